@@ -1,0 +1,32 @@
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` lays down: headers, library, find_package(mimetree) and mimetree.pc.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mimetree)
+
+install(TARGETS mimetree EXPORT mimetreeTargets
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree)
+# In mime/ only the headers named as a type are for users; those in small letters are shared
+# between sources.
+install(DIRECTORY foundation mime
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree
+    FILES_MATCHING
+    PATTERN "*.h"
+    REGEX "/mime/[a-z_0-9]+\\.h$" EXCLUDE
+    PATTERN "tables" EXCLUDE)
+install(EXPORT mimetreeTargets NAMESPACE mimetree:: DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/mimetreeConfig.cmake.in mimetreeConfig.cmake
+    INSTALL_DESTINATION ${package_dir})
+# Before 1.0 a minor version may change the interface.
+write_basic_package_version_file(mimetreeConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/mimetreeConfig.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/mimetreeConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+# The prefix is found from the place of mimetree.pc itself, so that the tree can be moved.
+file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/mimetree.pc.in mimetree.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mimetree.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

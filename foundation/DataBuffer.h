@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// A growable byte array.  A NUL that does not count stands behind the bytes, so that steps
+// which read them as C text end there.
+//
+// Memory: as with StringBuffer, a growth that fails or that would pass 4 GiB - 1 leaves the
+// content as it was, answers false and marks the buffer (failed()).  Sources may lie in the
+// buffer itself.
+
+class StringBuffer;
+class LogBase;
+
+class DataBuffer {
+public:
+    DataBuffer() = default;
+    DataBuffer(const DataBuffer& other);
+    DataBuffer(DataBuffer&& other) noexcept;
+    DataBuffer& operator=(const DataBuffer& other);
+    DataBuffer& operator=(DataBuffer&& other) noexcept;
+    ~DataBuffer();
+
+    // -- Reading
+
+    // Null when nothing was ever stored; valid until the buffer changes.
+    const unsigned char* getData2() const { return m_data; }
+    unsigned char* getData2_rw() { return m_data; }
+    unsigned int getSize() const { return m_size; }
+    bool isEmpty() const { return m_size == 0; }
+
+    // True when a growth was refused since the buffer was last cleared.
+    bool failed() const { return m_failed; }
+
+    // For writers whose output was cut short for want of memory elsewhere.
+    void markFailed() { m_failed = true; }
+
+    // True when none of the first `n` bytes (0: of all bytes) has its high bit set.
+    bool is7bit(unsigned int n) const;
+
+    // True when the bytes are valid UTF-8 and hold a character beyond ASCII: text that a
+    // sender labelled with the single-byte code page `codePage` by mistake.
+    bool isReallyUtf8(int codePage) const;
+
+    bool containsChar(char c) const;
+    // Looks only at the first `n` bytes.
+    bool containsSubstring(const char* s, unsigned int n) const;
+    bool equals(const DataBuffer& other) const;
+
+    // -- Changing
+
+    bool append(const void* p, unsigned int n);
+    bool append(const StringBuffer& s);
+    bool append(const DataBuffer& d);
+    bool appendStr(const char* s);
+    bool appendChar(unsigned char c);
+
+    // Makes room for exactly `n` bytes in all (never less than there are).
+    bool reserve(unsigned int n);
+
+    // Grows by `n` bytes for the caller to write, and gives where they start; null when
+    // refused.  What is not needed is taken back with shorten().
+    unsigned char* extend(unsigned int n);
+
+    // Gives spare storage back where there is much of it.
+    void shrinkToFit();
+
+    // Takes over the bytes of `other`, which is left empty; the old content is gone.
+    bool takeData(DataBuffer& other);
+
+    // Hands over the bytes as a block from malloc with room for a NUL behind them (null when
+    // empty), the caller to free it; `capacity` gets its size.  The buffer is then empty.
+    char* release(unsigned int& capacity);
+    void swap(DataBuffer& other) noexcept;
+    void shorten(unsigned int n);  // drops the last n bytes, or all of them
+    void clear();                  // gives the storage back
+
+    // Writes the bytes to the file named by the UTF-8 `path`, created or overwritten.
+    // False when that did not work out; `log`, which may be null, has the reason.
+    bool saveToFileUtf8(const char* path, LogBase* log) const;
+
+private:
+    bool grow(unsigned int needed);
+
+    unsigned char* m_data = nullptr;
+    unsigned int m_size = 0;
+    unsigned int m_capacity = 0;  // without the NUL behind
+    bool m_failed = false;
+};

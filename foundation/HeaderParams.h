@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Reading and writing "value; name=value; ..." header values (RFC 2045 5.1, RFC 2231).
+
+#include "foundation/StringBuffer.h"
+
+// A cursor over the parameters of a header value, in order, as they are written.
+class HeaderParams {
+public:
+    // `value` must outlive the cursor.
+    HeaderParams(const char* value, unsigned int size);
+
+    // The text in front of the first ";", without blanks around it.
+    void getMainValue(StringBuffer& out) const;
+
+    // Moves to the next parameter; false at the end.
+    bool next();
+
+    // The current parameter: its name as written (stars included), and its value without
+    // quotes and comments.
+    const StringBuffer& name() const { return m_name; }
+    const StringBuffer& value() const { return m_value; }
+    StringBuffer& value_rw() { return m_value; }  // its text may be swapped out
+    bool wasQuoted() const { return m_quoted; }
+
+    // Where the current parameter starts, with its name, and ends, in the value as given;
+    // before the first, both are the end of the main value.
+    const char* begin() const { return m_start; }
+    const char* end() const { return m_at; }
+
+private:
+    const char* skipComments(const char* p);
+    const char* skipComment(const char* p);
+    const char* unquotedEnd(const char* p) const;
+    bool readName();
+    bool readValue();
+    bool readUnquoted();
+    bool readQuoted();
+
+    const char* m_begin;
+    const char* m_start;
+    const char* m_at;
+    const char* m_end;
+    bool m_hasComments = true;  // false once one was never closed
+    StringBuffer m_name;
+    StringBuffer m_value;
+    bool m_quoted = false;
+};
+
+// Replaces `out` by the value of the parameter `name` (any case), in UTF-8: a plain one if
+// there is one, else the RFC 2231 form (name*, name*0, name*0* ...) joined and decoded.
+// False, `out` unchanged, when there is none.
+bool findHeaderParam(const char* value, unsigned int size, const char* name, StringBuffer& out);
+
+// Appends "; name=value" so that findHeaderParam gives the same value again: as a token, a
+// quoted string, or RFC 2231 in UTF-8.  A CR or LF becomes a blank.
+void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer& out);

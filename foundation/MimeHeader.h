@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The ordered list of header fields of one node (RFC 5322 2.2).  Names are matched ignoring
+// case; several fields may share one.  Values are UTF-8 with their encoded words as written.
+//
+// The list is one text and a few bytes a field that say where each begins: loading copies
+// the header once and cuts nothing out until it is asked for.  A field that nobody touched
+// is written as it was read, folds and all.
+//
+// Getters append to `out`, and leave it alone when they answer false.
+
+#include "foundation/GrowArray.h"
+#include "foundation/StringBuffer.h"
+
+class ClsXml;
+class ExtPtrArray;
+class LogBase;
+
+class MimeHeader {
+public:
+    MimeHeader() = default;
+    MimeHeader(const MimeHeader&) = delete;
+    MimeHeader& operator=(const MimeHeader&) = delete;
+
+    // Removes every field.  The argument is reserved.
+    void clear(int reserved);
+
+    // Replaces the list by the fields of a header text that ends at the first occurrence of
+    // `terminator`, or with the text when that is null.  Lines may end with CRLF, LF or
+    // CRCRLF.  A line that is neither a field nor a continuation becomes a field with an
+    // empty name, so that it is written back where it stood; empty lines are dropped.
+    //
+    // `codePage` is 65001 for text known to be UTF-8, otherwise 0: a field with bytes above
+    // 0x7F is UTF-8 when it is valid as such, else in the charset named by `charsetClue`,
+    // else in windows-1252.  getDetectedCP tells what was used.  False when memory is
+    // exhausted.
+    bool loadMimeHeaderText(const char* headerText, const char* terminator, int codePage,
+                            StringBuffer& charsetClue, LogBase& log);
+
+    // The same for exactly `size` bytes, which may hold NULs.
+    bool loadMimeHeaderBytes(const char* headerText, unsigned int size, int codePage,
+                             const StringBuffer& charsetClue, LogBase& log);
+
+    // Becomes an exact copy, fields, order and spelling.
+    bool copyMimeHeaderFrom(const MimeHeader& other, LogBase& log);
+
+    // Appends the header block: fields in order, CRLF between them, none after the last.
+    // Text beyond ASCII in fields that were made or changed, or that came in a charset other
+    // than UTF-8, becomes encoded words in `codePage` when that can hold it, otherwise in
+    // UTF-8 (HeaderWriter.h).  The pointer and the flag are reserved.
+    bool getMimeHeader(StringBuffer& out, const char* reserved1, int codePage, bool reserved2,
+                       LogBase& log) const;
+
+    // -- Changing.  A name loses what no field name may hold, a value its line breaks; nothing
+    // happens when no name is left.
+
+    // Appends a field, unless the value is empty.
+    bool addMimeField(const char* name, const char* value, bool reserved, LogBase& log);
+    bool addMimeFieldAllowEmpty(const char* name, const char* value, LogBase& log);
+
+    // The first field of that name takes the value where it stands; without one, a field is
+    // appended.  A null value removes every field of that name.
+    bool replaceMimeFieldUtf8(const char* name, const char* value, LogBase& log);
+
+    // Removes every field of that name, or only the first.
+    void removeMimeField(const char* name, bool all);
+
+    void moveToBottom(const char* name, LogBase& log);      // all of that name, in order
+    void collapseMultiple(const char* name, LogBase& log);  // keeps the first
+
+    // Removes the fields behind the last DKIM-Signature (RFC 6376), or else behind the last
+    // DomainKey-Signature.
+    void removeHeaderFieldsAfterSig(LogBase& log);
+
+    // -- Reading
+
+    // The unfolded value of the first field of that name.
+    bool getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const;
+    bool getMimeFieldUtf8_2(const char* name, unsigned int nameSize, StringBuffer& out,
+                            LogBase& log) const;
+
+    // The value, without quotes, of one parameter of a field such as Content-Type; RFC 2231
+    // forms are decoded.
+    bool getSubFieldUtf8(const char* fieldName, const char* param, StringBuffer& out,
+                         LogBase& log) const;
+
+    bool getFieldNameUtf8(int index, StringBuffer& out, LogBase& log) const;
+    bool getFieldValueUtf8(int index, StringBuffer& out, LogBase& log) const;
+
+    // The bytes of the field as they were read, without the line break at the end.
+    bool getFieldText(int index, StringBuffer& out) const;
+
+    int getNumFields() const { return static_cast<int>(m_fields.size()); }
+
+    // The code page that the 8-bit bytes of the last load were read in; 0 when it had none.
+    int getDetectedCP() const { return m_detectedCP; }
+
+private:
+    // A field is m_text[start, start + size): name, blanks, colon and value, with CRLF at
+    // its folds only.
+    struct Field {
+        unsigned int start;
+        unsigned int size;
+        unsigned short nameSize;  // 0: a line that is no field
+        unsigned char key;        // hash of the name, to skip most comparisons
+        bool isRaw;               // written as it stands
+    };
+
+    bool splitFields();
+    bool decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log);
+    bool recodeField(Field& field, int codePage, LogBase& log);
+    Field fieldOfLine(unsigned int start, unsigned int size) const;
+    bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
+    int indexOf(const char* name, unsigned int nameSize) const;
+    void appendValue(const Field& field, StringBuffer& out) const;
+    bool makeField(const StringBuffer& name, const char* value, Field& field);
+    bool appendField(const StringBuffer& name, const char* value);
+    void dropWaste();
+
+    StringBuffer m_text;
+    GrowArray<Field> m_fields;
+    unsigned int m_waste = 0;  // bytes of m_text that no field refers to
+    int m_detectedCP = 0;
+    bool m_asRead = true;  // m_text is what is to be written
+};

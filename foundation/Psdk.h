@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Services of the process as a whole.
+
+class LogBase;
+class StringBuffer;
+
+class Psdk {
+public:
+    // Replaces `out` by a MIME boundary (RFC 2046 5.1.1) that no other call, thread or
+    // process makes: at most 70 token characters, needing no quotes, that cannot occur in
+    // base64 or in quoted-printable text as this engine writes it.  False, `out` empty, when
+    // memory is exhausted.
+    static bool generateBoundary(StringBuffer& out, LogBase& log);
+
+    // Told when an object is used whose validity marker is wrong; `where` may be null.  The
+    // count is for debuggers and tests.
+    static void corruptObjectFound(const char* where);
+    static unsigned int numCorruptObjects();
+};

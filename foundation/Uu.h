@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Uudecoding ("begin" line, encoded lines, "end").  Text in front of the begin line and after
+// the end line is skipped; a missing end is tolerated.  Both append to `out` and answer false
+// when there is no begin line or memory is exhausted.
+
+class DataBuffer;
+class LogBase;
+class StringBuffer;
+
+class Uu {
+public:
+    bool uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log);
+    bool uu_decode2(const char* text, bool reserved, DataBuffer& out, LogBase& log);
+};

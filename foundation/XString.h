@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// A unicode string, read and written as UTF-8.
+
+#include "foundation/StringBuffer.h"
+
+class XString {
+public:
+    const char* getUtf8() const { return m_utf8.getString(); }
+    const StringBuffer& getUtf8Sb() const { return m_utf8; }
+    StringBuffer& getUtf8Sb_rw() { return m_utf8; }  // changes made here change the string
+    unsigned int getSizeUtf8() const { return m_utf8.getSize(); }  // in bytes
+    bool isEmpty() const { return m_utf8.isEmpty(); }
+    bool is7bit() const { return m_utf8.is7bit(0); }
+
+    bool appendUtf8(const char* s) { return m_utf8.append(s); }
+    bool setFromUtf8(const char* s) { return m_utf8.setString(s); }
+    void clear() { m_utf8.clear(); }
+
+private:
+    StringBuffer m_utf8;
+};

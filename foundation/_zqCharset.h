@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// A charset: its name and its code page, always in step.  A new record holds no charset:
+// empty name, code page 0.
+
+#include "foundation/StringBuffer.h"
+
+class _zqCharset {
+public:
+    // Takes a name or alias in any letter case, blanks around it ignored, and keeps it as it
+    // was spelt (WHATWG Encoding Standard labels, IANA names, usual mail aliases).  False
+    // for a name that is not known; the record is then unchanged.
+    bool setByName(const char* name);
+
+    // Takes the canonical (IANA preferred MIME) name.  A code page that is not known keeps
+    // its number with the name "cp" + number; 0 clears.
+    void setByCodePage(int codePage);
+
+    const char* getName() const { return m_name.getString(); }
+    int getCodePage() const { return m_codePage; }
+    void copy(const _zqCharset& other) { *this = other; }
+    void clear();
+
+    // The code page of a name as for setByName; 0 when it is not known.
+    static int codePageOf(const char* name, unsigned int length);
+
+    // The canonical name of a code page; null when it is not known.
+    static const char* nameOf(int codePage);
+
+private:
+    StringBuffer m_name;
+    int m_codePage = 0;
+};

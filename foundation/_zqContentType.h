@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The parsed value of a Content-Type field (RFC 2045 5).  The charset parameter is not kept
+// here but in the node's _zqCharset, which is filled on parsing and read on building.
+
+#include "foundation/StringBuffer.h"
+
+class LogBase;
+class _zqCharset;
+
+class _zqContentType {
+public:
+    _zqContentType() = default;
+    _zqContentType(const _zqContentType&) = delete;
+    _zqContentType& operator=(const _zqContentType&) = delete;
+
+    void clear();
+    void copyFrom(const _zqContentType& other);
+
+    // Parses a value whose encoded words are decoded already.  The type keeps its letter
+    // case.  `charset` is reset first, then set from the charset parameter; a name that is
+    // not known leaves it empty.  Parameters may be quoted, split and percent-encoded
+    // (RFC 2231).  A backslash in a quoted string stands for itself unless a double quote
+    // follows, so that "C:\temp\report.doc" survives.
+    void loadFromMimeHeaderValue(const char* value, _zqCharset& charset, LogBase& log);
+
+    // Appends a value built from the fields, "text/plain" standing for an empty type, with a
+    // charset parameter when `charset` holds one.  Values that are no tokens are quoted;
+    // those that a quoted string cannot carry unchanged are written as RFC 2231 asks.  What
+    // is written here reads back the same.  The two flags are reserved.
+    void buildMimeHeaderValue(StringBuffer& out, const _zqCharset& charset, bool reserved1,
+                              bool reserved2, LogBase& log) const;
+
+    StringBuffer m_type;        // "text/plain", as written
+    StringBuffer m_name;        // name
+    StringBuffer m_protocol;    // protocol (RFC 1847)
+    StringBuffer m_micalg;      // micalg (RFC 1847)
+    StringBuffer m_boundary;    // boundary (RFC 2046 5.1)
+    StringBuffer m_smimeType;   // smime-type (RFC 8551)
+    StringBuffer m_subType;     // type (RFC 2387)
+    StringBuffer m_reportType;  // report-type (RFC 6522)
+    bool m_formatFlowed = false;  // format=flowed (RFC 3676)
+};

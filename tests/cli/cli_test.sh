@@ -1,0 +1,219 @@
+#!/bin/bash
+# SPDX-License-Identifier: Apache-2.0
+# The command-line program from outside: output, exit statuses, one-line errors, hostile
+# values, files that cannot be read and outputs that cannot be written.
+# usage: cli_test.sh PROGRAM
+set -u
+tool=$(realpath "$1")
+sample=$(realpath "$(dirname "$0")/../../examples/welcome.eml")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+# ok WHAT COMMAND...: the command must succeed.
+ok() {
+    "${@:2}" && return
+    echo "FAILED: $1"
+    echo "  status $status; stdout:"; head -c 1500 out | sed 's/^/    /'
+    echo "  stderr:"; head -c 1500 err | sed 's/^/    /'
+    failures=$((failures + 1))
+}
+run() { "$tool" "$@" >out 2>err </dev/null; status=$?; }
+is() { [ "$1" = "$2" ]; }
+has() { grep -qF -- "$1" "${2:-out}"; }
+hasnt() { ! has "$@"; }
+lines() { [ "$(wc -l <"$2")" -eq "$1" ]; }
+
+# fails STATUS TEXT ARGS...: nothing on stdout, one line on stderr that holds TEXT.
+fails() {
+    run "${@:3}"
+    ok "status $1: ${*:3}" is "$status" "$1"
+    ok "one line: ${*:3}" lines 1 err
+    ok "says $2: ${*:3}" has "$2" err
+    ok "nothing on stdout: ${*:3}" lines 0 out
+}
+
+# on_terminal ARGS...: stdout is a terminal; what it received goes to `out`.
+on_terminal() {
+    python3 -c 'import os, pty, sys; sys.exit(os.waitstatus_to_exitcode(pty.spawn(sys.argv[1:])))' \
+        "$tool" "$@" >out 2>err </dev/null
+    status=$?
+}
+
+# --- what the commands show
+
+run tree "$sample"
+ok "tree: status" is "$status" 0
+ok "tree: a line a node" lines 5 out
+ok "tree: root" is "$(head -1 out)" "multipart/mixed  2 parts"
+ok "tree: leaf" has '    1.1 text/plain  charset=utf-8  quoted-printable  '
+ok "tree: attachment" has 'attachment'
+ok "tree: decoded file name" has $'\xc3\x9cbersicht der G\xc3\xa4ste'
+ok "tree: no colours in a file" hasnt $'\e'
+
+run tree --json "$sample"
+ok "json: one line" lines 1 out
+ok "json: valid" python3 -m json.tool out /dev/null
+cat >facts.py <<'PY'
+import json
+doc = json.load(open("out"))
+nodes = doc["nodes"]
+assert [n["part"] for n in nodes] == ["", "1", "1.1", "1.2", "2"], nodes
+assert [n["depth"] for n in nodes] == [0, 1, 2, 2, 1]
+assert [n["parent"] for n in nodes] == [None, 0, 1, 1, 0]
+assert [n["attachment"] for n in nodes] == [False, False, False, False, True]
+assert not doc["signed"] and not doc["encrypted"]
+to = nodes[0]["addresses"]["To"]
+assert to[1] == {"name": "\u5c71\u7530 \u82b1\u5b50", "address": "hanako@example.jp"}, to
+assert to[2]["name"] == "Ngata, Wiremu", to
+subject = [h["value"] for h in nodes[0]["headers"] if h["name"] == "Subject"]
+assert subject[0].startswith("Willkommen, \u03ba"), subject
+PY
+ok "json: facts" python3 facts.py
+
+run headers "$sample"
+ok "headers: decoded" has $'From: Zo\xc3\xab M\xc3\xbcller <zoe@example.org>'
+ok "headers: unfolded" lines "$(sed '/^\r$/q' "$sample" | grep -c '^[^[:space:]]')" out
+run headers --raw "$sample"
+ok "headers --raw: as stored" cmp out <(sed '/^\r$/,$d' "$sample")
+
+run body "$sample"
+ok "body: the plain text" has $'sch\xc3\xb6n, dass'
+run body --html "$sample"
+ok "body --html: in UTF-8" has $'<p>sch\xc3\xb6n'
+run body --part 2 "$sample"
+ok "body --part: exact" is "$(head -1 out)" $'name,city\r'
+run rewrite "$sample"
+ok "rewrite" has 'boundary="=_mixed_1"'
+"$tool" rewrite - <out >again 2>err
+ok "rewrite: settled, and - is standard input" cmp out again
+
+# --- several messages
+
+mkdir -p tree/b
+cp "$sample" tree/a.eml
+cp "$sample" tree/b/c.eml
+cp "$sample" tree/b.eml
+ln -s b tree/link
+ln -s a.eml tree/link.eml
+run tree tree
+ok "directory: sorted, links not followed" \
+    is "$(grep '^tree/' out | tr '\n' ' ')" "tree/a.eml tree/b.eml tree/b/c.eml "
+run tree --json tree
+ok "directory: one document a message" lines 3 out
+run headers tree/a.eml missing tree/b.eml
+ok "missing among good: status" is "$status" 1
+ok "missing among good: named" is "$(cat err)" "mimetree: missing: No such file or directory"
+ok "missing among good: the rest is done" is "$(grep -c '^Subject' out)" 2
+if [ "$(id -u)" != 0 ]; then
+    chmod 0 tree/b
+    run tree tree
+    ok "unreadable directory: status" is "$status" 1
+    ok "unreadable directory: the rest is done" is "$(grep -c '^tree/' out)" 2
+    chmod 755 tree/b
+fi
+
+# --- mistakes: one line, status 2
+
+fails 2 "required"
+fails 2 "no command frobnicate" frobnicate tree
+fails 2 "FILE" tree
+fails 2 "--frobnicate" tree --frobnicate "$sample"
+fails 2 "no part 1.9 in $sample" body --part 1.9 "$sample"
+fails 2 "no part number" body --part one "$sample"
+fails 2 "excludes" body --html --text "$sample"
+fails 2 "received 2" rewrite "$sample" "$sample"
+for help in --help --version "tree --help"; do
+    run $help
+    ok "$help: status" is "$status" 0
+    ok "$help: on stdout" has mimetree
+done
+ok "tree --help tells of the JSON" has '"nodes"'
+
+# --- what cannot be read: one line, status 1
+
+truncate -s 4G huge
+fails 1 "huge: larger than 4 GiB" tree huge
+fails 1 "no text/html body" body --html <(printf 'A: b\n\nc\n')
+printf 'Content-Type: multipart/mixed; boundary=x\r\n\r\nnothing\r\n' >unbounded
+run tree unbounded
+ok "no boundary: tolerated" is "$status" 0
+fails 1 "unbounded: not a MIME message" tree --strict unbounded
+run tree --strict --log unbounded
+ok "--log: the engine's words" has "First boundary string not found." err
+ok "--log: indented by context" grep -q '^  [a-zA-Z]*:$' err
+
+# --- what cannot be written: one line, status 1
+
+for command in "tree" "tree --json" "headers" "body" "rewrite" "--version"; do
+    file=$sample; [ "$command" = --version ] && file=
+    : >out
+    "$tool" $command $file >/dev/full 2>err; status=$?
+    ok "/dev/full: $command" is "$status" 1
+    ok "/dev/full: one line: $command" lines 1 err
+    ok "/dev/full: reason: $command" has "No space left on device" err
+done
+"$tool" tree "$sample" 2>err >&-; status=$?
+ok "closed output" is "$status" 1
+python3 - "$tool" "$sample" <<'PY' >out 2>err; status=$?
+import os, subprocess, sys
+reader, writer = os.pipe()
+os.close(reader)
+done = subprocess.run([sys.argv[1], "rewrite", sys.argv[2]], stdout=writer, stderr=subprocess.PIPE)
+assert done.returncode == 1, done
+assert done.stderr == b"mimetree: cannot write the output: Broken pipe\n", done
+PY
+ok "closed pipe" is "$status" 0
+
+# --- hostile values
+
+printf 'Subject: \033]0;title\007 =?utf-8?Q?=1B[2J=0AFrom:_x_=E2=80=AE?=\n' >hostile
+printf 'Content-Disposition: attachment; filename="a\033[31m=?utf-8?Q?=0A?=b"\n\n\033[2Jbody\233\n' \
+    >>hostile
+export TERM=xterm
+unset NO_COLOR
+for command in "tree --json" headers "headers --raw" body rewrite; do
+    NO_COLOR=1 on_terminal $command hostile
+    ok "harmless on a terminal: $command" hasnt $'\e'
+    ok "harmless on a terminal: $command" hasnt $'\233'
+    ok "shown on a terminal: $command" grep -qF -e '\x1B' -e '\u001b' out
+done
+NO_COLOR=1 on_terminal tree hostile
+ok "tree: a line a node whatever the name" lines 1 out
+ok "tree: NO_COLOR" hasnt $'\e'
+on_terminal tree hostile
+ok "tree: colours on a terminal" has $'\e[36m'
+ok "tree: but none of the message's" hasnt $'\e[31m'
+run body hostile
+ok "body: exact in a pipe" cmp out <(printf '\033[2Jbody\233\n')
+
+printf 'From: \377\376 <a@b>\nSubject: \300\200\n\n\377\n' >invalid
+run tree --json invalid
+ok "json of invalid UTF-8" python3 -m json.tool out /dev/null
+
+# --- nested without end
+
+python3 - >deep <<'PY'
+depth = 100_000
+lines = []
+for i in range(depth):
+    lines.append(f"Content-Type: multipart/mixed; boundary=b{i}\r\n\r\n--b{i}\r\n")
+lines.append("Content-Type: text/plain\r\n\r\nbottom\r\n")
+print("".join(lines), end="")
+PY
+for command in "tree" "tree --json" "headers" "body" "rewrite"; do
+    run $command deep
+    ok "100,000 deep: $command" is "$status" 0
+    ok "100,000 deep: $command: output of reasonable size" [ "$(wc -c <out)" -lt 100000000 ]
+done
+run tree deep
+ok "100,000 deep: depth as a number" has "(depth 100000)"
+ok "100,000 deep: a line a node" lines 100001 out
+run body deep
+ok "100,000 deep: the text at the bottom" has bottom
+run tree --json deep
+ok "100,000 deep: valid JSON" python3 -m json.tool out /dev/null
+
+[ "$failures" -eq 0 ] && echo "all passed"
+exit $((failures > 0))

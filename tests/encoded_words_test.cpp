@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Encoded words and RFC 2231 values: row tables for what is read, laws for what is written.
+
+#include "foundation/EncodedWords.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "foundation/ContentCoding.h"
+#include "foundation/LogNull.h"
+#include "tests/support.h"
+
+namespace {
+
+std::string decode(std::string_view text) {
+    const Exact in(text);
+    StringBuffer out;
+    EXPECT_TRUE(decodeEncodedWords(in.data(), in.size(), out));
+    return str(out);
+}
+
+std::string decodeBytes(std::string_view text) {
+    DataBuffer out;
+    EXPECT_TRUE(ContentCoding().QB_Decode(sb(text), out));
+    return str(out);
+}
+
+std::string encode(std::string_view text, int codePage, unsigned column, bool forPhrase) {
+    const Exact in(text);
+    StringBuffer out;
+    appendEncodedWords(in.data(), in.size(), codePage, column, forPhrase, out);
+    return str(out);
+}
+
+struct Row {
+    const char* what;
+    std::string_view in, out;
+};
+
+constexpr Row kDecodeRows[] = {
+    {"no word", "plain \xC3\xBC text", "plain \xC3\xBC text"},
+    {"Q", "=?iso-8859-1?Q?Andr=E9_x?=", "Andr\xC3\xA9 x"},
+    {"B, small letters", "=?UTF-8?b?w6k=?=", "\xC3\xA9"},
+    {"language tag", "=?us-ascii*en?q?hi?=", "hi"},
+    {"blank to text stays", "a =?utf-8?q?b?= c", "a b c"},
+    {"blank between words vanishes", "=?utf-8?q?a?= \r\n\t=?utf-8?q?b?=", "ab"},
+    {"blank to a malformed word stays",
+     "=?utf-8?q?a?= =?utf-8?x?b?= =?utf-8?q?c?=", "a =?utf-8?x?b?= c"},
+    {"blank to an unknown charset stays", "=?utf-8?q?a?= =?x-no?q?b?=", "a =?x-no?q?b?="},
+    {"character cut in two, Q and B", "=?utf-8?q?=C3?= =?UTF-8?B?qQ==?=", "\xC3\xA9"},
+    {"different charsets are apart", "=?utf-8?q?=C3?= =?iso-8859-1?q?=E9?=", "\xC3\x83\xC3\xA9"},
+    {"stateful words are joined",
+     "=?iso-2022-jp?B?GyRCRnwbKEI=?= =?iso-2022-jp?B?GyRCS1wbKEI=?=", "\xE6\x97\xA5\xE6\x9C\xAC"},
+    {"blanks inside Q", "=?utf-8?Q?a b?=", "a b"},
+    {"question mark inside Q", "=?utf-8?Q?what?_now?=", "what? now"},
+    {"equals sign in front of the end", "=?utf-8?Q?a=?=", "a="},
+    {"invalid escapes stand", "=?utf-8?Q?a=X1=4?=", "a=X1=4"},
+    {"stuck to letters", "x=?utf-8?q?a?=y(=?utf-8?q?b?=)\"=?utf-8?q?c?=\"", "xay(b)\"c\""},
+    {"words without blank", "=?utf-8?q?a?==?utf-8?q?b?=", "ab"},
+    {"missing padding, stray blank", "=?utf-8?B?w 6k?=", "\xC3\xA9"},
+    {"empty text",
+     "a =?utf-8?q?"
+     "?= b",
+     "a  b"},
+    {"B that is nothing", "[=?utf-8?B?*?=]", "[]"},
+    {"no charset",
+     "=?"
+     "?q?a?=",
+     "=?"
+     "?q?a?="},
+    {"not closed", "=?utf-8?q?a", "=?utf-8?q?a"},
+    {"not closed, then a word", "=?utf-8?q?a =?utf-8?q?b?=", "=?utf-8?q?a b"},
+    {"cut in the head", "=?utf-8?q", "=?utf-8?q"},
+    {"8bit is no coding here", "=?utf-8?8bit?a?=", "=?utf-8?8bit?a?="},
+    {"decoded line breaks and NULs are kept", "=?utf-8?q?a=0D=0Ab=00?=", {"a\r\nb\0", 5}},
+};
+
+TEST(EncodedWords, Decode) {
+    for (const Row& row : kDecodeRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(decode(row.in), row.out);
+    }
+}
+
+TEST(EncodedWords, DecodeToBytes) {
+    static constexpr Row kRows[] = {
+        {"no conversion", "=?iso-8859-1?q?=E9?=", "\xE9"},
+        {"8bit, blank between words", "x =?utf-8?8BIT?a=41?= =?u?b?Yg==?= y", "x a=41b y"},
+        {"8bit up to the first end", "=?utf-8?8bit?a =?b \xC3\xA9=?=", "a =?b \xC3\xA9="},
+        {"any charset", "=?x-no?8bit?a?=", "a"},
+    };
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(decodeBytes(row.in), row.out);
+    }
+}
+
+// Limit: each of these takes minutes where a search starts anew for every word.
+TEST(EncodedWords, HostileTextIsReadInLinearTime) {
+    std::string heads, open, words, closed = "=?utf-8?q?";
+    for (int i = 0; i < 100000; ++i) {
+        heads += "=?";
+        open += "=?utf-8?q?";
+        words += "=?utf-8?q?a?= ";
+        closed += "=?x";
+    }
+    EXPECT_EQ(decode(heads), heads);
+    EXPECT_EQ(decode(open), open);
+    EXPECT_EQ(decode(words), std::string(100000, 'a') + " ");
+    EXPECT_EQ(decode(open + "?="), open + "?=");
+    EXPECT_EQ(decode(closed + "?="), closed.substr(10));
+}
+
+// -- Writing
+
+TEST(EncodedWords, Encode) {
+    struct EncodeRow {
+        const char* what;
+        std::string_view in;
+        int codePage;
+        unsigned column;
+        bool forPhrase;
+        std::string_view out;
+    };
+    static constexpr EncodeRow kRows[] = {
+        {"Q where it is shorter", "Caf\xC3\xA9 (x)", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9_(x)?="},
+        {"B where it is shorter", "\xC3\xA9\xC3\xA9", 65001, 9, false, "=?utf-8?B?w6nDqQ==?="},
+        {"phrase", "Caf\xC3\xA9 au lait, x", 65001, 9, true, "=?utf-8?Q?Caf=C3=A9_au_lait=2C_x?="},
+        {"charset that holds the text", "Caf\xC3\xA9", 28591, 9, false, "=?iso-8859-1?Q?Caf=E9?="},
+        {"charset that does not", "Caf\xE2\x82\xAC", 28591, 9, false, "=?utf-8?Q?Caf=E2=82=AC?="},
+        {"no UTF-16", "Caf\xC3\xA9", 1200, 9, false, "=?utf-8?Q?Caf=C3=A9?="},
+        {"ISO-2022 is always B", "a", 50220, 9, false, "=?iso-2022-jp?B?YQ==?="},
+        {"not valid UTF-8", "Caf\xE9", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9?="},
+        {"no room on the line", "\xC3\xA9", 65001, 70, false, "\r\n =?utf-8?Q?=C3=A9?="},
+        {"empty", "", 65001, 9, false, ""},
+    };
+    for (const EncodeRow& row : kRows) {
+        SCOPED_TRACE(row.what);
+        std::string out = encode(row.in, row.codePage, row.column, row.forPhrase);
+        if (const size_t at = out.find("ISO-"); at == 2) out.replace(at, 4, "iso-");
+        if (const size_t at = out.find("ISO-2022-JP"); at == 2) out.replace(at, 11, "iso-2022-jp");
+        EXPECT_EQ(out, row.out);
+    }
+}
+
+// A text of words in several scripts, emoji and ASCII.
+std::string randomText(std::mt19937& random, unsigned script, unsigned size) {
+    static constexpr unsigned kFirst[] = {0x20, 0xA1, 0x3B1, 0x430, 0x5D0, 0x3042, 0x4E00, 0x1F600};
+    static constexpr unsigned kCount[] = {95, 90, 20, 32, 26, 80, 2000, 60};
+    std::string text;
+    for (unsigned i = 0; i < size; ++i) {
+        const unsigned s = random() % 3 ? script : 0;
+        const unsigned c = kFirst[s] + static_cast<unsigned>(random()) % kCount[s];
+        const auto put = [&](unsigned v) {
+            text += static_cast<char>(static_cast<unsigned char>(v));
+        };
+        if (c < 0x80) {
+            put(c);
+        } else if (c < 0x800) {
+            put(0xC0 | c >> 6), put(0x80 | (c & 63));
+        } else {
+            if (c >= 0x10000) put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 63));
+            else put(0xE0 | c >> 12);
+            put(0x80 | (c >> 6 & 63)), put(0x80 | (c & 63));
+        }
+    }
+    return text;
+}
+
+// Decoding gives the text again; each word is short, stands on a line that is short, and can
+// be decoded alone.
+TEST(EncodedWords, LawOfEncoding) {
+    static constexpr int kCodePages[] = {65001, 0,     1252, 28591, 1253,  1251,  1255,  932,
+                                         936,   54936, 949,  50220, 50225, 52936, 65000, 99999};
+    std::mt19937 random(1);
+    for (int i = 0; i < 4000; ++i) {
+        const std::string text =
+            randomText(random, unsigned(random() % 8), unsigned(random() % 200) + 1);
+        const int codePage = kCodePages[random() % std::size(kCodePages)];
+        const unsigned column = static_cast<unsigned>(random()) % 80;
+        const std::string out = encode(text, codePage, column, random() % 2);
+        SCOPED_TRACE(out);
+        ASSERT_EQ(decode(out.substr(out[0] == '\r' ? 3 : 0)), text) << codePage;
+        std::string apart, word;
+        size_t length = column;
+        for (size_t at = 0; at < out.size(); at += 3) {
+            const size_t end = std::min(out.find("\r\n ", at), out.size());
+            word = out.substr(at, end - at);
+            ASSERT_LE(word.size(), 75u);
+            if (!word.empty()) {
+                ASSERT_LE(length + word.size(), 76u);
+            }
+            apart += decode(word);
+            length = 1;
+            at = end;
+        }
+        ASSERT_EQ(apart, text);
+    }
+}
+
+// -- RFC 2231
+
+TEST(StarEncoded, Decode) {
+    struct StarRow {
+        const char* what;
+        std::string_view in;
+        const char* charset;
+        std::string_view out, outCharset;
+    };
+    static constexpr StarRow kRows[] = {
+        {"charset and language", "iso-8859-1'de'%E4%20b", nullptr, "\xC3\xA4 b", "iso-8859-1"},
+        {"empty charset", "''%C3%A4", nullptr, "\xC3\xA4", "utf-8"},
+        {"unknown charset", "x-no'en'%C3%A4", nullptr, "\xC3\xA4", "utf-8"},
+        {"unknown charset, no UTF-8", "x-no''%80", nullptr, "\xE2\x82\xAC", "windows-1252"},
+        {"text alone", "a%20b", nullptr, "a b", "utf-8"},
+        {"text alone, no UTF-8", "%E4", nullptr, "\xC3\xA4", "windows-1252"},
+        {"one apostrophe", "don't", nullptr, "don't", "utf-8"},
+        {"apostrophes of the text", "don't can't.txt", nullptr, "don't can't.txt", "utf-8"},
+        {"invalid escapes stand", "utf-8''%4g%4", nullptr, "%4g%4", "utf-8"},
+        {"charset given", "utf-8''%E4", "iso-8859-1", "\xC3\xA4", "iso-8859-1"},
+        {"empty", "", nullptr, "", "utf-8"},
+    };
+    LogNull log;
+    for (const StarRow& row : kRows) {
+        SCOPED_TRACE(row.what);
+        StringBuffer text, charset;
+        EXPECT_TRUE(ContentCoding().decodeStarEncoded(sb(row.in), row.charset, text, charset, log));
+        EXPECT_EQ(str(text), row.out);
+        EXPECT_EQ(str(charset), row.outCharset);
+    }
+}
+
+}  // namespace

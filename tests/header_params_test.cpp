@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Parameters of header values: what is tolerated, what is found, and the law that a written
+// parameter is found again.
+
+#include "foundation/HeaderParams.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/support.h"
+
+namespace {
+
+// "main|name=value|..." as the cursor gives them.
+std::string outline(std::string_view text) {
+    const Exact in(text);
+    HeaderParams params(in.data(), in.size());
+    StringBuffer main;
+    params.getMainValue(main);
+    std::string out = str(main);
+    while (params.next()) out += "|" + str(params.name()) + "=" + str(params.value());
+    return out;
+}
+
+std::string find(std::string_view text, const char* name) {
+    const Exact in(text);
+    StringBuffer out = sb("(unchanged)");
+    const bool found = findHeaderParam(in.data(), in.size(), name, out);
+    EXPECT_EQ(found, str(out) != "(unchanged)");
+    return str(out);
+}
+
+struct Row {
+    const char* what;
+    std::string_view in, out;
+};
+
+constexpr Row kRows[] = {
+    {"plain", " text/plain ; charset=utf-8; Name=\"a;b\"", "text/plain|charset=utf-8|Name=a;b"},
+    {"no parameters", "text/plain", "text/plain"},
+    {"empty", "", ""},
+    {"main value is missing", "; name=x", "|name=x"},
+    {"doubled ;", "a;;b=c; ;d=e;", "a|b=c|d=e"},
+    {"missing ; behind a quoted value", "a; b=\"c\" d=e", "a|b=c|d=e"},
+    {"missing ; behind a word", "text/plain charset=utf-8 format=flowed",
+     "text/plain|charset=utf-8|format=flowed"},
+    {"no missing ;", "a; name=Copy of a=b.txt", "a|name=Copy of a=b.txt"},
+    {"blanks around =", "a; b = c ; d\t= \"e\"", "a|b=c|d=e"},
+    {"no value", "a; b; c=d; e", "a|c=d"},
+    {"empty values", "a; b=; c=\"\"", "a|b=|c="},
+    {"blanks in a value", "a; name=My File.pdf ; b=c", "a|name=My File.pdf|b=c"},
+    {"tspecials in a value", "a; boundary=----=_Part/1?x; b=c", "a|boundary=----=_Part/1?x|b=c"},
+    {"comments", "a/b (x); c=d (e (f;) \\) g) ; (h;i=j) k=l", "a/b|c=d|k=l"},
+    {"parentheses of a value", "a; b=photo (1).jpg; c=(1)", "a|b=photo (1).jpg|c=(1)"},
+    {"comment that is never closed", "a; b=c (d; e=f (g)", "a|b=c (d|e=f (g)"},
+    {"comment in quotes", "a; b=\"c (d)\"", "a|b=c (d)"},
+    {"quotes within a value", "a; b=c \"d;e\" f; g=h", "a|b=c \"d;e\" f|g=h"},
+    {"quoted value never closed", "a; b=\"c; d=e", "a|b=c; d=e"},
+    {"escaped quote", "a; b=\"c \\\"d\\\"; e\"; f=g", "a|b=c \"d\"; e|f=g"},
+    {"backslashes stand", "a; b=\"C:\\temp\\new\\\\x\"; c=C:\\temp",
+     "a|b=C:\\temp\\new\\\\x|c=C:\\temp"},
+    {"backslash at the end", "a; b=\"C:\\\"; c=d", "a|b=C:\\|c=d"},
+    {"backslash at the end, then quotes", "a; b=\"C:\\\"; c=\"d\"", "a|b=C:\\|c=d"},
+    {"backslash at the very end", "a; b=\"C:\\\"", "a|b=C:\\"},
+};
+
+TEST(HeaderParams, Walk) {
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(outline(row.in), row.out);
+    }
+}
+
+TEST(HeaderParams, Find) {
+    static constexpr Row kFindRows[] = {
+        {"any case", "a; NAME=x", "x"},
+        {"the first", "a; name=x; name=y", "x"},
+        {"longer and shorter names", "a; names=x; nam=y", "(unchanged)"},
+        {"plain wins", "a; name*=utf-8''x; name*0=y; name=z", "z"},
+        {"extended", "a; name*=iso-8859-1'en'%E4", "\xC3\xA4"},
+        {"extended wins over pieces", "a; name*0=y; name*=''x", "x"},
+        {"pieces in any order", "a; name*2=c; name*0=a; name*1=b", "abc"},
+        {"pieces up to a gap", "a; name*0=a; name*2=c", "a"},
+        {"no piece 0", "a; name*1=a", "(unchanged)"},
+        {"mixed pieces", "a; name*0*=iso-8859-1''%E4'; name*1=\"%E4'\"; name*2*=%E4'",
+         "\xC3\xA4'%E4'\xC3\xA4'"},
+        {"plain first piece", "a; name*0=\"x'y'%41\"; name*1*=%41", "x'y'%41A"},
+        {"character cut in two", "a; name*0*=utf-8''%C3; name*1*=%A4", "\xC3\xA4"},
+        {"no number", "a; name*x=a; name*0x=b; name**=c", "(unchanged)"},
+    };
+    for (const Row& row : kFindRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(find(row.in, "name"), row.out);
+    }
+}
+
+TEST(HeaderParams, Append) {
+    static constexpr Row kAppendRows[] = {
+        {"token", "a-b.c", "; name=a-b.c"},
+        {"quoted", "a b/c", "; name=\"a b/c\""},
+        {"empty", "", "; name=\"\""},
+        {"quote", "a\"b", "; name*=utf-8''a%22b"},
+        {"beyond ASCII", "\xC3\xA4 '*%", "; name*=utf-8''%C3%A4%20%27%2A%25"},
+        {"line breaks", "a\r\nb", "; name=\"a  b\""},
+        {"encoded word", "=?utf-8?q?a?=", "; name*=utf-8''%3D%3Futf-8%3Fq%3Fa%3F%3D"},
+    };
+    for (const Row& row : kAppendRows) {
+        SCOPED_TRACE(row.what);
+        StringBuffer out;
+        appendHeaderParam("name", sb(row.in), out);
+        EXPECT_EQ(str(out), row.out);
+    }
+}
+
+TEST(HeaderParams, LawOfAppending) {
+    static constexpr std::string_view kBits[] = {"a",
+                                                 " ",
+                                                 "\"",
+                                                 "\\",
+                                                 ";",
+                                                 "=",
+                                                 "(",
+                                                 ")",
+                                                 "*",
+                                                 "'",
+                                                 "%",
+                                                 "41",
+                                                 "?",
+                                                 "\t",
+                                                 "name=",
+                                                 "\xC3\xA4",
+                                                 "\xF0\x9F\x98\x80",
+                                                 "x.pdf"};
+    std::mt19937 random(1);
+    for (int i = 0; i < 10000; ++i) {
+        std::string values[2];
+        StringBuffer text = sb("a/b");
+        for (std::string& value : values) {
+            for (auto n = random() % 8; n; --n) value += kBits[random() % std::size(kBits)];
+            appendHeaderParam(&value == values ? "name" : "title", sb(value), text);
+        }
+        SCOPED_TRACE(str(text));
+        ASSERT_EQ(find(str(text), "name"), values[0]);
+        ASSERT_EQ(find(str(text), "title"), values[1]);
+    }
+}
+
+// Limit: each of these takes minutes where a search starts anew for every parameter.
+TEST(HeaderParams, HostileTextIsReadInLinearTime) {
+    static constexpr std::string_view kUnits[] = {"; x=y",     "; name*0=a", ";(",    "=(;",
+                                                  "a=\"\\\";", "a=b(;",      "a=\";", "\\\"; ",
+                                                  " name=",    "a=b\";"};
+    for (std::string_view unit : kUnits) {
+        SCOPED_TRACE(unit);
+        std::string text;
+        for (int i = 0; i < 100000; ++i) text += unit;
+        find(text, "title");
+        find(text + std::string(100000, ')'), "title");
+    }
+    std::string pieces;
+    for (int i = 99999; i >= 0; --i) pieces += ";name*" + std::to_string(i) + "=a";
+    EXPECT_EQ(find(pieces, "name"), std::string(100000, 'a'));
+}
+
+}  // namespace

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// Uses the installed headers and library the way a user does, C++17 included.
+
+#include <cstring>
+
+#include "foundation/LogNull.h"
+#include "mime/MimeMessage2.h"
+
+int main() {
+    LogNull log;
+    StringBuffer mail;
+    mail.append("Content-Type: Text/HTML\r\n\r\n<p>");
+    MimeMessage2 message;
+    const bool loaded = message.loadMimeComplete(mail, log, false);
+    return loaded && std::strcmp(message.getContentType(), "text/html") == 0 ? 0 : 1;
+}

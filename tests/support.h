@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What the tests share: the engine's buffers to and from standard strings, and inputs that
+// end exactly where their memory does.
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "foundation/DataBuffer.h"
+#include "foundation/StringBuffer.h"
+
+inline std::string str(const StringBuffer& s) { return std::string(s.getString(), s.getSize()); }
+
+inline std::string str(const DataBuffer& d) {
+    return std::string(reinterpret_cast<const char*>(d.getData2()), d.getSize());
+}
+
+inline StringBuffer sb(std::string_view text) {
+    StringBuffer s;
+    s.appendN(text.data(), static_cast<unsigned>(text.size()));
+    return s;
+}
+
+inline DataBuffer db(std::string_view bytes) {
+    DataBuffer d;
+    d.append(bytes.data(), static_cast<unsigned>(bytes.size()));
+    return d;
+}
+
+// A heap copy of exactly the text's size, so that the sanitizer sees one byte too far.
+class Exact {
+public:
+    explicit Exact(std::string_view text) : m_size(text.size()), m_data(new char[text.size()]) {
+        if (m_size) std::memcpy(m_data.get(), text.data(), m_size);
+    }
+    const char* data() const { return m_data.get(); }
+    unsigned size() const { return static_cast<unsigned>(m_size); }
+
+private:
+    size_t m_size;
+    std::unique_ptr<char[]> m_data;
+};

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The program's commands.  Each takes its options and paths, writes to `out`, reports errors
+// itself and answers the exit status.
+
+#include "tools/options.h"
+#include "tools/output.h"
+
+ExitStatus tree(const Options& options, Output& out);     // show_tree.cpp, show_json.cpp
+ExitStatus headers(const Options& options, Output& out);  // headers.cpp
+ExitStatus body(const Options& options, Output& out);     // body.cpp
+ExitStatus rewrite(const Options& options, Output& out);  // body.cpp

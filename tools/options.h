@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What the command line asked for.  main.cpp fills it; a command reads what concerns it.
+
+#include <string>
+#include <vector>
+
+struct Options {
+    std::vector<std::string> paths;  // files, directories, "-" for standard input
+    bool strict = false;
+    bool log = false;
+
+    bool json = false;  // tree
+    bool raw = false;   // headers
+
+    bool byPart = false;  // body
+    std::string part;     // "1.2"; empty for the root
+    bool html = false;
+    bool text = false;
+};
+
+// The program's exit statuses; of several, the highest stands.
+enum ExitStatus {
+    kDone = 0,
+    kFailed = 1,    // a file could not be read or done, or the output not written
+    kBadUsage = 2,  // wrong arguments
+};

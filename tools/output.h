@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Where the program writes: standard output, with every write checked, and error lines.
+// Text out of a message is hostile: what reaches a terminal has its control characters
+// escaped, so that no mail moves the cursor, sets a window title or fakes a line.
+
+#include <string>
+#include <string_view>
+
+#include "foundation/DataBuffer.h"
+#include "foundation/StringBuffer.h"
+
+std::string_view view(const StringBuffer& s);
+std::string_view view(const DataBuffer& d);
+std::string_view view(const char* s);  // null is empty
+
+// Escapes control characters, characters that reorder a line (bidi controls) and bytes that
+// are not UTF-8, as \x1B or \u202E.
+std::string oneLine(std::string_view text);
+
+// The same with blanks, tabs and line breaks kept; CRLF becomes LF.
+std::string manyLines(std::string_view text);
+
+// One line on standard error, with the program's name in front.
+void reportError(std::string_view message);
+void reportError(std::string_view path, std::string_view reason);
+
+enum class Colour { None, Dim, Bold, Green, Cyan, Yellow };
+
+class Output {
+public:
+    Output();
+
+    void write(std::string_view text);  // exactly these bytes
+
+    // Bytes of a message: exact in a pipe or file; on a terminal as manyLines shows them,
+    // ending with a line break.
+    void writeContent(std::string_view bytes);
+
+    // `text` in colour where the terminal and the user (NO_COLOR) want it.
+    std::string coloured(Colour colour, std::string_view text) const;
+
+    // False as soon as a write has failed; more writing is then useless.
+    bool good() const { return m_error == 0; }
+
+    // Writes out what is buffered.  A failure is reported here, once.
+    bool finish();
+
+private:
+    bool m_isTerminal;
+    bool m_hasColour;
+    int m_error = 0;  // errno of the first failure
+};
