@@ -80,8 +80,7 @@ static bool setName(const char* name, StringBuffer& tag) {
 static XmlElement* createElement(const char* tag, const char* content) {
     XmlElement* const element = new (std::nothrow) XmlElement;
     if (!element) return nullptr;
-    if (setName(tag, element->tag) && element->content.setStringN(content, sizeOf(content)))
-        return element;
+    if (setName(tag, element->tag) && element->content.setString(content)) return element;
     delete element;
     return nullptr;
 }
@@ -169,7 +168,7 @@ void ClsXml::put_TagUtf8(const char* tag) { setName(tag, m_element->tag); }
 
 void ClsXml::put_Cdata(bool cdata) { m_element->isCdata = cdata; }
 
-void ClsXml::put_ContentUtf8(const char* content) { setContent(content, sizeOf(content)); }
+void ClsXml::put_ContentUtf8(const char* content) { m_element->content.setString(content); }
 
 bool ClsXml::setContent(const char* content, unsigned n) {
     return m_element->content.setStringN(content, n);

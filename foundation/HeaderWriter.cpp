@@ -252,16 +252,20 @@ bool UnstructuredWriter::coded() {
     if (!m_first) {
         m_lines.appendRun(m_at, m_at + 1, 0);
         if (!m_behindEncoded) ++begin;
+        else if (m_word.beginsEncoded) begin = m_word.begin;
     }
-    const char* end = m_word.end;
+    TextWord last = m_word;
     bool more = m_words.next(m_word);
-    for (; more && !m_word.isPlain; more = m_words.next(m_word)) end = m_word.end;
-    m_at = end;
+    for (; more && !m_word.isPlain; more = m_words.next(m_word)) last = m_word;
+    m_at = last.end;
     if (more && m_word.beginsEncoded) {
-        end = m_word.begin;
-        m_at = end - 1;
+        if (!last.endsEncoded) last.end = m_word.begin;
+        m_at = m_word.begin - 1;
     }
-    m_lines.appendWords(begin, sizeOf(begin, end), m_codePage, /*forPhrase*/ false);
+    StringBuffer text;
+    decodeEncodedWords(begin, sizeOf(begin, last.end), text);
+    m_lines.check(text);
+    m_lines.appendWords(text.getString(), text.getSize(), m_codePage, /*forPhrase*/ false);
     m_behindEncoded = m_first = false;
     return more;
 }

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "foundation/bytes.h"
-#include "foundation/xml_reader.h"
+#include "foundation/xml_document.h"
 #include "foundation/xml_text.h"
 #include "foundation/zqStrings.h"
 

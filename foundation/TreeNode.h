@@ -29,7 +29,7 @@ public:
 
     // The root element of a well-formed XML 1.0 document in UTF-8 (whatever its declaration
     // says), or in UTF-16 with a byte order mark.  Null otherwise; `log`, which may be null,
-    // then has a line that names the first fault with its line and column (counted in
+    // then has a line that names a fault with its line and column (counted in
     // characters, from 1).  A DOCTYPE is passed over: of entities only the five predefined
     // ones exist, and a reference to another is a fault.  The bools are reserved.
     static TreeNode* customParseString(const StringBuffer& xml, LogBase* log, bool reserved1,

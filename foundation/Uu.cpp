@@ -23,7 +23,8 @@ struct Line {
     size_t size() const { return static_cast<size_t>(end - p); }
 };
 
-// Cuts text into lines that end in CRLF, LF or CR, which are not part of them.
+// Cuts text into lines that end in LF or CR, which are not part of them.  A CRLF so ends two
+// lines, of which the second is empty and says nothing.
 class LineReader {
 public:
     LineReader(const char* p, size_t n) : m_p(p), m_end(p + n) {}
@@ -33,7 +34,7 @@ public:
         line.p = m_p;
         while (m_p != m_end && *m_p != '\r' && *m_p != '\n') ++m_p;
         line.end = m_p;
-        if (m_p != m_end && *m_p++ == '\r' && m_p != m_end && *m_p == '\n') ++m_p;
+        if (m_p != m_end) ++m_p;
         return true;
     }
     const char* rest() const { return m_p; }
@@ -64,22 +65,19 @@ bool isEndLine(const Line& line) {
 // Blank and "`" are both zero.
 unsigned valueOf(char c) { return (static_cast<unsigned char>(c) - 32U) & 63; }
 
-// The number of bytes that a line of n + 1 characters really holds.
-size_t bytesIn(size_t n) { return n * 3 / 4; }
-
 class LineDecoder {
 public:
     explicit LineDecoder(unsigned char* out) : m_out(out) {}
 
     // Tolerated: lines whose blanks at the end were cut off; they are zeros.
     // Limit: such zeros are given while the output is no longer than the text up to here,
-    // `textSize`; lines of one character would grow thirtyfold otherwise.
+    // `textSize`; lines of one character would grow thirtyfold otherwise.  Bytes that a line
+    // does hold always fit, being fewer than its characters.
     void decode(const Line& line, size_t textSize) {
         if (line.size() == 0) return;
         const size_t wanted = valueOf(*line.p);
-        const size_t held = bytesIn(line.size() - 1);
         const size_t room = textSize - m_size;
-        const size_t n = wanted <= held ? wanted : wanted < room ? wanted : room;
+        const size_t n = wanted < room ? wanted : room;
         for (size_t i = 0; i < n; ++i) m_out[m_size++] = byteAt(line, i);
     }
     size_t size() const { return m_size; }

@@ -74,7 +74,6 @@ void dropOuterQuotes(const char*& p, const char*& end) {
     while (p != end && bytes::isSpace(*p)) ++p;
     while (p != end && bytes::isSpace(end[-1])) --end;
     if (end - p < 2 || *p != '"' || end[-1] != '"') return;
-    if (p[1 + std::strcspn(p + 1, "\";")] == '"') return;  // only the type is quoted
     ++p;
     --end;
 }
@@ -89,7 +88,7 @@ const char* readType(const char* p, const char* end, StringBuffer& type) {
     bool gap = false, hasSlash = false;
     while (p != end && *p != ';') {
         if (kEndsWord.has(*p)) {
-            gap = gap || *p != '"';
+            gap = true;
             p = *p == '(' ? skipComment(p, end) : p + 1;
             continue;
         }
@@ -137,7 +136,7 @@ public:
         HeaderParams params(text, size);
         while (params.next()) take(params);
         for (unsigned i = 0; i < kParamCount; ++i)
-            if ((m_extended & ~m_seen) >> i & 1u) takeExtended(text, size, i);
+            if (m_extended >> i & 1u) takeExtended(text, size, i);
     }
 
 private:

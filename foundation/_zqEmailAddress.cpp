@@ -240,7 +240,7 @@ private:
     void readWord() {
         flushAngle();
         if (m_wordsHaveAt && !m_comment.isEmpty() && !m_blanks.isEmpty() &&
-            !kAtAndDot.has(m_words.lastChar()) && !kAtAndDot.has(m_in.peek()))
+            m_words.lastChar() != '@')
             flush();
         UnitKind kind;
         const Span unit = m_in.next(kind);

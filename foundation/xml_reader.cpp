@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Parses XML 1.0 (fifth edition) into an XmlDocument, for TreeNode.  The text is copied once
-// and its characters are checked in a pass of their own; from there on a NUL is the end of
-// the text and nothing else, so that every look ahead stops there by itself.  Then a flat
-// walk: prolog, root element with a list of the elements that are open, what may follow.
+// Parses XML 1.0 (fifth edition), for XmlDocument::read, whose text and lists it works on.
+// The characters are checked in a pass of their own; from there on a NUL is the end of the
+// text and nothing else, so that every look ahead stops there by itself.  Then a flat walk:
+// prolog, root element with a list of the elements that are open, what may follow.
 
-#include "foundation/xml_reader.h"
-
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "foundation/ByteSet.h"
-#include "foundation/EncodingConvert.h"
 #include "foundation/LogBase.h"
-#include "foundation/LogNull.h"
 #include "foundation/bytes.h"
+#include "foundation/xml_document.h"
 #include "foundation/xml_text.h"
 
 static constexpr char kNoMemory[] = "memory is exhausted";
@@ -72,7 +67,7 @@ private:
     bool readPast(const char* close, const char* fault);
     bool readName(XmlSlice& name);
     bool readEquals();
-    bool readChar(char c);
+    bool readChar(char c, const char* fault);
 
     bool isAtQuote() const { return *m_at == '"' || *m_at == '\''; }
     bool isAt(const char* what) const { return std::strncmp(m_at, what, std::strlen(what)) == 0; }
@@ -163,14 +158,12 @@ bool XmlReader::readName(XmlSlice& name) {
 
 bool XmlReader::readEquals() {
     skipBlank();
-    if (!readChar('=')) return false;
+    if (!readChar('=', "\"=\" is expected")) return false;
     skipBlank();
     return isAtQuote() || fail("a quoted value is expected");
 }
 
-bool XmlReader::readChar(char c) {
-    const char fault[] = {'"', c,   '"', ' ', 'i', 's', ' ', 'e',
-                          'x', 'p', 'e', 'c', 't', 'e', 'd', 0};
+bool XmlReader::readChar(char c, const char* fault) {
     if (*m_at != c) return fail(fault);
     ++m_at;
     return true;
@@ -284,7 +277,7 @@ bool XmlReader::readDoctype() {
     skipBlank();
     if (*m_at == '[' && !readInternalSubset()) return false;
     skipBlank();
-    return readChar('>');
+    return readChar('>', "\">\" is expected");
 }
 
 bool XmlReader::readExternalId() {
@@ -306,7 +299,7 @@ bool XmlReader::readInternalSubset() {
         if (*m_at == ']') break;
         if (*m_at == '%') {
             ++m_at;
-            if (!readName(name) || !readChar(';')) return false;
+            if (!readName(name) || !readChar(';', "\";\" is expected")) return false;
         } else if (!readMarkupDeclaration()) {
             return false;
         }
@@ -347,21 +340,17 @@ bool XmlReader::readRoot() {
 
 // XML 1.0 2.4: up to the next "<".
 bool XmlReader::readText() {
-    constexpr ByteSet kPlain = ByteSet().range('\x01', '\xFF').without("<&]");
-    for (;;) {
-        while (kPlain.has(*m_at)) ++m_at;
-        switch (*m_at) {
-            case '<': return true;
-            case '&':
-                if (!readReference()) return false;
-                break;
-            case ']':
-                if (isAt("]]>")) return fail("\"]]>\" in text");
-                ++m_at;
-                break;
-            default: return fail("the text ends inside an element");
-        }
+    const void* const mark = std::memchr(m_at, '<', left());
+    const char* const stop = mark ? static_cast<const char*>(mark) : m_end;
+    const auto run = [&] { return static_cast<size_t>(stop - m_at); };
+    if (const char* const close = bytes::find(m_at, run(), "]]>", 3))
+        return fail(close, "\"]]>\" in text");
+    while (const void* const reference = std::memchr(m_at, '&', run())) {
+        m_at = static_cast<const char*>(reference);
+        if (!readReference()) return false;
     }
+    m_at = stop;
+    return mark || fail("the text ends inside an element");
 }
 
 bool XmlReader::readMarkup() {
@@ -442,121 +431,11 @@ bool XmlReader::readEndTag() {
         std::memcmp(m_begin + name.at, m_begin + element.m_tag, name.size) != 0)
         return fail(start, "an end tag that does not match its start tag");
     skipBlank();
-    if (!readChar('>')) return false;
+    if (!readChar('>', "\">\" is expected")) return false;
     element.m_contentEnd = static_cast<unsigned>(start - m_begin);
     element.m_pastDescendants = m_document.m_numElements;
     m_open.pop();
     return true;
 }
 
-// -- The document
-
-XmlDocument::~XmlDocument() { std::free(static_cast<void*>(m_elements)); }
-
-size_t XmlDocument::heapUsage() const {
-    return m_text.getSize() + m_numElements * (sizeof(TreeNode) + sizeof(unsigned)) +
-           m_attributes.size() * sizeof(XmlAttribute);
-}
-
-XmlDocument* XmlDocument::read(const StringBuffer& xml, LogBase* log) {
-    XmlDocument* const document = new (std::nothrow) XmlDocument;
-    if (document && document->takeText(xml)) {
-        if (XmlReader(*document, log).run()) return document;
-    } else if (log) {
-        log->logError("No memory to read the XML.");
-    }
-    delete document;
-    return nullptr;
-}
-
-// How many bytes of UTF-16 there are before a surrogate without its partner, or half a unit.
-static unsigned utf16Run(const unsigned char* p, unsigned n, bool isBigEndian) {
-    const unsigned highByte = isBigEndian ? 0 : 1;
-    const auto isSurrogate = [&](unsigned at, unsigned kind) {
-        return n - at >= 2 && (p[at + highByte] & 0xFCu) == kind;
-    };
-    unsigned run = 0;
-    while (n - run >= 2) {
-        const bool isPair = isSurrogate(run, 0xD8) && isSurrogate(run + 2, 0xDC);
-        if (!isPair && (p[run + highByte] & 0xF8u) == 0xD8u) break;
-        run += isPair ? 4 : 2;
-    }
-    return run;
-}
-
-// What follows the first fault is not converted; a byte that is not UTF-8 in its place has
-// the check of the characters report it.
-bool XmlDocument::takeUtf16(const unsigned char* p, unsigned n, bool isBigEndian) {
-    LogNull log;
-    const unsigned run = utf16Run(p, n, isBigEndian);
-    const int codePage = isBigEndian ? 1201 : 1200;
-    if (!EncodingConvert::EncConvert(codePage, 65001, p, run, m_text, log)) return false;
-    if (run < n && !m_text.appendChar(0xFF)) return false;
-    m_text.shrinkToFit();
-    return true;
-}
-
-bool XmlDocument::takeText(const StringBuffer& xml) {
-    const unsigned char* p = reinterpret_cast<const unsigned char*>(xml.getString());
-    unsigned n = xml.getSize();
-    if (xml.beginsWith("\xFF\xFE")) return takeUtf16(p + 2, n - 2, false);
-    if (xml.beginsWith("\xFE\xFF")) return takeUtf16(p + 2, n - 2, true);
-    if (xml.beginsWith("\xEF\xBB\xBF")) {
-        p += 3;
-        n -= 3;
-    }
-    return m_text.reserve(n) && m_text.append(p, n);
-}
-
-bool XmlDocument::resizeElements(unsigned n) {
-    void* const block = std::realloc(static_cast<void*>(m_elements), n * sizeof(TreeNode));
-    if (!block) return false;
-    m_elements = static_cast<TreeNode*>(block);
-    m_capacity = n;
-    return true;
-}
-
-// Elements may move as long as the document is being read: nobody has seen them yet.
-TreeNode* XmlDocument::addElement() {
-    if (m_numElements == m_capacity && !resizeElements(m_capacity + m_capacity / 2 + 16))
-        return nullptr;
-    TreeNode* const element = new (m_elements + m_numElements++) TreeNode();
-    element->m_document = this;
-    element->m_attributes = m_attributes.size();
-    return element;
-}
-
-TreeNode* XmlDocument::childOf(const TreeNode& parent, unsigned i) {
-    return element(m_children[parent.m_children + i]);
-}
-
-const XmlAttribute& XmlDocument::attributeOf(const TreeNode& element, unsigned i) const {
-    return m_attributes[element.m_attributes + i];
-}
-
-bool XmlDocument::listChildren() {
-    if (!m_children.reserve(m_numElements)) return false;
-    for (unsigned i = 0; i < m_numElements; ++i) {
-        TreeNode& parent = m_elements[i];
-        parent.m_children = m_children.size();
-        for (unsigned j = i + 1; j < parent.m_pastDescendants; j = m_elements[j].m_pastDescendants)
-            if (!m_children.push(j)) return false;
-        parent.m_numChildren = m_children.size() - parent.m_children;
-    }
-    return true;
-}
-
-// Only now, since a fault is located in the text as it was.
-void XmlDocument::terminateTags() {
-    char* const text = reinterpret_cast<char*>(m_text.getData2_rw());
-    for (unsigned i = 0; i < m_numElements; ++i) {
-        char* const tag = text + m_elements[i].m_tag;
-        tag[std::strcspn(tag, " \t\r\n/>")] = '\0';
-    }
-}
-
-bool XmlDocument::finish() {
-    if (!resizeElements(m_numElements) || !listChildren()) return false;
-    terminateTags();
-    return true;
-}
+bool XmlDocument::parse(LogBase* log) { return XmlReader(*this, log).run(); }

@@ -40,10 +40,11 @@ bool isLegal(uint32_t c) {
 size_t plainRun(const char* p, size_t n, const ByteSet& ascii) {
     const char* const end = p + n;
     const char* at = p;
-    while (at != end) {
+    for (;;) {
+        while (at != end && ascii.has(*at)) ++at;
+        if (at == end || charOf(at) < 0x80) break;
         uint32_t codePoint;
-        const bool isAscii = charOf(at) < 0x80;
-        const unsigned length = isAscii ? ascii.has(*at) : xml::charAt(at, end, codePoint);
+        const unsigned length = xml::charAt(at, end, codePoint);
         if (!length) break;
         at += length;
     }

@@ -42,13 +42,14 @@ constexpr Row kRows[] = {
     {"quoted and bare words", R"(Dr. "J. R." Bloggs <a@b>)", "Dr. J. R. Bloggs|a@b"},
     {"bare address", "a@b", "|a@b"},
     {"only an angle", " < a@b > ", "|a@b"},
-    {"comment as a name", "a@b (Joe (of \\) x) Bloggs)", "Joe (of ) x) Bloggs|a@b"},
+    {"comment as a name", "a@b ( Joe (of \\) x) Bloggs)", "Joe (of ) x) Bloggs|a@b"},
     {"comment beside a name", "(x) Joe (y, z) <a@b (w)>", "Joe|a@b"},
     {"comments without separators", "a@b (Joe) c@d (Jim)", "Joe|a@b ; Jim|c@d"},
     {"comment in a bare address", "a(x)@(y)b", "x|a@b"},
     {"group", "Friends: a@b, Joe <c@d>;, e@f", "|a@b ; Joe|c@d ; |e@f"},
     {"empty group", "undisclosed-recipients:;", ""},
     {"empty group among others", "a@b, Nobody: ; c@d", "|a@b ; |c@d"},
+    {"at sign in a group name", "\"a@b\": c@d;", "|c@d"},
     {"group without an end", "\"Fri, ends\": a@b", "|a@b"},
     {"colon behind an address", "a@[IPv6:2001:db8::1], b@c:25", "|a@[IPv6:2001:db8::1] ; |b@c:25"},
     {"route", "Joe <@x,@y:a@b>", "Joe|a@b"},
@@ -64,6 +65,7 @@ constexpr Row kRows[] = {
     {"comma in an encoded word", "=?utf-8?Q?M=FCller, \"H:<?= <a@b>,c@d",
      "=?utf-8?Q?M=FCller, \"H:<?=|a@b ; |c@d"},
     {"encoded word that is none", "=?x?Q?a, b? <a@b>", "|=?x?Q?a ; b?|a@b"},
+    {"encoded word in no coding", "=?x?Z?a, b?= <c@d>", "|=?x?Z?a ; b?=|c@d"},
     {"encoded word made by a comment", "=?u?Q?x(?)a@b?=", "?|=?u?Q?x a@b?="},
     {"encoded word in quotes", "\"=?x?B?YQ==?= b\" <a@b>", "=?x?B?YQ==?= b|a@b"},
     {"folds", "Joe\r\n\tBloggs\r\n <a@b>,\r\n c@d\n", "Joe\tBloggs|a@b ; |c@d"},
@@ -126,7 +128,7 @@ TEST(EmailAddress, WrittenListsReadBack) {
     }
 }
 
-// Each would take minutes if any step looked at the rest of the text again.
+// Would take minutes if any step looked at the rest of the text again.
 TEST(EmailAddress, LongListsTakeLinearTime) {
     const auto repeat = [](std::string_view s, int n) {
         std::string all;
@@ -142,7 +144,7 @@ TEST(EmailAddress, LongListsTakeLinearTime) {
     for (const char* s :
          {"(", "\"", "\\\"", "<", "<\"", "a@b \"", "=?x?Q?", "=?", "=?a?b? \"", "@[", "a@b (", ":",
           "a@b(x)", "a ", "<@a:", "a@b(", "=?u?Q?x(?)\"?=\" \"\\\""})
-        parse(repeat(s, 100000));
+        parse(repeat(s, 200000));
 }
 
 TEST(EmailAddress, AnyBytes) {

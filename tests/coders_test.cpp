@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/ContentCoding.h"
@@ -37,7 +39,9 @@ std::string run(Coder coder, std::string_view in, size_t room) {
     const std::unique_ptr<Byte[]> out(new Byte[room]);
     const Byte* const end =
         coder(reinterpret_cast<const InByte*>(input.data()), in.size(), out.get());
-    return std::string(reinterpret_cast<const char*>(out.get()), size_t(end - out.get()));
+    const size_t n = size_t(end - out.get());
+    EXPECT_LE(n, room);
+    return std::string(reinterpret_cast<const char*>(out.get()), n);
 }
 
 std::string encode64(std::string_view in, decltype(&base64::encode) coder = base64::encode) {
@@ -201,6 +205,7 @@ TEST(QuotedPrintable, EncodeRows) {
         {"escape that ends at 76", std::string(73, 'x') + "=", std::string(73, 'x') + "=3D"},
         {"a dot alone behind a soft break", x75 + "xx", x75 + "=\r\nxx"},
         {"From behind a soft break", x75 + "From y", x75 + "=\r\n=46rom y"},
+        {"From and a dot behind an escape", "=From =.", "=3DFrom =3D."},
         {"a dot and an escape behind a soft break", x75 + ".\t", x75 + "=\r\n.=09"},
     };
     for (const Row& row : rows) {
@@ -208,6 +213,12 @@ TEST(QuotedPrintable, EncodeRows) {
         EXPECT_EQ(encodeQp(row.in), row.out);
         EXPECT_EQ(encodeQp(row.in, quoted_printable::scalar::encode), row.out);
     }
+}
+
+// Every line starts with "From " and breaks as late as it can.
+TEST(QuotedPrintable, EncodedBoundHoldsForTheLongestText) {
+    const std::string data = repeat("From " + std::string(68, 'x'), 1000);
+    EXPECT_EQ(encodeQp(data).size(), 78 * 1000u - 3);
 }
 
 // What an encoded body must be, whatever it was made from.

@@ -77,6 +77,7 @@ constexpr Row kLoadRows[] = {
     {"quoted type", "\"text/html\"; boundary=\"x\"", "text/html[boundary=x]"},
     {"quoted value", " \"text/html; charset=utf-8; boundary=x\" ",
      "text/html[charset=utf-8][boundary=x]"},
+    {"format in quotes", "text/plain; format=\" flowed \"", "text/plain[flowed=yes]"},
     {"format=fixed", "text/plain; format=fixed", "text/plain"},
     {"unknown charset", "text/plain; charset=x-unknown; charset=utf-8", "text/plain"},
     {"charset keeps its case", "a/b; charset=\" Utf-8\t\"", "a/b[charset=Utf-8]"},
@@ -152,7 +153,7 @@ TEST(ContentType, CopyFrom) {
     EXPECT_EQ(show(loaded.record, _zqCharset()), "");
 }
 
-// Each would take minutes with one search a parameter.
+// Would take minutes with a search for each parameter.
 TEST(ContentType, ManyParametersTakeLinearTime) {
     for (const char* param : {"; x=\"y\"", "; boundary=b", "; name*7=x", "; (", "; charset=\"", "(",
                               " a", " /", "\"", "; a=\\\""}) {

@@ -106,11 +106,11 @@ TEST(EncodedWords, HostileTextIsReadInLinearTime) {
         words += "=?utf-8?q?a?= ";
         closed += "=?x";
     }
-    EXPECT_EQ(decode(heads), heads);
-    EXPECT_EQ(decode(open), open);
-    EXPECT_EQ(decode(words), std::string(100000, 'a') + " ");
-    EXPECT_EQ(decode(open + "?="), open + "?=");
-    EXPECT_EQ(decode(closed + "?="), closed.substr(10));
+    EXPECT_TRUE(decode(heads) == heads);
+    EXPECT_TRUE(decode(open) == open);
+    EXPECT_TRUE(decode(words) == std::string(100000, 'a') + " ");
+    EXPECT_TRUE(decode(open + "?=") == open.substr(10));
+    EXPECT_TRUE(decode(closed + "?=") == closed.substr(10));
 }
 
 // -- Writing
@@ -125,23 +125,20 @@ TEST(EncodedWords, Encode) {
         std::string_view out;
     };
     static constexpr EncodeRow kRows[] = {
-        {"Q where it is shorter", "Caf\xC3\xA9 (x)", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9_(x)?="},
+        {"Q where it is shorter", "Caf\xC3\xA9 (x) !", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9_(x)_!?="},
         {"B where it is shorter", "\xC3\xA9\xC3\xA9", 65001, 9, false, "=?utf-8?B?w6nDqQ==?="},
         {"phrase", "Caf\xC3\xA9 au lait, x", 65001, 9, true, "=?utf-8?Q?Caf=C3=A9_au_lait=2C_x?="},
         {"charset that holds the text", "Caf\xC3\xA9", 28591, 9, false, "=?iso-8859-1?Q?Caf=E9?="},
-        {"charset that does not", "Caf\xE2\x82\xAC", 28591, 9, false, "=?utf-8?Q?Caf=E2=82=AC?="},
-        {"no UTF-16", "Caf\xC3\xA9", 1200, 9, false, "=?utf-8?Q?Caf=C3=A9?="},
+        {"charset that does not", "Caf\xE2\x82\xAC", 28591, 9, false, "=?utf-8?B?Q2Fm4oKs?="},
+        {"no UTF-16", "Caf\xC3\xA9", 1200, 9, false, "=?utf-8?B?Q2Fmw6k=?="},
         {"ISO-2022 is always B", "a", 50220, 9, false, "=?iso-2022-jp?B?YQ==?="},
-        {"not valid UTF-8", "Caf\xE9", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9?="},
-        {"no room on the line", "\xC3\xA9", 65001, 70, false, "\r\n =?utf-8?Q?=C3=A9?="},
+        {"not valid UTF-8", "Caf\xE9", 65001, 9, false, "=?utf-8?B?Q2Fmw6k=?="},
+        {"no room on the line", "\xC3\xA9", 65001, 70, false, "\r\n =?utf-8?B?w6k=?="},
         {"empty", "", 65001, 9, false, ""},
     };
     for (const EncodeRow& row : kRows) {
         SCOPED_TRACE(row.what);
-        std::string out = encode(row.in, row.codePage, row.column, row.forPhrase);
-        if (const size_t at = out.find("ISO-"); at == 2) out.replace(at, 4, "iso-");
-        if (const size_t at = out.find("ISO-2022-JP"); at == 2) out.replace(at, 11, "iso-2022-jp");
-        EXPECT_EQ(out, row.out);
+        EXPECT_EQ(encode(row.in, row.codePage, row.column, row.forPhrase), row.out);
     }
 }
 

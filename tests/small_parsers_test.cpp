@@ -27,6 +27,7 @@ constexpr QuotedRow kQuotedRows[] = {
     {"quoted quote", R"(b="x \"y\" z"; c)", "b=<[[0]]>; c", R"(x "y" z)", ""},
     {"backslash stands for itself", R"(b="C:\new\x.doc")", "b=<[[0]]>", R"(C:\new\x.doc)", ""},
     {"backslash in front of the last quote", R"(b="C:\new\"; c)", "b=<[[0]]>; c", R"(C:\new\)", ""},
+    {"backslash and quote at the end", R"(b="C:\new\")", "b=<[[0]]>", R"(C:\new\)", ""},
     {"the same in front of another value", R"(b="C:\new\" ; c = "x")", "b=<[[0]]> ; c = <[[1]]>",
      R"(C:\new\)", "x"},
     {"quoted quote in front of a semicolon", R"(b="x\"; y")", "b=<[[0]]>", R"(x"; y)", ""},

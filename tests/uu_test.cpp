@@ -67,7 +67,7 @@ TEST(Uu, DecodesWhatWasEncoded) {
         const std::string text = reference::uuEncode(data);
         EXPECT_EQ(decode(text), data);
 
-        // Cut anywhere, it gives a beginning of the data, and no more than the text's size.
+        // Cut anywhere, it gives no more than the size of the text.
         const std::string cut = decode(text.substr(0, 12 + random() % (text.size() - 12)));
         EXPECT_LE(cut.size(), text.size());
     }

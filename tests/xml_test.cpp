@@ -174,7 +174,7 @@ constexpr FaultRow kFaultRows[] = {
     {"\xFE\xFF\0<\0a\0/\0>\0"sv, "line 1, column 5: a byte that is no character"},
 };
 
-TEST(XmlReader, NamesTheFirstFault) {
+TEST(XmlReader, NamesTheFault) {
     for (const FaultRow& row : kFaultRows) {
         SCOPED_TRACE(row.xml);
         LogText log;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// A parsed XML document: what TreeNode's members look into and what the reader fills.
+// A parsed XML document: what the reader fills and TreeNode looks into.
 
 #include "foundation/DataBuffer.h"
 #include "foundation/GrowArray.h"
@@ -37,6 +37,7 @@ private:
     friend class XmlReader;
 
     bool takeText(const StringBuffer& xml);
+    bool parse(LogBase* log);  // xml_reader.cpp
     bool takeUtf16(const unsigned char* p, unsigned n, bool isBigEndian);
     TreeNode* addElement();
     bool resizeElements(unsigned n);
