@@ -7,11 +7,11 @@ mimetree := build/release/tools/mimetree
 .PHONY: build run test packages clean
 
 build: packages
-	cmake --preset release
+	@cmake --preset release >/dev/null
 	cmake --build --preset release
 
 run: packages
-	cmake --preset release
+	@cmake --preset release >/dev/null
 	cmake --build --preset release --target mimetree-cli
 	$(mimetree) tree "$(FILE)"
 	@echo

@@ -6,13 +6,13 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mimetree)
 
 install(TARGETS mimetree EXPORT mimetreeTargets
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree)
-# In mime/ only the headers named as a type are for users; those in small letters are shared
-# between sources.
+# Headers that are named as a type (or zq...) are for users; those in small letters are shared
+# between the engine's sources.
 install(DIRECTORY foundation mime
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree
     FILES_MATCHING
     PATTERN "*.h"
-    REGEX "/mime/[a-z_0-9]+\\.h$" EXCLUDE
+    REGEX "/[a-y][a-z_0-9]*\\.h$" EXCLUDE
     PATTERN "tables" EXCLUDE)
 install(EXPORT mimetreeTargets NAMESPACE mimetree:: DESTINATION ${package_dir})
 
@@ -27,6 +27,7 @@ install(FILES
 
 # The prefix is found from the place of mimetree.pc itself, so that the tree can be moved.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
 configure_file(cmake/mimetree.pc.in mimetree.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mimetree.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

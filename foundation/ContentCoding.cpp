@@ -7,10 +7,13 @@
 #include "foundation/ContentCoding.h"
 
 #include <cstdint>
+#include <cstring>
 
+#include "foundation/ByteSet.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/base64.h"
+#include "foundation/bytes.h"
 #include "foundation/quoted_printable.h"
 
 namespace {
@@ -44,6 +47,25 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
     return true;
 }
 
+constexpr ByteSet kBase64Bytes =
+    ByteSet("+/=").range('A', 'Z').range('a', 'z').range('0', '9');
+
+// Tolerated: plain text behind the padding, which mailing lists append to a body whatever its
+// coding.  Encodings that were joined go on behind their padding; a line that holds anything
+// but base64 does not belong to one.  Gives the size without such text.
+size_t sizeOfBase64(const char* text, size_t size) {
+    const char* const end = text + size;
+    const char* p = text;
+    while ((p = static_cast<const char*>(std::memchr(p, '=', static_cast<size_t>(end - p))))) {
+        while (p != end && (*p == '=' || bytes::isSpace(*p))) ++p;
+        const char* const line = p;
+        while (p != end && kBase64Bytes.has(*p)) ++p;
+        if (p != end && !bytes::isSpace(*p)) return static_cast<size_t>(line - text);
+        if (p != line && p[-1] == '=') --p;
+    }
+    return size;
+}
+
 }  // namespace
 
 bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuffer& out) const {
@@ -51,7 +73,8 @@ bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuff
 }
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
-    return appendDecoded(text, size, base64::decodedBound(size), out, base64::decode);
+    const auto used = static_cast<unsigned int>(size ? sizeOfBase64(text, size) : 0);
+    return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
 }
 
 bool ContentCoding::encodeQuotedPrintable(const void* data, unsigned int size,

@@ -16,7 +16,8 @@ public:
     bool encodeBase64(const void* data, unsigned int size, StringBuffer& out) const;
 
     // Skips whatever is not in the alphabet.  A "=" ends a group, not the text: parts that
-    // were encoded one by one and joined are decoded whole.
+    // were encoded one by one and joined are decoded whole.  Plain text behind the padding,
+    // such as the footer of a mailing list, is left out.
     static bool decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out);
 
     // Lines of at most 76 characters (RFC 2045 6.7).  A CRLF of the input stays a line

@@ -331,7 +331,7 @@ void WordWriter::convert(const char* p, unsigned n) {
 unsigned WordWriter::quotedSize() const {
     unsigned size = 0;
     for (unsigned i = 0; i < m_size; ++i)
-        size += m_plain.has(static_cast<char>(m_bytes[i])) ? 1 : 3;
+        size += m_plain.has(static_cast<char>(m_bytes[i])) ? 1u : 3u;
     return size;
 }
 

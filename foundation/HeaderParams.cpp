@@ -64,6 +64,22 @@ const char* textEnd(const char* p, const char* end) {
     return end;
 }
 
+// The quote that ends a quoted value which starts at `p`, or `end`.  Tolerated: backslashes in
+// Windows paths.  Only \" is an escape; and a \" with a ";" or the end behind it closes the
+// value ("C:\";) when the next quote, if there is any, opens another value.
+const char* closingQuote(const char* p, const char* end) {
+    const char* lastChance = nullptr;
+    const char* q = p;
+    for (; q != end && *q != '"'; ++q) {
+        if (*q != '\\' || q + 1 == end || q[1] != '"') continue;
+        ++q;
+        const char* const behind = lastChance ? q : skipSpace(q + 1, end);
+        if (!lastChance && (behind == end || *behind == ';')) lastChance = q;
+    }
+    if (!lastChance || q == end) return lastChance ? lastChance : q;
+    return trimBack(lastChance, q)[-1] == '=' ? lastChance : q;
+}
+
 }  // namespace
 
 HeaderParams::HeaderParams(const char* value, unsigned int size)
@@ -139,36 +155,19 @@ const char* HeaderParams::unquotedEnd(const char* p) const {
     }
 }
 
-// Tolerated: backslashes in Windows paths.  Only \" is an escape; and a \" with a ";" or the
-// end behind it closes the value ("C:\";) when the next quote, if any, opens another value.
 // Tolerated: a value that is never closed; it runs to the end.
 bool HeaderParams::readQuoted() {
-    const char* const from = m_at + 1;
-    const char* lastChance = nullptr;
-    const char* q = from;
-    for (; q != m_end && *q != '"'; ++q) {
-        if (*q != '\\' || q + 1 == m_end || q[1] != '"') continue;
-        const char* const behind = skipSpace(q + 2, m_end);
-        if (!lastChance && (behind == m_end || *behind == ';')) lastChance = ++q;
-        else ++q;
-    }
-    const char* const before = lastChance ? trimBack(lastChance + 1, q) : q;
-    if (lastChance && (q == m_end || (before > lastChance + 1 && before[-1] == '=')))
-        q = lastChance;
-    m_at = q == m_end ? q : q + 1;
-
+    const char* p = m_at + 1;
+    const char* const close = closingQuote(p, m_end);
+    m_at = close == m_end ? close : close + 1;
     bool ok = true;
-    const char* p = from;
-    while (p != q) {
-        const char* const stop = findByte(p, q, '\\');
-        const bool isEscape = q - stop > 1 && stop[1] == '"';
+    while (p != close) {
+        const char* const stop = findByte(p, close, '\\');
         ok = m_value.appendN(p, sizeOf(p, stop)) && ok;
-        if (stop != q && !isEscape) ok = m_value.appendChar('\\') && ok;
-        p = stop == q ? q : stop + 1;
-        if (isEscape) {
-            ok = m_value.appendChar('"') && ok;
-            ++p;
-        }
+        if (stop == close) break;
+        const bool isEscape = close - stop > 1 && stop[1] == '"';
+        ok = m_value.appendChar(isEscape ? '"' : '\\') && ok;
+        p = stop + (isEscape ? 2 : 1);
     }
     return ok;
 }
@@ -214,7 +213,6 @@ enum class Form { Other, Plain, Extended, Numbered };
 class PieceCollector {
 public:
     bool add(const HeaderParams& params, Piece piece);
-    bool isEmpty() const { return m_pieces.isEmpty(); }
 
     // Appends the pieces from 0 on, without a gap, as one extended value.
     bool join(StringBuffer& out) const;
@@ -263,12 +261,11 @@ bool PieceCollector::join(StringBuffer& out) const {
     return n != 0 && byNumber[0];
 }
 
-// RFC 2231 4.1: the first piece names the charset, if it is an encoded one.  What the other
-// pieces hold is protected from being taken for a charset or for escapes.
+// RFC 2231 4.1: the first piece names the charset, if it is an encoded one.  The apostrophes
+// and plain percent signs of the others are protected from being taken for one or for escapes.
 bool PieceCollector::appendPiece(const Piece& piece, StringBuffer& out) const {
     if (piece.number == 0 && piece.isEncoded)
         return out.appendN(m_text.getString() + piece.offset, piece.size);
-    if (piece.number == 0 && !out.append("''")) return false;
     bool ok = true;
     const char* p = m_text.getString() + piece.offset;
     for (const char* const end = p + piece.size; p != end; ++p) {

@@ -11,7 +11,8 @@ public:
     // `value` must outlive the cursor.
     HeaderParams(const char* value, unsigned int size);
 
-    // The text in front of the first ";", without blanks around it.
+    // The text in front of the first ";", without blanks around it and comments behind it.
+    // Where that ";" is missing it ends in front of "charset=" and the like.
     void getMainValue(StringBuffer& out) const;
 
     // Moves to the next parameter; false at the end.

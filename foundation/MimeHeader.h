@@ -91,6 +91,16 @@ public:
     // The bytes of the field as they were read, without the line break at the end.
     bool getFieldText(int index, StringBuffer& out) const;
 
+    // Adds to `xml` an element "header" with one element a field, in order: entries with "addr"
+    // and "name" for addresses, value and parameter attributes for Content-* fields, the raw
+    // value for the rest (docs/xml.md).  The integer and the array are reserved.  False when
+    // memory is exhausted.
+    bool mimeHeaderToXml(ClsXml& xml, int reserved1, ExtPtrArray* reserved2, LogBase& log) const;
+
+    // Lets long lines be folded, and names beyond ASCII be encoded, when the header is written:
+    // for a header whose text was put together by a program.
+    void foldLongFields();
+
     int getNumFields() const { return static_cast<int>(m_fields.size()); }
 
     // The code page that the 8-bit bytes of the last load were read in; 0 when it had none.

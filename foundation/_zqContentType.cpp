@@ -109,9 +109,7 @@ constexpr ByteSet kAroundCharset(" \t\r\n\"';");
 constexpr ByteSet kBehindCharset(" \t\r\n\"';,(");
 
 // Tolerated: "utf-8;", "'utf-8'", "charset=utf-8" and "us-ascii (Plain text)" as values.
-// A name with a blank in it may be an alias, so the whole text is tried first.
 bool setCharset(_zqCharset& charset, StringBuffer& value) {
-    if (charset.setByName(value.getString())) return true;
     const char* p = value.getString();
     const char* const end = p + value.getSize();
     for (;;) {

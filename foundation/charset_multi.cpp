@@ -208,9 +208,8 @@ uint32_t big5Of(char32_t c) { return codeIn<kBig5Shift>(kBig5Index, kBig5Codes, 
 // -- Japanese: 932 and EUC-JP
 
 // Places of the Shift_JIS grid: the 94 rows of JIS X 0208, a private area, the IBM characters.
-// Rows 89 to 92 repeat the IBM characters for charsets that have 94 rows only.
-constexpr unsigned kRows = 94, kPlaces0208 = kRows * kRows;
-constexpr unsigned kRepeated = 88 * kRows, kRepeatedEnd = 92 * kRows;
+// The table for writing has those as rows 89 to 92, which repeat them.
+constexpr unsigned kRows = 94;
 
 constexpr char32_t kHalfWidthKana = 0xFF61;  // byte 0xA1, up to 0xDF
 constexpr unsigned kKanaCount = 63;
@@ -266,8 +265,9 @@ uint32_t shiftJisCode(char32_t c) {
     if (c == 0x80) return 0x80;
     if (c - kHalfWidthKana < kKanaCount) return c - kHalfWidthKana + 0xA1;
     if (c - 0xF8F0 < 4) return c == 0xF8F0 ? 0xA0 : c - 0xF8F1 + 0xFD;
-    const uint32_t place = jisPlace(c) - 1;
-    if (place + 1 == 0) return 0;
+    const uint32_t placePlus1 = jisPlace(c);
+    if (placePlus1 == 0) return 0;
+    const uint32_t place = placePlus1 - 1;
     const uint32_t lead = place / 188, trail = place % 188;
     return (lead + (lead < 31 ? 0x81 : 0xC1)) << 8 | (trail + (trail < 63 ? 0x40 : 0x41));
 }
@@ -298,11 +298,15 @@ struct EucJp {
     }
 };
 
+bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
+
+// The rows of vendors come last: not every reader of EUC-JP has them.
 uint32_t eucJpCode(char32_t c) {
     if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
-    if (const uint32_t code = jis0208Code(c)) return code | 0x8080;
-    const uint32_t code = codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c);
-    return code ? 0x8F0000 | code : 0;
+    const uint32_t code = jis0208Code(c);
+    if (code != 0 && !isVendorRow(code)) return code | 0x8080;
+    const uint32_t code0212 = codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c);
+    return code0212 ? 0x8F0000 | code0212 : code ? code | 0x8080 : 0;
 }
 
 // Rather the vendor's other reading of a code than "?", though the charset lacks it.
@@ -352,14 +356,8 @@ uint32_t jis0208Code(char32_t c) {
     if (toJisForm(c) != c) return 0;
     for (const TwoForms& row : kTwoForms)
         if (row.jis == c) c = row.microsoft;
-    uint32_t place = jisPlace(c) - 1;
-    if (place + 1 == 0) return 0;
-    if (place >= kPlaces0208) {
-        const auto* const end = kJisCells + kRepeatedEnd;
-        const auto* const hit = std::find(kJisCells + kRepeated, end, c);
-        if (hit == end) return 0;
-        place = static_cast<uint32_t>(hit - kJisCells);
-    }
+    const uint32_t place = jisPlace(c) - 1;
+    if (place >= kRows * kRows) return 0;  // in the private area, or there is none
     return 0x2121 + (place / kRows << 8) + place % kRows;
 }
 

@@ -33,6 +33,9 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqContentType.h"
 
+class ClsXml;
+class TreeNode;
+
 // Whether the body parsed last was labelled ISO-8859-1 but held windows-1252 text: reset
 // whenever the body of a leaf is parsed, set by the quoted-printable body setter.
 extern bool b_WasReally1252;
@@ -275,6 +278,86 @@ public:
     // Replaces `charset` by that of the first 8-bit text below; false when there is none.
     bool find8bitInfo(StringBuffer& charset);
 
+    // -- New containers -------------------------------------------------------- compose.cpp
+    // Each empties the node first; parts are added with addPart.
+
+    void newMultipartMixed(LogBase& log);
+    void newMultipartRelated(LogBase& log);
+    void newMultipartAlternative(LogBase& log);
+    void newMultipartReport(const char* reportType, LogBase& log);  // RFC 6522
+    void newMessageRfc822(XString& text, LogBase& log);             // a message as the body
+    void newMessageRfc822Sb(StringBuffer& text, LogBase& log);      // the same, any bytes
+
+    // -- Converting stored bodies ----------------------------------------- body_convert.cpp
+
+    // The first switches 8-bit leaves that are no text to base64, so that the written tree is
+    // text; the second undoes it.  Neither marks the node modified.
+    void makeBinarySafeForString();
+    void restoreBinarySafeForString();
+
+    // Picks quoted-printable or base64 for 8-bit leaves.  Only the cached coding changes: the
+    // body is written in it while the header field still names the old one.  Call
+    // setContentEncoding with what getContentEncoding then gives to change the field as well.
+    void convert8Bit(LogBase& log);
+
+    // Kept on purpose: the body becomes the text in the named charset followed by the same
+    // text percent-encoded.
+    void urlEncodeBody(const char* charsetName, LogBase& log);
+
+    // -- XML out --------------------------------------------------------------- xml_out.cpp
+    // <mime_message> with <header>, an element a field, and <body>, which holds the encoded
+    // body or a <subpart> for each child; docs/xml.md has the vocabulary.
+
+    bool getMimeXml(StringBuffer& out, LogBase& log);
+    bool getMimeXmlR(ClsXml& xml, LogBase& log);  // into an element that has its tag already
+
+    // The content types of the tree, a line each: XML-like for format 1, else plain.
+    void getMimeStructure(int format, int indent, StringBuffer& out, LogBase& log);
+    bool needsCData(const char* s) const;
+
+    // -- XML in ----------------------------------------------------------------- xml_in.cpp
+    // New nodes are the caller's; null when there is nothing to build one from.
+
+    static MimeMessage2* createMimeFromXml(const StringBuffer& xml, const char* tag,
+                                           bool addPreamble, LogBase& log);
+
+    // Appends a node for each outermost element of that tag ("mime_message" when null).  False
+    // only when the XML cannot be parsed.
+    static bool createMultipleFromXml(const StringBuffer& xml, const char* tag, ExtPtrArray& out,
+                                      bool addPreamble, LogBase& log);
+    static void findMimeAndCreate(TreeNode& node, const char* tag, ExtPtrArray& out,
+                                  bool addPreamble, LogBase& log);
+    static MimeMessage2* createMimeFromTree(TreeNode& mimeElement, bool addPreamble,
+                                            LogBase& log);
+    static bool buildHeaderFromXml(TreeNode& header, StringBuffer& headerText, LogBase& log);
+    static bool addNodeToHeader(TreeNode& field, StringBuffer& headerText, LogBase& log);
+    static void buildAddressesFromXml(TreeNode& field, StringBuffer& headerText, bool reserved,
+                                      LogBase& log);
+    static bool buildBodyFromXml(TreeNode& body, StringBuffer& bodyText, ExtPtrArray& parts,
+                                 bool addPreamble, LogBase& log);
+
+    // -- Attachments ------------------------------------------------------- attachments.cpp
+
+    // Writes every leaf that has a file name into `directory`, over files of the same name,
+    // and appends the paths as StringBuffers, also of those that could not be written.  No
+    // name leads out of the directory.  Kept on purpose: text in a charset other than UTF-8
+    // is written as an empty file.
+    void extractPartsToFiles(ExtPtrArray& savedPaths, XString& directory, LogBase& log);
+
+    // Strips directories from file names and name parameters, on the whole tree.
+    void makeAttachmentFilenamesRelative(LogBase& log);
+
+    // -- Special bodies ------------------------------------------------- special_bodies.cpp
+
+    MimeMessage2* getHtmlBodyObject(LogBase& log);  // stays the tree's
+    bool getHtmlBody(DataBuffer& out, LogBase& log);
+    MimeMessage2* getAppleDoubleAttachment(LogBase& log);  // detached: the caller's
+    void uuDecodeAttachment(LogBase& log);
+
+    // Replace `out` by the content type that goes with the name; empty when none does.
+    void getTypeFromFilename(const char* filename, StringBuffer& out, LogBase& log);
+    void getTypeFromExtension(const char* extension, StringBuffer& out, LogBase& log);
+
 private:
     friend class Loader;  // load.cpp: loads a tree without recursion
 
@@ -301,6 +384,14 @@ private:
                       bool isText, LogBase& log);
     void convertBodyToUtf8(int codePage, LogBase& log);
     void appendPreamble(StringBuffer& out) const;
+    bool loadPieces(const char* headerText, unsigned int headerSize, const unsigned char* body,
+                    unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8, LogBase& log);
+    void newMultipart(const char* type, LogBase& log);
+    void makeLeafBinarySafe();
+    bool startXml(ClsXml& xml, ClsXml*& body, LogBase& log);
+    void saveToDirectory(ExtPtrArray& savedPaths, const XString& directory, LogBase& log);
+    MimeMessage2* htmlAlternative() const;
+    friend class XmlTreeBuilder;  // xml_in.cpp: builds a tree without recursion
 
     // Links nodes that wait for deletion, which must not need memory of its own.
     MimeMessage2* m_nextDoomed = nullptr;

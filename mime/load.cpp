@@ -268,6 +268,15 @@ bool containsAny(const StringBuffer& text, const char* const (&words)[4]) {
 bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
                             unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8,
                             LogBase& log) {
+    StringBuffer header;
+    header.setString(headerText);
+    return loadPieces(header.getString(), header.getSize(), body, bodySize, parts, inputIsUtf8,
+                      log);
+}
+
+bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
+                              const unsigned char* body, unsigned int bodySize,
+                              ExtPtrArray& parts, bool inputIsUtf8, LogBase& log) {
     OperationContext context(log, "loadMime");
     if (!isAlive()) return false;
     if (!body) bodySize = 0;
@@ -275,7 +284,7 @@ bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
     keepIfWithin(m_mimeBody, reinterpret_cast<const char*>(body), keptBody);
     clear();
     StringBuffer charsetClue;
-    m_mimeHeader.loadMimeHeaderText(headerText, nullptr, codepage::kNone, charsetClue, log);
+    m_mimeHeader.loadMimeHeaderBytes(headerText, headerSize, codepage::kNone, charsetClue, log);
     cacheAll(log);
 
     StringBuffer contentType;

@@ -290,6 +290,24 @@ TEST(ContentCoding, AppendsAndGivesBackWhatIsNotNeeded) {
     EXPECT_EQ(str(bytes), "<AB=.");
 }
 
+TEST(ContentCoding, TextBehindTheLastPaddingIsNoBase64) {
+    const Row rows[] = {
+        {"a mailing list's footer", "QQ==\r\n\r\n-- \r\nlist at example.org\r\n", "A"},
+        {"a line of blanks and letters", "QUI=\nsee the archive\n", "AB"},
+        {"joined encodings", "QQ==\r\nQUI=\r\nQUJD\r\n", "AABABC"},
+        {"joined in one line", "QQ==Qg==", "AB"},
+        {"joined, then a footer", "QQ==\nQg==\n___\nxxxx", "AB"},
+        {"junk in front of the padding is skipped", "Q*Q=\r\n", "A"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Exact text(row.in);
+        DataBuffer bytes;
+        EXPECT_TRUE(ContentCoding::decodeBase64ToDb(text.data(), text.size(), bytes));
+        EXPECT_EQ(str(bytes), row.out);
+    }
+}
+
 TEST(ContentCoding, NothingGivesNothing) {
     const ContentCoding coding;
     DataBuffer bytes;

@@ -99,15 +99,17 @@ TEST(EncodedWords, DecodeToBytes) {
 
 // Limit: each of these takes minutes where a search starts anew for every word.
 TEST(EncodedWords, HostileTextIsReadInLinearTime) {
-    std::string heads, open, words, closed = "=?utf-8?q?";
+    std::string heads, open, never, words, closed = "=?utf-8?q?";
     for (int i = 0; i < 100000; ++i) {
         heads += "=?";
         open += "=?utf-8?q?";
+        never += "=?utf-8?q?a";
         words += "=?utf-8?q?a?= ";
         closed += "=?x";
     }
     EXPECT_TRUE(decode(heads) == heads);
     EXPECT_TRUE(decode(open) == open);
+    EXPECT_TRUE(decode(never) == never);
     EXPECT_TRUE(decode(words) == std::string(100000, 'a') + " ");
     EXPECT_TRUE(decode(open + "?=") == open.substr(10));
     EXPECT_TRUE(decode(closed + "?=") == closed.substr(10));
@@ -125,7 +127,8 @@ TEST(EncodedWords, Encode) {
         std::string_view out;
     };
     static constexpr EncodeRow kRows[] = {
-        {"Q where it is shorter", "Caf\xC3\xA9 (x) !", 65001, 9, false, "=?utf-8?Q?Caf=C3=A9_(x)_!?="},
+        {"Q where it is shorter", "Caf\xC3\xA9 (x) !", 65001, 9, false,
+         "=?utf-8?Q?Caf=C3=A9_(x)_!?="},
         {"B where it is shorter", "\xC3\xA9\xC3\xA9", 65001, 9, false, "=?utf-8?B?w6nDqQ==?="},
         {"phrase", "Caf\xC3\xA9 au lait, x", 65001, 9, true, "=?utf-8?Q?Caf=C3=A9_au_lait=2C_x?="},
         {"charset that holds the text", "Caf\xC3\xA9", 28591, 9, false, "=?iso-8859-1?Q?Caf=E9?="},

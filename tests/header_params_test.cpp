@@ -80,6 +80,8 @@ TEST(HeaderParams, Find) {
         {"longer and shorter names", "a; names=x; nam=y", "(unchanged)"},
         {"plain wins", "a; name*=utf-8''x; name*0=y; name=z", "z"},
         {"extended", "a; name*=iso-8859-1'en'%E4", "\xC3\xA4"},
+        {"the first of each number", "a; name*0=a; name*1=b; name*0=c", "ab"},
+        {"the first extended", "a; name*=''x; name*=''y", "x"},
         {"extended wins over pieces", "a; name*0=y; name*=''x", "x"},
         {"pieces in any order", "a; name*2=c; name*0=a; name*1=b", "abc"},
         {"pieces up to a gap", "a; name*0=a; name*2=c", "a"},

@@ -83,6 +83,12 @@ constexpr Row kRows[] = {
      "Subject: =?utf-8?q?a b?= =?utf-8?B?IMOp?="},
     {"before an encoded word", "Subject",
      "\xC3\xA9 =?utf-8?q?a?=", "Subject: =?utf-8?B?w6kg?= =?utf-8?q?a?="},
+    {"stuck to an encoded word", "Subject", "=?utf-8?q?a?= =?utf-8?q?b?=\xC3\xA9",
+     "Subject: =?utf-8?q?a?= =?utf-8?B?YsOp?="},
+    {"encoded word stuck behind", "Subject",
+     "\xC3\xA9=?utf-8?q?b?= =?utf-8?q?a?=", "Subject: =?utf-8?B?w6li?= =?utf-8?q?a?="},
+    {"no blank behind the comma", "To", "a@b,\xC3\xA9 <c@d>", "To: a@b, =?utf-8?B?w6k=?= <c@d>"},
+    {"comments nest", "To", "a@b (\xC3\xA9 (x) y)", "To: a@b (=?utf-8?B?w6kgKHgpIHk=?=)"},
     {"bare name", "From", "J\xC3\xB6rg M <j@x.de>", "From: =?utf-8?Q?J=C3=B6rg_M?= <j@x.de>"},
     {"quoted name", "To", "\"M\xC3\xBC, \\\"J\\\"\"<j@x>", "To: =?utf-8?B?TcO8LCAiSiI=?= <j@x>"},
     {"ASCII names stay", "Cc", "\"a, b\" <a@x>,c@d (e),  \xC3\xA9 <f@x>",
@@ -115,9 +121,27 @@ TEST(HeaderWriter, Rows) {
     const std::string word(kWord60);
     EXPECT_EQ(write("Subject", word + "  " + word), "Subject: " + word + "\r\n  " + word);
     EXPECT_EQ(write("References", word + word), "References: " + word + word);
+    EXPECT_EQ(write("References", "  " + word + word), "References:   " + word + word);
     EXPECT_EQ(write(word, "\xC3\xA9"), word + ":\r\n =?utf-8?B?w6k=?=");
     EXPECT_EQ(write("To", "\xC3\xA9 <" + word + ">, \xC3\xA8 <b@c>"),
               "To: =?utf-8?B?w6k=?=\r\n <" + word + ">,\r\n =?utf-8?B?w6g=?= <b@c>");
+}
+
+TEST(HeaderWriter, NothingIsStuckToWordsBeyondTheLine) {
+    std::string text;
+    for (int i = 0; i < 60; ++i) {
+        text += "\xC3\xA9";
+        for (const std::string& value :
+             {"a@b (" + text + "), c@d", text + ": a@b;", text + "<a@b>"}) {
+            const std::string out = write("To", value);
+            SCOPED_TRACE(out);
+            expectSafe(out);
+            for (size_t at = 0, end; at < out.size(); at = end + 2) {
+                end = std::min(out.find("\r\n", at), out.size());
+                EXPECT_LE(end - at, 76u);
+            }
+        }
+    }
 }
 
 std::string randomValue(std::mt19937& random, bool hostile) {

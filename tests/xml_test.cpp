@@ -85,7 +85,8 @@ constexpr ReadRow kReadRows[] = {
     {"character references", "<a>&#65;&#x42;&#x00000e9;&#x20AC;&#x1F600;&#13;</a>",
      "a[AB\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\r]"},
     {"CDATA", "<a>1<![CDATA[<b>&lt;]]]]><![CDATA[>]]>2</a>", "a[1<b>&lt;]]>2]"},
-    {"text around children", "<a>1<b>x<c>y</c></b >2<d e='>'/>3</a >", "a[123](b[x](c[y]) d{e=>})"},
+    {"text around children", "<a>1<b>x<c>y</c>z</b >2<d e='>'/>3</a >",
+     "a[123](b[xz](c[y]) d{e=>})"},
     {"line ends in text", "<a>1\r\n2\r3\n4<![CDATA[\r\n\r]]></a>", "a[1\n2\n3\n4\n\n]"},
     {"white space in values", "<a b='1\r\n2\t3\r4\n5&#10;&#9;&#13;'/>", "a{b=1 2 3 4 5\n\t\r}"},
     {"quotes in values", "<a b='\"' c=\"'\"/>", "a{b=\"}{c='}"},
@@ -121,6 +122,7 @@ constexpr FaultRow kFaultRows[] = {
     {" \n<!---->", "line 2, column 8: there is no element."},
     {"<a>\r\n<b>\r\xC3\xA9</a>", "line 3, column 2: an end tag that does not match its start tag."},
     {"<a></ab>", "line 1, column 4: an end tag that does not match its start tag."},
+    {"<ab></a>", "line 1, column 5: an end tag that does not match its start tag."},
     {"<a><b></a></b>", "line 1, column 7: an end tag that does not match its start tag."},
     {"<a/>\n<b/>", "line 2, column 1: more than the root element."},
     {"<a/>x", "line 1, column 5: more than the root element."},
@@ -167,6 +169,7 @@ constexpr FaultRow kFaultRows[] = {
     {"<a>\x1B</a>", "line 1, column 4: a byte that is no character"},
     {"<a>\xC3</a>", "line 1, column 4: a byte that is no character"},
     {"<a>\xC0\x80</a>", "line 1, column 4: a byte that is no character"},
+    {"<a>\xE0\x9F\xBF</a>", "line 1, column 4: a byte that is no character"},
     {"<a>\xED\xA0\x80</a>", "line 1, column 4: a byte that is no character"},
     {"<a>\xEF\xBF\xBE</a>", "line 1, column 4: a byte that is no character"},
     {"<a>\xF4\x90\x80\x80</a>", "line 1, column 4: a byte that is no character"},
@@ -225,8 +228,9 @@ TEST(TreeNode, FindsElements) {
     TreeNode* const second = root->searchForTag(first, "a");
     EXPECT_EQ(second, b->getChild(0));
     EXPECT_EQ(root->searchForTag(second, "a"), root->getChild(2)->getChild(0));
-    EXPECT_EQ(b->searchForTag(first, "a"), second);  // from before its subtree
-    EXPECT_FALSE(b->searchForTag(second, "a"));      // and never past its end
+    EXPECT_EQ(root->getChild(2)->searchForTag(first, "a"),
+              root->getChild(2)->getChild(0));   // from before its subtree
+    EXPECT_FALSE(b->searchForTag(second, "a"));  // and never past its end
     EXPECT_FALSE(root->searchForTag(nullptr, "r"));
 }
 
@@ -325,7 +329,7 @@ TEST(ClsXml, SpellsNames) {
 // Random texts from pieces that matter to XML.
 class Pieces {
 public:
-    std::string text(int maxPieces) {
+    std::string text(unsigned maxPieces) {
         static const std::string kPieces[] = {"]]>",
                                               "]",
                                               ">",

@@ -37,15 +37,15 @@ Character characterAt(std::string_view text, size_t at) {
 }
 
 bool isHarmful(unsigned c) {
-    return c < 0x20 || (c >= 0x7F && c < 0xA0)           // C0, DEL, C1
-           || c == 0x061C || c == 0x200E || c == 0x200F  // direction marks
-           || (c >= 0x2028 && c <= 0x202E)               // line breaks, embeddings
-           || (c >= 0x2066 && c <= 0x2069);              // isolates
+    return (c < 0x20 && c != '\t') || (c >= 0x7F && c < 0xA0)  // C0, DEL, C1
+           || c == 0x061C || c == 0x200E || c == 0x200F        // direction marks
+           || (c >= 0x2028 && c <= 0x202E)                     // line breaks, embeddings
+           || (c >= 0x2066 && c <= 0x2069);                    // isolates
 }
 
 bool isLayout(std::string_view text, size_t at) {
     const char c = text[at];
-    return c == '\n' || c == '\t' || (c == '\r' && text.substr(at + 1, 1) == "\n");
+    return c == '\n' || (c == '\r' && text.substr(at + 1, 1) == "\n");
 }
 
 std::string escape(unsigned code) {

@@ -15,11 +15,11 @@ std::string_view view(const StringBuffer& s);
 std::string_view view(const DataBuffer& d);
 std::string_view view(const char* s);  // null is empty
 
-// Escapes control characters, characters that reorder a line (bidi controls) and bytes that
-// are not UTF-8, as \x1B or \u202E.
+// Escapes control characters but for tabs, characters that reorder a line (bidi controls) and
+// bytes that are not UTF-8, as \x1B or \u202E.
 std::string oneLine(std::string_view text);
 
-// The same with blanks, tabs and line breaks kept; CRLF becomes LF.
+// The same with line breaks kept; CRLF becomes LF.
 std::string manyLines(std::string_view text);
 
 // One line on standard error, with the program's name in front.

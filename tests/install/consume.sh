@@ -31,7 +31,7 @@ for shared in OFF ON; do
         -o "$work/pkg-$shared"
     LD_LIBRARY_PATH=$lib "$work/pkg-$shared"
 
-    LD_LIBRARY_PATH=$lib "$prefix/bin/mimetree" --version
+    "$prefix/bin/mimetree" --version
 done
 
 echo "consumer by add_subdirectory"

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What the tests of the node operations share: nodes from texts, and what is in them as
+// plain strings.
+
+#include <memory>
+
+#include "foundation/LogNull.h"
+#include "foundation/LogText.h"
+#include "mime/MimeMessage2.h"
+#include "tests/support.h"
+
+using namespace std::string_view_literals;
+
+using NodePtr = std::unique_ptr<MimeMessage2>;
+
+inline LogNull noLog;
+
+inline NodePtr fromText(std::string_view text, LogBase& log = noLog) {
+    NodePtr node(MimeMessage2::createNewObject());
+    node->loadMimeComplete(sb(text), log, false);
+    return node;
+}
+
+inline NodePtr fromBytes(std::string_view bytes, LogBase& log = noLog) {
+    NodePtr node(MimeMessage2::createNewObject());
+    DataBuffer data = db(bytes);
+    node->loadMimeCompleteDb(data, log);
+    return node;
+}
+
+// A leaf with this header and this body, as a loader would make it.
+inline NodePtr leaf(const std::string& header, std::string_view body = "") {
+    NodePtr node = fromBytes(header + "\r\n\r\n");
+    node->setMimeBodyBinary2(reinterpret_cast<const unsigned char*>(body.data()),
+                             static_cast<unsigned>(body.size()), noLog);
+    node->m_modified = false;
+    return node;
+}
+
+inline std::string bodyOf(const MimeMessage2& node) { return str(node.getMimeBodyDb()); }
+
+inline std::string headerOf(const MimeMessage2& node) {
+    StringBuffer out;
+    node.getMimeHeader(out, noLog);
+    return str(out);
+}
+
+inline std::string written(const MimeMessage2& node) {
+    DataBuffer out;
+    node.getMimeTextDb(out, false, noLog);
+    return str(out);
+}
+
+// The bodies of a tree: "text", or "[part|part]" for a node with parts.
+inline std::string outline(const MimeMessage2& node) {
+    if (node.getNumParts() == 0) return bodyOf(node);
+    std::string text;
+    for (int i = 0; i < node.getNumParts(); ++i)
+        text += (i ? "|" : "[") + outline(*node.getPart(i));
+    return text + "]";
+}
+
+// The lines of a log without contexts and indentation, "|" behind each.
+inline std::string linesOf(const LogText& log) {
+    std::string text;
+    std::string_view rest(log.text().getString(), log.text().getSize());
+    while (!rest.empty()) {
+        std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(line.size() + 1);
+        line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+        if (!line.ends_with(':')) text.append(line).append("|");
+    }
+    return text;
+}
