@@ -60,7 +60,7 @@ size_t sizeOfBase64(const char* text, size_t size) {
         while (p != end && (*p == '=' || bytes::isSpace(*p))) ++p;
         const char* const line = p;
         while (p != end && kBase64Bytes.has(*p)) ++p;
-        if (p != end && !bytes::isSpace(*p)) return static_cast<size_t>(line - text);
+        if (p != end && *p != '\r' && *p != '\n') return static_cast<size_t>(line - text);
         if (p != line && p[-1] == '=') --p;
     }
     return size;

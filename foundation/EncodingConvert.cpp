@@ -85,8 +85,9 @@ using charset::Source;
 constexpr int kUtf8 = 65001;
 
 const Codec* findCodec(int codePage) {
-    for (const auto& list : {charset::unicodeCodecs(), charset::singleByteCodecs(),
-                             charset::multiByteCodecs(), charset::statefulCodecs()})
+    const charset::CodecList lists[] = {charset::unicodeCodecs(), charset::singleByteCodecs(),
+                                        charset::multiByteCodecs(), charset::statefulCodecs()};
+    for (const charset::CodecList& list : lists)
         for (const Codec& codec : list)
             if (codec.codePage == codePage) return &codec;
     return nullptr;

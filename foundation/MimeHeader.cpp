@@ -177,6 +177,7 @@ bool MimeHeader::decodeHighBytes(int codePage, const StringBuffer& charsetClue, 
         if (!isUtf8 && !recodeField(field, legacy, log)) return false;
         if (m_detectedCP == 0 || !isUtf8) m_detectedCP = isUtf8 ? kUtf8 : legacy;
     }
+    if (m_waste > 0) compact();
     return true;
 }
 
@@ -239,7 +240,11 @@ bool MimeHeader::makeField(const StringBuffer& name, const char* value, Field& f
     appendUnfolded(value, value + lengthOf(value), clean);
     clean.trim2();
     text.append(clean);
+    // A node that changes a field or two pays for their text only; long lists grow by half.
+    constexpr unsigned kShortList = 64;
     const unsigned start = m_text.getSize();
+    if (m_fields.size() < kShortList && text.getSize() < kMaxNameSize)
+        m_text.reserve(start + text.getSize());
     if (text.failed() || clean.failed() || !m_text.append(text)) return false;
     field = fieldOfLine(start, text.getSize());
     field.isRaw = false;
@@ -347,12 +352,16 @@ void MimeHeader::removeHeaderFieldsAfterSig(LogBase&) {
 // Fields that are set again and again would pile their old texts up.
 void MimeHeader::dropWaste() {
     constexpr unsigned kTolerated = 4096;
-    if (m_waste <= kTolerated || m_waste < m_text.getSize() / 2) return;
+    if (m_waste > kTolerated && m_waste > m_text.getSize() / 2) compact();
+}
+
+// Without memory for the compact text the present one stays, which does as well.
+void MimeHeader::compact() {
     StringBuffer kept;
     if (!kept.reserve(m_text.getSize() - m_waste)) return;
     for (Field& field : m_fields) {
         const unsigned start = kept.getSize();
-        if (!kept.appendN(m_text.getString() + field.start, field.size)) return;
+        kept.appendN(m_text.getString() + field.start, field.size);
         field.start = start;
     }
     m_text.swap(kept);

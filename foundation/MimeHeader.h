@@ -127,6 +127,7 @@ private:
     bool makeField(const StringBuffer& name, const char* value, Field& field);
     bool appendField(const StringBuffer& name, const char* value);
     void dropWaste();
+    void compact();
 
     StringBuffer m_text;
     GrowArray<Field> m_fields;

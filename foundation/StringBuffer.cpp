@@ -102,18 +102,19 @@ bool StringBuffer::refuse() {
 bool StringBuffer::grow(unsigned int needed) {
     const unsigned int now = capacity();
     if (needed <= now) return true;
-    unsigned int wanted = needed;
-    if (onHeap() && now < kMaxSize / 3 * 2) wanted = needed > now + now / 2 ? needed : now + now / 2;
-    if (wanted < 31) wanted = 31;
-    char* block = static_cast<char*>(onHeap() ? std::realloc(heapData(), size_t(wanted) + 1)
-                                              : std::malloc(size_t(wanted) + 1));
-    if (!block) return refuse();
-    if (!onHeap()) std::memcpy(block, m_inline, size_t(m_size) + 1);
-    adoptHeap(block, wanted);
-    return true;
+    const unsigned int half = onHeap() && now < kMaxSize / 3 * 2 ? now + now / 2 : 0;
+    return reserve(needed > half ? needed : half);
 }
 
-bool StringBuffer::reserve(unsigned int n) { return grow(n); }
+bool StringBuffer::reserve(unsigned int n) {
+    if (n <= capacity()) return true;
+    const size_t room = size_t(n < 31 ? 31 : n) + 1;
+    char* block = static_cast<char*>(onHeap() ? std::realloc(heapData(), room) : std::malloc(room));
+    if (!block) return refuse();
+    if (!onHeap()) std::memcpy(block, m_inline, size_t(m_size) + 1);
+    adoptHeap(block, static_cast<unsigned int>(room - 1));
+    return true;
+}
 
 char* StringBuffer::extend(unsigned int n) {
     if (n > kMaxSize - m_size || !grow(m_size + n)) {

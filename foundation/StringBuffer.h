@@ -76,7 +76,8 @@ public:
     bool appendChar(char c);
     bool appendCharN(char c, unsigned int n);
 
-    // Makes room for `n` bytes in all, so that appends up to there cannot fail.
+    // Makes room for exactly `n` bytes in all (never less than there is), so that appends up
+    // to there cannot fail.
     bool reserve(unsigned int n);
 
     // Grows by `n` bytes for the caller to write, and gives where they start; null when

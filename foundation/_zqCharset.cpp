@@ -579,7 +579,7 @@ static_assert(std::adjacent_find(std::begin(kRows), std::end(kRows),
 constexpr size_t kLongestName =
     std::max_element(std::begin(kRows), std::end(kRows), [](const auto& a, const auto& b) {
         return a.name.size() < b.name.size();
-    })->name.size();
+    }) -> name.size();
 
 // The name without what surrounds it in careless parameters: blanks and quotes.
 std::string_view trimmed(std::string_view name) {
@@ -614,10 +614,8 @@ void _zqCharset::setByCodePage(int codePage) {
     clear();
     if (codePage == 0) return;
     m_codePage = codePage;
-    if (const char* name = nameOf(codePage))
-        m_name.setString(name);
-    else if (m_name.setString("cp"))
-        m_name.append(codePage);
+    if (const char* name = nameOf(codePage)) m_name.setString(name);
+    else if (m_name.setString("cp")) m_name.append(codePage);
 }
 
 void _zqCharset::clear() {
@@ -630,9 +628,8 @@ int _zqCharset::codePageOf(const char* name, unsigned int length) {
 }
 
 const char* _zqCharset::nameOf(int codePage) {
-    const auto* const hit =
-        std::find_if(std::begin(kRows), std::end(kRows), [codePage](const CharsetRow& row) {
-            return row.isCanonical && row.codePage == codePage;
-        });
+    const auto* const hit = std::find_if(
+        std::begin(kRows), std::end(kRows),
+        [codePage](const CharsetRow& row) { return row.isCanonical && row.codePage == codePage; });
     return hit != std::end(kRows) ? hit->name.data() : nullptr;
 }

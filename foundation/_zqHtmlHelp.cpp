@@ -103,6 +103,9 @@ bool readAttribute(Cursor& in, Attribute& attribute) {
     in.skip(1);
     in.skipSpace();
     attribute.value = in.takeValue([](char c) { return !isSpace(c) && c != '>'; });
+    // Tolerated: "<meta charset=utf-8/>", where the slash is part of the value by the letter.
+    if (in.here() == '>' && !attribute.value.empty() && attribute.value.back() == '/')
+        attribute.value.remove_suffix(1);
     return true;
 }
 
@@ -130,10 +133,8 @@ string_view charsetInMeta(Cursor& in) {
     bool isOfOtherKind = false;
     for (Attribute attribute; readAttribute(in, attribute);) {
         const string_view name = attribute.name, value = trimmed(attribute.value);
-        if (equals(name, "charset") && own.empty())
-            own = value;
-        else if (equals(name, "content") && inContent.empty())
-            inContent = charsetInContent(value);
+        if (equals(name, "charset") && own.empty()) own = value;
+        else if (equals(name, "content") && inContent.empty()) inContent = charsetInContent(value);
         else if (equals(name, "http-equiv") || equals(name, "name"))
             isOfOtherKind = isOfOtherKind || !equals(value, "content-type");
     }

@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "foundation/utf8.h"
 
@@ -79,10 +78,18 @@ struct Codec {
     const void* table = nullptr;
 };
 
-std::span<const Codec> singleByteCodecs();
-std::span<const Codec> multiByteCodecs();
-std::span<const Codec> statefulCodecs();
-std::span<const Codec> unicodeCodecs();
+struct CodecList {
+    const Codec* first;
+    size_t count;
+
+    const Codec* begin() const { return first; }
+    const Codec* end() const { return first + count; }
+};
+
+CodecList singleByteCodecs();
+CodecList multiByteCodecs();
+CodecList statefulCodecs();
+CodecList unicodeCodecs();
 
 // Copies the run of ASCII at the start of `in`, and moves `in` behind it.
 bool copyAscii(Source& in, Output& out);

@@ -49,8 +49,9 @@ uint32_t codeIn(const uint16_t (&index)[Blocks], const uint16_t (&codes)[Size], 
 
 template <size_t N>
 bool isIn(const CodeRange (&ranges)[N], uint32_t code) {
-    const auto* const after = std::upper_bound(
-        ranges, ranges + N, code, [](uint32_t value, CodeRange range) { return value < range.first; });
+    const auto* const after =
+        std::upper_bound(ranges, ranges + N, code,
+                         [](uint32_t value, CodeRange range) { return value < range.first; });
     return after != ranges && code <= after[-1].last;
 }
 
@@ -127,9 +128,10 @@ struct Gb {
         if (*p == 0x80) {
             out.put(kEuro);
             ++in.p;
-        } else if (in.size() >= 4 && isLead(p[0]) && isDigit(p[1]) && isLead(p[2]) && isDigit(p[3])) {
-            const char32_t c = gb18030Point(
-                ((p[0] - 0x81u) * 10 + p[1] - 0x30) * 1260 + (p[2] - 0x81u) * 10 + p[3] - 0x30);
+        } else if (in.size() >= 4 && isLead(p[0]) && isDigit(p[1]) && isLead(p[2]) &&
+                   isDigit(p[3])) {
+            const char32_t c = gb18030Point(((p[0] - 0x81u) * 10 + p[1] - 0x30) * 1260 +
+                                            (p[2] - 0x81u) * 10 + p[3] - 0x30);
             out.put(c ? c : kReplacement);
             in.p += 4;
         } else {
@@ -243,7 +245,8 @@ uint32_t jisPlace(char32_t c) { return codeIn<kJisShift>(kJisIndex, kJisCodes, c
 struct ShiftJis {
     static unsigned cell(unsigned lead, unsigned trail) {
         const unsigned row = lead < 0xA0 ? lead - 0x81 : lead - 0xC1;
-        if (row >= 60 || (lead >= 0xA0 && row < 31) || trail - 0x40 > 0xBC || trail == 0x7F) return 0;
+        if (row >= 60 || (lead >= 0xA0 && row < 31) || trail - 0x40 > 0xBC || trail == 0x7F)
+            return 0;
         return kJisCells[row * 188 + trail - (trail < 0x7F ? 0x40 : 0x41)];
     }
 
@@ -253,7 +256,7 @@ struct ShiftJis {
     static void readOther(Source& in, Output& out) {
         const unsigned byte = *in.p;
         if (isLead(byte)) return putBad(in, out, true);
-        out.put(byte == 0x80 ? 0x80
+        out.put(byte == 0x80   ? 0x80
                 : byte == 0xA0 ? 0xF8F0
                 : byte >= 0xFD ? 0xF8F1 + byte - 0xFD
                                : kHalfWidthKana + byte - 0xA1);
@@ -334,7 +337,7 @@ constexpr Codec kCodecs[] = {
 
 }  // namespace
 
-std::span<const Codec> multiByteCodecs() { return kCodecs; }
+CodecList multiByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 char32_t jis0208Character(unsigned row, unsigned column) {
     return toJisForm(kJisCells[row * kRows + column]);

@@ -5,6 +5,7 @@
 // for every byte and the characters in order for the way back.  Listed for EncodingConvert.cpp.
 
 #include <algorithm>
+#include <iterator>
 
 #include "foundation/charset_codecs.h"
 
@@ -49,8 +50,9 @@ uint32_t codeOf(const Codec& codec, char32_t c) {
     if (c < 0x80) return c;
     const SingleByte& table = tableOf(codec);
     const auto* const end = table.reverse + table.count;
-    const auto* const hit = std::lower_bound(
-        table.reverse, end, c, [](SingleByte::Reverse row, char32_t value) { return row.c < value; });
+    const auto* const hit =
+        std::lower_bound(table.reverse, end, c,
+                         [](SingleByte::Reverse row, char32_t value) { return row.c < value; });
     return hit != end && hit->c == c ? hit->byte : 0;
 }
 
@@ -82,22 +84,22 @@ constexpr Codec row(int codePage) {
 }
 
 constexpr Codec kCodecs[] = {
-    row<kUsAscii>(20127),       row<kIso8859_1>(28591),     row<kIso8859_2>(28592),
-    row<kIso8859_3>(28593),     row<kIso8859_4>(28594),     row<kIso8859_5>(28595),
-    row<kIso8859_6>(28596),     row<kIso8859_7>(28597),     row<kIso8859_8>(28598),
-    row<kIso8859_8>(38598),     row<kIso8859_9>(28599),     row<kIso8859_10>(28600),
-    row<kIso8859_11>(28601),    row<kIso8859_13>(28603),    row<kIso8859_14>(28604),
-    row<kIso8859_15>(28605),    row<kIso8859_16>(28606),    row<kWindows1250>(1250),
-    row<kWindows1251>(1251),    row<kWindows1252>(1252),    row<kWindows1253>(1253),
-    row<kWindows1254>(1254),    row<kWindows1255>(1255),    row<kWindows1256>(1256),
-    row<kWindows1257>(1257),    row<kWindows1258>(1258),    row<kWindows874>(874),
-    row<kKoi8R>(20866),         row<kKoi8U>(21866),         row<kMacintosh>(10000),
-    row<kMacCyrillic>(10007),   row<kIbm437>(437),          row<kIbm850>(850),
-    row<kIbm852>(852),          row<kIbm855>(855),          row<kIbm866>(866),
+    row<kUsAscii>(20127),     row<kIso8859_1>(28591),  row<kIso8859_2>(28592),
+    row<kIso8859_3>(28593),   row<kIso8859_4>(28594),  row<kIso8859_5>(28595),
+    row<kIso8859_6>(28596),   row<kIso8859_7>(28597),  row<kIso8859_8>(28598),
+    row<kIso8859_8>(38598),   row<kIso8859_9>(28599),  row<kIso8859_10>(28600),
+    row<kIso8859_11>(28601),  row<kIso8859_13>(28603), row<kIso8859_14>(28604),
+    row<kIso8859_15>(28605),  row<kIso8859_16>(28606), row<kWindows1250>(1250),
+    row<kWindows1251>(1251),  row<kWindows1252>(1252), row<kWindows1253>(1253),
+    row<kWindows1254>(1254),  row<kWindows1255>(1255), row<kWindows1256>(1256),
+    row<kWindows1257>(1257),  row<kWindows1258>(1258), row<kWindows874>(874),
+    row<kKoi8R>(20866),       row<kKoi8U>(21866),      row<kMacintosh>(10000),
+    row<kMacCyrillic>(10007), row<kIbm437>(437),       row<kIbm850>(850),
+    row<kIbm852>(852),        row<kIbm855>(855),       row<kIbm866>(866),
 };
 
 }  // namespace
 
-std::span<const Codec> singleByteCodecs() { return kCodecs; }
+CodecList singleByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset

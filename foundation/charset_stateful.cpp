@@ -70,9 +70,9 @@ char32_t kanaCharacter(unsigned byte) {
 // RFC 1468 and, from "(I" on, what RFC 1554, RFC 2237 and Windows (50221) add to it.  "(H" is
 // an old mistake for "(J".
 constexpr CodedSet kJapaneseSets[] = {
-    {"(B", nullptr, nullptr},          {"(J", romanCharacter, nullptr},
-    {"$@", nullptr, jis0208Character}, {"$B", nullptr, jis0208Character},
-    {"(I", kanaCharacter, nullptr},    {"(H", romanCharacter, nullptr},
+    {"(B", nullptr, nullptr},           {"(J", romanCharacter, nullptr},
+    {"$@", nullptr, jis0208Character},  {"$B", nullptr, jis0208Character},
+    {"(I", kanaCharacter, nullptr},     {"(H", romanCharacter, nullptr},
     {"$(@", nullptr, jis0208Character}, {"$(B", nullptr, jis0208Character},
     {"$(D", nullptr, jis0212Character}, {"$A", nullptr, gb2312Character},
     {"$(C", nullptr, ks1001Character},
@@ -158,9 +158,7 @@ void readTilde(Source& in, Output& out, bool& isShifted) {
         case '}': isShifted = false; break;
         case '~': out.put('~'); break;
         case '\n': break;
-        default:
-            out.put(kReplacement);
-            --in.p;
+        default: out.put(kReplacement); --in.p;
     }
 }
 
@@ -239,10 +237,8 @@ bool encodeShifting(const Writer& writer, Source in, Output& out) {
         const char32_t c = utf8::next(in.p, in.end);
         const uint32_t code = writer.codeOf(c);
         if (!designate(code >> kSetShift) || !out.room(2)) return false;
-        if (c == 0)
-            *out.at++ = 0;
-        else
-            out.putCode(code & 0xFFFF);
+        if (c == 0) *out.at++ = 0;
+        else out.putCode(code & 0xFFFF);
     }
     return designate(0);
 }
@@ -271,6 +267,6 @@ constexpr Codec kCodecs[] = {
 
 }  // namespace
 
-std::span<const Codec> statefulCodecs() { return kCodecs; }
+CodecList statefulCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset

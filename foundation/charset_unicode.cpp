@@ -3,8 +3,9 @@
 // The encodings of Unicode: UTF-8, UTF-16 and UTF-32 in both byte orders, and UTF-7.  Listed for
 // EncodingConvert.cpp.
 
+#include <iterator>
+
 #include "foundation/ByteSet.h"
-#include "foundation/bytes.h"
 #include "foundation/charset_codecs.h"
 
 namespace charset {
@@ -145,10 +146,8 @@ public:
             return;
         }
         finish();
-        if (isHighSurrogate(unit))
-            m_high = unit;
-        else
-            m_out.put(isLowSurrogate(unit) ? kReplacement : unit);
+        if (isHighSurrogate(unit)) m_high = unit;
+        else m_out.put(isLowSurrogate(unit) ? kReplacement : unit);
     }
 
     void finish() {
@@ -224,9 +223,7 @@ private:
     unsigned m_count = 0;
 };
 
-bool isDirect(const Source& in) {
-    return !in.isEmpty() && kDirect.has(static_cast<char>(*in.p));
-}
+bool isDirect(const Source& in) { return !in.isEmpty() && kDirect.has(static_cast<char>(*in.p)); }
 
 bool encode7(const Codec&, Source in, Output& out) {
     while (!in.isEmpty()) {
@@ -265,6 +262,6 @@ constexpr Codec kCodecs[] = {
 
 }  // namespace
 
-std::span<const Codec> unicodeCodecs() { return kCodecs; }
+CodecList unicodeCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset

@@ -20,7 +20,11 @@ bool isCutSequence(const unsigned char* p, size_t n);
 inline unsigned sequence(const unsigned char* p, size_t n) {
     const unsigned lead = p[0];
     if (lead < 0x80) return 1;
-    const unsigned length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+    const unsigned length = lead < 0xC2   ? 0
+                            : lead < 0xE0 ? 2
+                            : lead < 0xF0 ? 3
+                            : lead < 0xF5 ? 4
+                                          : 0;
     if (length == 0 || length > n) return 0;
     const unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
@@ -45,7 +49,9 @@ inline char32_t next(const unsigned char*& p, const unsigned char* end) {
 // Writes `c` (no surrogate, at most U+10FFFF) to `at`, up to 4 bytes; gives the end.
 constexpr unsigned char* put(char32_t c, unsigned char* at) {
     const auto byte = [](char32_t value) { return static_cast<unsigned char>(value); };
-    const auto tail = [](char32_t value) { return static_cast<unsigned char>(0x80 | (value & 0x3F)); };
+    const auto tail = [](char32_t value) {
+        return static_cast<unsigned char>(0x80 | (value & 0x3F));
+    };
     if (c < 0x80) {
         *at++ = byte(c);
     } else if (c < 0x800) {

@@ -250,6 +250,7 @@ void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
         m_mimeBody.takeData(utf8);
     else
         m_mimeBody.markFailed();
+    m_mimeBody.shrinkToFit();
 }
 
 // -- Without a transfer coding

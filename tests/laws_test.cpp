@@ -60,22 +60,28 @@ const std::set<std::string> kNeverSettles{"multipart/respaced_alternative"};
 // is read again.
 const std::set<std::string> kSettlesLate{"charset/cyrillic_greek", "charset/latin1_unlabelled"};
 
-// The engine itself set the charset or the coding anew.
-bool changesItsHeader(const MimeMessage2& node, const std::string& header) {
-    LogNull log;
-    for (const char* name : {"Content-Type", "Content-Transfer-Encoding"}) {
-        StringBuffer value;
-        node.getHeaderFieldUtf8_2(name, /*decode*/ false, value, log);
-        // The last line of a folded value is enough to tell.
-        const std::string text = str(value);
-        if (header.find(text.substr(text.rfind(' ') + 1)) == std::string::npos) return true;
-    }
-    return false;
-}
-
 bool isValidUtf8(std::string_view text) {
     return _zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(text.data()),
                                static_cast<unsigned>(text.size()), 0);
+}
+
+// CRLF and nothing else between lines, text in UTF-8, and nothing in front that is skipped.
+bool isCleanHeader(const std::string& header) {
+    if (header.starts_with("From ") || header.starts_with("\r\n")) return false;
+    unsigned lines = 0, crs = 0, lfs = 0;
+    for (size_t i = 0; i < header.size(); ++i) {
+        crs += header[i] == '\r';
+        lfs += header[i] == '\n';
+        lines += header.compare(i, 2, "\r\n") == 0;
+    }
+    return lines == crs && lines == lfs && isValidUtf8(header);
+}
+
+// Kept on purpose: UTF-16 in quoted-printable stays as it is; a multipart is never decoded;
+// and a zero byte makes a text binary only where it is not hidden by a coding.
+bool comesBackOtherwise(const MimeMessage2& node, std::string_view coding) {
+    return node.isMultipart() || (coding == "quoted-printable" && node.getCharsetCodePage() == 1200) ||
+           (coding != "8bit" && node.m_mimeBody.containsChar('\0') && node.getCharsetCodePage() == 28591);
 }
 
 }  // namespace
@@ -105,10 +111,9 @@ TEST(Laws, UntouchedHeaderStays) {
     unsigned seen = 0;
     forEverySample([&seen](const Sample& sample, As as) {
         const std::string header = sample.bytes.substr(0, sample.bytes.find("\r\n\r\n"));
-        MimeMessage2 node;
-        load(node, sample.bytes, as);
-        if (!isValidUtf8(header) || changesItsHeader(node, header)) return;
-        EXPECT_EQ(written(node).substr(0, header.size()), header);
+        if (!isCleanHeader(header)) return;
+        const std::string whole = header + "\r\n\r\n";
+        EXPECT_EQ(rewritten(whole, as).substr(0, whole.size()), whole);
         ++seen;
     });
     EXPECT_GT(seen, samples().size());
@@ -145,11 +150,10 @@ TEST(Laws, BodiesSurviveEveryCoding) {
     for (const char* coding : {"base64", "quoted-printable", "8bit"}) {
         SCOPED_TRACE(coding);
         forEverySample([&](const Sample& sample, As as) {
-            if (kReadsDifferently.contains(sample.name)) return;
             MimeMessage2 root;
             load(root, sample.bytes, as);
             for (MimeMessage2* node : nodesOf(root)) {
-                if (node->getNumParts() != 0) continue;
+                if (comesBackOtherwise(*node, coding)) continue;
                 node->setContentEncoding(coding, log);
                 MimeMessage2 again;
                 load(again, written(*node), as);
@@ -181,9 +185,11 @@ TEST(Laws, NodeLoadsItsOwnBody) {
         load(root, sample.bytes, as);
         for (MimeMessage2* node : nodesOf(root)) {
             if (node->getNumParts() != 0) continue;
-            const std::string expected = rewritten(str(node->m_mimeBody), As::Bytes);
+            MimeMessage2 other;  // the charset outlives a load
+            other.m_charset.copy(node->m_charset);
+            load(other, str(node->m_mimeBody), As::Bytes);
             node->loadMimeCompleteDb(node->m_mimeBody, log);
-            EXPECT_EQ(escaped(written(*node)), escaped(expected));
+            EXPECT_EQ(escaped(written(*node)), escaped(written(other)));
         }
     });
 }

@@ -67,9 +67,9 @@ constexpr Row kRows[] = {
     {"and rfc822", kPkcs7, [](MimeMessage2& n) { setType(n, "message/rfc822"); },
      "Content-Type: message/rfc822; name=n boundary=b type=t/u"},
     {"signed keeps them", kPkcs7, [](MimeMessage2& n) { setType(n, "multipart/signed"); },
-     "Content-Type: multipart/signed; name=n protocol=\"p/q\" micalg=m boundary=b smime-type=s type=t/u"},
+     "Content-Type: multipart/signed; name=n protocol=p/q micalg=m boundary=b smime-type=s type=t/u"},
     {"so does audio", kPkcs7, [](MimeMessage2& n) { setType(n, "audio/x"); },
-     "Content-Type: audio/x; name=n protocol=\"p/q\" micalg=m boundary=b smime-type=s type=t/u"},
+     "Content-Type: audio/x; name=n protocol=p/q micalg=m boundary=b smime-type=s type=t/u"},
     {"seven, all null", "content-type: text/html;boundary=b;name=n",
      [](MimeMessage2& n) { setAll(n, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); },
      "Content-Type: text/html; name=n"},
@@ -132,7 +132,7 @@ constexpr Row kRows[] = {
      [](MimeMessage2& n) {
          setAll(n, "text/plain", n.m_contentType.m_boundary.getString(), n.m_contentType.m_smimeType.getString(),
                 n.m_contentType.m_protocol.getString(), nullptr, nullptr, n.m_contentType.m_name.getString());
-     }, "Content-Type: text/plain; name=b protocol=s micalg=\"p/q\" type=n"},
+     }, "Content-Type: text/plain; name=b protocol=s micalg=p/q type=n"},
     {"charset from the charset", "Content-Type: a/b; charset=xxkoi8-r",
      [](MimeMessage2& n) { n.setCharset("koi8-r", noLog); n.setCharset(n.getCharset(), noLog); },
      "Content-Type: a/b; charset=koi8-r"},
@@ -147,18 +147,20 @@ constexpr Row kRows[] = {
      nullptr},
 };
 
-// The header with its lines unfolded and the blanks behind a type's parameters' semicolons
-// left out; then "|*" and the disposition with its name, where a mark was set.
+// The header with its lines unfolded; of the type's parameters neither quotes nor semicolons.
+// Then "|*" and the disposition with its name, where the node was marked.
 std::string outcome(const MimeMessage2& n) {
     StringBuffer header = sb(headerOf(n));
     header.replaceAllOccurances("\r\n ", " ");
-    header.replaceAllOccurances("\r\n\t", " ");
     header.replaceAllOccurances("\r\n", "|");
     std::string text = str(header);
     const size_t type = text.find("Content-Type: ");
-    for (size_t at = text.find("; ", type == text.npos ? text.size() : type);
-         at != text.npos && (at = text.find("; ", at + 1)) != text.npos;)
-        text.erase(at, 1);
+    if (type != text.npos) {
+        std::string field = text.substr(type);
+        std::erase(field, '"');
+        for (size_t at = field.find(';'); (at = field.find(';', at + 1)) != field.npos;) field.erase(at, 1);
+        text.replace(type, text.npos, field);
+    }
     if (n.m_modified && n.m_disposition.getSize() + n.m_filename.getSize())
         text += "|*" + str(n.m_disposition) + ";" + str(n.m_filename);
     return text;

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Mails that nest deeper, or spread wider, than any honest mail: loading, writing, cloning,
+// searching, classifying and destroying them must not cost machine stack.  All of it runs on
+// a thread with a small one, on sizes that anything slower than linear would not finish.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "foundation/LogNull.h"
+#include "tests/outline.h"
+
+namespace {
+
+constexpr size_t kStackSize = 512 * 1024;
+constexpr unsigned kLevels = 100000, kParts = 200000, kFields = 100000;
+
+void onSmallStack(std::function<void()> work) {
+    pthread_attr_t attributes;
+    pthread_t thread;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackSize), 0);
+    const auto run = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+std::string numbered(unsigned i) { return "b" + std::to_string(i); }
+std::string shared(unsigned) { return "same"; }
+std::string respaced(unsigned i) { return "=_alternative" + std::to_string(i); }
+
+std::string randomBoundary(unsigned i) {
+    static const char kBytes[] = "0123456789abcdefghijklmnopqrstuvwxyz'()+_,./:=?";
+    std::minstd_rand random(i + 1);
+    random.discard(5);
+    std::string text(8 + random() % 60, ' ');
+    for (char& c : text) c = kBytes[random() % (sizeof kBytes - 1)];
+    return text;
+}
+
+enum class Close { Yes, No };
+
+std::string nested(unsigned levels, std::string (*boundary)(unsigned), Close close,
+                   const std::string& lineEnd = "\r\n", const std::string& infix = "") {
+    std::string mail;
+    for (unsigned i = 0; i < levels; ++i) {
+        std::string delimiter = boundary(i);
+        mail += "Content-Type: multipart/mixed; boundary=\"" + delimiter + "\"\r\n\r\n";
+        if (!infix.empty()) delimiter.insert(delimiter.find_first_of("0123456789"), infix);
+        mail += "--" + delimiter + lineEnd;
+    }
+    mail += "Content-Type: text/plain\r\n\r\nthe core\r\n";
+    for (unsigned i = levels; close == Close::Yes && i > 0; --i)
+        mail += "--" + boundary(i - 1) + "--\r\n";
+    return mail;
+}
+
+std::string wide(unsigned parts) {
+    std::string mail = "Content-Type: multipart/mixed; boundary=b\r\n\r\n";
+    for (unsigned i = 0; i < parts; ++i) mail += "--b\r\nX: 1\r\n\r\npart " + std::to_string(i) + "\r\n";
+    return mail + "--b--\r\n";
+}
+
+std::string manyFields(unsigned fields) {
+    std::string mail;
+    for (unsigned i = 0; i < fields; ++i)
+        mail += "X-" + std::to_string(i % 1000) + ": a value,\r\n\tfolded\r\n";
+    return mail + "\r\nbody\r\n";
+}
+
+unsigned depthOf(const MimeMessage2& root) {
+    unsigned depth = 0;
+    for (const MimeMessage2* node = &root; node->getNumParts() > 0; ++depth)
+        node = node->getPart(0);
+    return depth;
+}
+
+// Everything that walks a whole tree; the clone is as deep and as wide as its source.
+void exercise(MimeMessage2& root) {
+    LogNull log;
+    StringBuffer charset;
+    MimeMessage2* parent = nullptr;
+    EXPECT_EQ(root.findContentType(&parent, "no/such"), nullptr);
+    EXPECT_EQ(root.findByVantrelObjectId(-1), nullptr);
+    EXPECT_EQ(root.findMultipartRelated(), nullptr);
+    EXPECT_FALSE(root.containsEncryptedParts(log));
+    EXPECT_FALSE(root.containsSignedParts(log));
+    EXPECT_FALSE(root.find8bitInfo(charset));
+    const std::unique_ptr<MimeMessage2> clone(root.cloneMimeMessage(nullptr));
+    ASSERT_TRUE(clone);
+    EXPECT_EQ(depthOf(*clone), depthOf(root));
+    EXPECT_EQ(clone->getNumParts(), root.getNumParts());
+    EXPECT_EQ(clone->getNumHeaderFields(), root.getNumHeaderFields());
+    EXPECT_EQ(written(*clone), written(root));
+}
+
+void exerciseBothWays(const std::string& mail, const std::function<void(MimeMessage2&)>& check) {
+    onSmallStack([&] {
+        for (const As as : {As::Bytes, As::Text}) {
+            MimeMessage2 root;
+            EXPECT_TRUE(load(root, mail, as));
+            check(root);
+            exercise(root);
+        }
+    });
+}
+
+}  // namespace
+
+TEST(Depth, NestedMultiparts) {
+    const struct {
+        const char* what;
+        std::string mail;
+        unsigned depth;
+    } rows[] = {
+        {"closed", nested(kLevels, numbered, Close::Yes), kLevels},
+        {"never closed", nested(kLevels, numbered, Close::No), kLevels},
+        {"boundaries of all lengths", nested(kLevels, randomBoundary, Close::Yes), kLevels},
+        {"the same, never closed", nested(kLevels, randomBoundary, Close::No), kLevels},
+        {"one boundary for all", nested(kLevels, shared, Close::Yes), 1},
+        {"one boundary, never closed", nested(kLevels, shared, Close::No), 1},
+        {"delimiters end in LF", nested(kLevels, numbered, Close::Yes, "\n"), kLevels},
+        {"delimiters end in a blank", nested(kLevels, numbered, Close::Yes, " \r\n"), kLevels},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        exerciseBothWays(row.mail, [&](MimeMessage2& root) {
+            EXPECT_EQ(depthOf(root), row.depth);
+        });
+    }
+}
+
+TEST(Depth, PartsSideBySide) {
+    exerciseBothWays(wide(kParts), [](MimeMessage2& root) {
+        EXPECT_EQ(root.getNumParts(), static_cast<int>(kParts));
+    });
+}
+
+TEST(Depth, HeaderFields) {
+    exerciseBothWays(manyFields(kFields), [](MimeMessage2& root) {
+        EXPECT_EQ(root.getNumHeaderFields(), static_cast<int>(kFields));
+        LogNull log;
+        StringBuffer value;
+        EXPECT_FALSE(root.getHeaderFieldUtf8("Subject", value, log));
+        root.removeHeaderField("X-7", /*all*/ true, log);
+        EXPECT_EQ(root.getNumHeaderFields(), static_cast<int>(kFields - kFields / 1000));
+    });
+}
