@@ -15,6 +15,7 @@
 #include "foundation/FileSave.h"
 #include "foundation/LogNull.h"
 #include "foundation/bytes.h"
+#include "foundation/line_ends.h"
 
 namespace {
 
@@ -321,36 +322,16 @@ void StringBuffer::toLowerCase() {
 
 namespace {
 
-enum class BareCr { Stays, BecomesCrlf };
-
-// Line breaks that lack their other half; each grows by one byte.
-unsigned countHalfBreaks(const char* p, unsigned n, BareCr bareCr) {
-    unsigned count = 0;
-    for (unsigned i = 0; i < n; ++i) {
-        if (p[i] == '\n')
-            count += i == 0 || p[i - 1] != '\r';
-        else if (p[i] == '\r' && bareCr == BareCr::BecomesCrlf)
-            count += i + 1 == n || p[i + 1] != '\n';
-    }
-    return count;
-}
-
-void completeBreaks(const char* p, unsigned n, BareCr bareCr, char* to) {
-    for (unsigned i = 0; i < n; ++i) {
-        if (p[i] == '\n' && (i == 0 || p[i - 1] != '\r')) *to++ = '\r';
-        *to++ = p[i];
-        if (p[i] == '\r' && bareCr == BareCr::BecomesCrlf && (i + 1 == n || p[i + 1] != '\n'))
-            *to++ = '\n';
-    }
-}
+using line_ends::BareCr;
 
 bool makeCrlf(StringBuffer& s, BareCr bareCr) {
-    const unsigned n = s.getSize();
-    const unsigned more = countHalfBreaks(s.getString(), n, bareCr);
+    const size_t n = s.getSize();
+    const size_t more = line_ends::countIncomplete(s.getString(), n, bareCr);
     if (more == 0) return true;
     StringBuffer fixed;
-    if (more > kMaxSize - n || !fixed.extend(n + more)) return false;
-    completeBreaks(s.getString(), n, bareCr, fixed.getString_rw());
+    char* const out = more <= kMaxSize - n ? fixed.extend(static_cast<unsigned>(n + more)) : nullptr;
+    if (!out) return false;
+    line_ends::complete(s.getString(), n, bareCr, out);
     s.swap(fixed);
     return true;
 }

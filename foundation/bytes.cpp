@@ -33,6 +33,10 @@ size_t asciiRun(const char* p, size_t n) {
 
 namespace {
 
+const char* findByte(const char* p, size_t n, char c) {
+    return n ? static_cast<const char*>(std::memchr(p, c, n)) : nullptr;
+}
+
 // Rabin, Karp (1987): compares a rolling hash of m bytes at each place, so that the cost does
 // not depend on how much of the needle the text repeats.
 const char* findByHash(const char* p, size_t n, const char* needle, size_t m) {
@@ -73,7 +77,8 @@ unsigned lowestBit(unsigned mask) { return static_cast<unsigned>(__builtin_ctz(m
 // where both fit.  Limit: a text that repeats most of the needle everywhere would make that
 // n * m; once more bytes were compared than the text has, the rest is searched by hash.
 const char* find(const char* p, size_t n, const char* needle, size_t m) {
-    if (m < 2 || n < m) return scalar::find(p, n, needle, m);
+    if (m < 2) return m ? findByte(p, n, needle[0]) : p;
+    if (n < m) return nullptr;
     size_t budget = n;
     const __m128i first = _mm_set1_epi8(needle[0]);
     const __m128i last = _mm_set1_epi8(needle[m - 1]);
@@ -105,7 +110,8 @@ size_t asciiRun(const char* p, size_t n) {
 #else
 
 const char* find(const char* p, size_t n, const char* needle, size_t m) {
-    if (m == 0 || n < m) return m == 0 ? p : nullptr;
+    if (m < 2) return m ? findByte(p, n, needle[0]) : p;
+    if (n < m) return nullptr;
     return findByHash(p, n, needle, m);
 }
 

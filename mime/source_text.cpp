@@ -30,14 +30,17 @@ uint64_t seededHash(const char* p, unsigned n) {
 }  // namespace
 
 BreakText textOf(Break pattern) {
-    static constexpr BreakText kTexts[] = {{"\r\n\r\n", 4}, {"\r\r", 2},   {"\n\n", 2},
-                                           {"\r\n\r\r\n", 5}, {"\r\n\r", 3}, {"\n\r\n", 3}};
+    static constexpr BreakText kTexts[] = {{"\r", 1},           {"\r\n\r\n", 4}, {"\r\r", 2},
+                                           {"\n\n", 2},         {"\r\n\r\r\n", 5}, {"\r\n\r", 3},
+                                           {"\n\r\n", 3}};
     return kTexts[static_cast<unsigned>(pattern)];
 }
 
 const char* SourceText::find(Break pattern, const char* from, const char* to) {
     const BreakText sought = textOf(pattern);
     NextBreak& next = m_next[static_cast<unsigned>(pattern)];
+    const bool needsCr = pattern != Break::Cr && pattern != Break::LfLf;
+    if (needsCr && !find(Break::Cr, from, to)) return nullptr;
     const bool known = next.from && next.from <= from && from <= next.hit;
     if (!known) {
         const char* hit =

@@ -12,7 +12,7 @@
 #include <cstdint>
 
 // The patterns that a search for the end of a header asks for.
-enum class Break { CrlfCrlf, CrCr, LfLf, CrlfCrCrlf, CrlfCr, LfCrlf, kCount };
+enum class Break { Cr, CrlfCrlf, CrCr, LfLf, CrlfCrCrlf, CrlfCr, LfCrlf, kCount };
 
 struct BreakText {
     const char* text;
@@ -29,7 +29,7 @@ public:
 
     // First occurrence of the pattern wholly within [from, to), or null.  Parts are loaded
     // front to back, so the next occurrence in the whole text, once found, answers all
-    // questions from in front of it.
+    // questions from in front of it.  A text without CRs is not searched for those with one.
     const char* find(Break pattern, const char* from, const char* to);
 
     // First occurrence of needle[0, size) wholly within [from, to), or null.

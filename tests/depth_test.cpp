@@ -36,7 +36,6 @@ void onSmallStack(std::function<void()> work) {
 
 std::string numbered(unsigned i) { return "b" + std::to_string(i); }
 std::string shared(unsigned) { return "same"; }
-std::string respaced(unsigned i) { return "=_alternative" + std::to_string(i); }
 
 std::string randomBoundary(unsigned i) {
     static const char kBytes[] = "0123456789abcdefghijklmnopqrstuvwxyz'()+_,./:=?";
@@ -50,14 +49,11 @@ std::string randomBoundary(unsigned i) {
 enum class Close { Yes, No };
 
 std::string nested(unsigned levels, std::string (*boundary)(unsigned), Close close,
-                   const std::string& lineEnd = "\r\n", const std::string& infix = "") {
+                   const std::string& lineEnd = "\r\n") {
     std::string mail;
-    for (unsigned i = 0; i < levels; ++i) {
-        std::string delimiter = boundary(i);
-        mail += "Content-Type: multipart/mixed; boundary=\"" + delimiter + "\"\r\n\r\n";
-        if (!infix.empty()) delimiter.insert(delimiter.find_first_of("0123456789"), infix);
-        mail += "--" + delimiter + lineEnd;
-    }
+    for (unsigned i = 0; i < levels; ++i)
+        mail += "Content-Type: multipart/mixed; boundary=\"" + boundary(i) + "\"\r\n\r\n--" +
+                boundary(i) + lineEnd;
     mail += "Content-Type: text/plain\r\n\r\nthe core\r\n";
     for (unsigned i = levels; close == Close::Yes && i > 0; --i)
         mail += "--" + boundary(i - 1) + "--\r\n";
@@ -66,7 +62,8 @@ std::string nested(unsigned levels, std::string (*boundary)(unsigned), Close clo
 
 std::string wide(unsigned parts) {
     std::string mail = "Content-Type: multipart/mixed; boundary=b\r\n\r\n";
-    for (unsigned i = 0; i < parts; ++i) mail += "--b\r\nX: 1\r\n\r\npart " + std::to_string(i) + "\r\n";
+    for (unsigned i = 0; i < parts; ++i)
+        mail += "--b\r\nX: 1\r\n\r\npart " + std::to_string(i) + "\r\n";
     return mail + "--b--\r\n";
 }
 
@@ -129,6 +126,7 @@ TEST(Depth, NestedMultiparts) {
         {"one boundary for all", nested(kLevels, shared, Close::Yes), 1},
         {"one boundary, never closed", nested(kLevels, shared, Close::No), 1},
         {"delimiters end in LF", nested(kLevels, numbered, Close::Yes, "\n"), kLevels},
+        {"delimiters end in CR", nested(kLevels, numbered, Close::Yes, "\r"), kLevels},
         {"delimiters end in a blank", nested(kLevels, numbered, Close::Yes, " \r\n"), kLevels},
     };
     for (const auto& row : rows) {

@@ -80,8 +80,11 @@ bool isCleanHeader(const std::string& header) {
 // Kept on purpose: UTF-16 in quoted-printable stays as it is; a multipart is never decoded;
 // and a zero byte makes a text binary only where it is not hidden by a coding.
 bool comesBackOtherwise(const MimeMessage2& node, std::string_view coding) {
-    return node.isMultipart() || (coding == "quoted-printable" && node.getCharsetCodePage() == 1200) ||
-           (coding != "8bit" && node.m_mimeBody.containsChar('\0') && node.getCharsetCodePage() == 28591);
+    const bool isUtf16 = node.getCharsetCodePage() == 1200;
+    const bool isBinaryText =
+        node.m_mimeBody.containsChar('\0') && node.m_contentType.m_type.beginsWith("text/");
+    return node.isMultipart() || (isUtf16 && coding == "quoted-printable") ||
+           (isBinaryText && coding != "8bit");
 }
 
 }  // namespace

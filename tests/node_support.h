@@ -62,7 +62,7 @@ inline std::string outline(const MimeMessage2& node) {
     return text + "]";
 }
 
-// The lines of a log without contexts and indentation, "|" behind each.
+// The lines of a log without contexts, indentation and empty ones, "|" behind each.
 inline std::string linesOf(const LogText& log) {
     std::string text;
     std::string_view rest(log.text().getString(), log.text().getSize());
@@ -70,7 +70,7 @@ inline std::string linesOf(const LogText& log) {
         std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(line.size() + 1);
         line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
-        if (!line.ends_with(':')) text.append(line).append("|");
+        if (!line.empty() && !line.ends_with(':')) text.append(line).append("|");
     }
     return text;
 }

@@ -5,7 +5,7 @@
     tools/gen_tables.py           writes the tables
     tools/gen_tables.py --check   compares them with a fresh run, exit status 1 on a difference
 
-The forms, and what they cost compiled (about 490 KB in all):
+The forms, and what they cost compiled (about 560 KB in all):
 
 single_byte.inc   One row of 128 code points (bytes 0x80 to 0xFF) for each code page; 0 stands for
                   a byte that is not defined.  The compiler derives the ready UTF-8 and the reverse
