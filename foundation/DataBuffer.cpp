@@ -4,8 +4,11 @@
 
 #include "foundation/DataBuffer.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "foundation/FileSave.h"
 #include "foundation/StringBuffer.h"
@@ -20,15 +23,23 @@ const char* chars(const unsigned char* p) { return reinterpret_cast<const char*>
 
 }  // namespace
 
+// Storage with several buffers in it; the last one to go frees it.  Trees that were taken
+// apart may go on in several threads.
+struct DataBuffer::Shared {
+    explicit Shared(unsigned char* d) : data(d) {}
+
+    std::atomic<unsigned> users{1};
+    unsigned char* const data;
+};
+
 DataBuffer::DataBuffer(const DataBuffer& other) { append(other); }
 
 DataBuffer::DataBuffer(DataBuffer&& other) noexcept { swap(other); }
 
 DataBuffer& DataBuffer::operator=(const DataBuffer& other) {
     if (this != &other) {
-        m_size = 0;
-        m_failed = false;
-        append(other);
+        DataBuffer copy(other);
+        swap(copy);
     }
     return *this;
 }
@@ -41,27 +52,46 @@ DataBuffer& DataBuffer::operator=(DataBuffer&& other) noexcept {
     return *this;
 }
 
-DataBuffer::~DataBuffer() { std::free(m_data); }
+DataBuffer::~DataBuffer() { dropStorage(); }
 
 void DataBuffer::swap(DataBuffer& other) noexcept {
-    unsigned char* const data = m_data;
-    const unsigned int size = m_size, capacity = m_capacity;
-    const bool failed = m_failed;
-    m_data = other.m_data;
-    m_size = other.m_size;
-    m_capacity = other.m_capacity;
-    m_failed = other.m_failed;
-    other.m_data = data;
-    other.m_size = size;
-    other.m_capacity = capacity;
-    other.m_failed = failed;
+    std::swap(m_data, other.m_data);
+    std::swap(m_shared, other.m_shared);
+    std::swap(m_size, other.m_size);
+    std::swap(m_capacity, other.m_capacity);
+    std::swap(m_failed, other.m_failed);
+}
+
+void DataBuffer::dropStorage() {
+    if (!m_shared) {
+        std::free(m_data);
+    } else if (m_shared->users.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        std::free(m_shared->data);
+        delete m_shared;
+    }
+    m_data = nullptr;
+    m_shared = nullptr;
 }
 
 void DataBuffer::clear() {
-    std::free(m_data);
-    m_data = nullptr;
+    dropStorage();
     m_size = m_capacity = 0;
     m_failed = false;
+}
+
+bool DataBuffer::makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n) {
+    if (&whole == this || offset > whole.m_size || n > whole.m_size - offset) return false;
+    if (!whole.m_shared) {
+        whole.m_shared = new (std::nothrow) Shared(whole.m_data);
+        if (!whole.m_shared) return false;
+        whole.m_capacity = 0;
+    }
+    clear();
+    whole.m_shared->users.fetch_add(1, std::memory_order_relaxed);
+    m_shared = whole.m_shared;
+    m_data = whole.m_data + offset;
+    m_size = n;
+    return true;
 }
 
 // Exact the first time, since most bodies are stored once; by half again later.
@@ -75,15 +105,28 @@ bool DataBuffer::grow(unsigned int needed) {
 
 bool DataBuffer::reserve(unsigned int n) {
     if (m_data && n <= m_capacity) return true;
-    void* block = std::realloc(m_data, size_t(n) + 1);
-    if (!block) {
-        m_failed = true;
-        return false;
+    if (makeOwn(n > m_size ? n : m_size)) return true;
+    m_failed = true;
+    return false;
+}
+
+// The bytes move to storage that is this buffer's alone.
+bool DataBuffer::makeOwn(unsigned int capacity) {
+    void* block = m_shared ? std::malloc(size_t(capacity) + 1)
+                           : std::realloc(m_data, size_t(capacity) + 1);
+    if (!block) return false;
+    if (m_shared) {
+        std::memcpy(block, m_data, m_size);
+        dropStorage();
     }
     m_data = static_cast<unsigned char*>(block);
     m_data[m_size] = 0;
-    m_capacity = n;
+    m_capacity = capacity;
     return true;
+}
+
+unsigned char* DataBuffer::getData2_rw() {
+    return !m_shared || makeOwn(m_size) ? m_data : nullptr;
 }
 
 unsigned char* DataBuffer::extend(unsigned int n) {
@@ -98,11 +141,7 @@ unsigned char* DataBuffer::extend(unsigned int n) {
 }
 
 void DataBuffer::shrinkToFit() {
-    if (m_capacity - m_size < 64) return;
-    void* block = std::realloc(m_data, size_t(m_size) + 1);
-    if (!block) return;
-    m_data = static_cast<unsigned char*>(block);
-    m_capacity = m_size;
+    if (!m_shared && m_capacity - m_size >= 64) makeOwn(m_size);
 }
 
 // `p` may point into this buffer, which growing moves.
@@ -141,6 +180,7 @@ bool DataBuffer::takeData(DataBuffer& other) {
 }
 
 char* DataBuffer::release(unsigned int& capacity) {
+    if (m_shared && !makeOwn(m_size)) clear();
     char* block = reinterpret_cast<char*>(m_data);
     capacity = m_capacity;
     m_data = nullptr;
@@ -150,7 +190,7 @@ char* DataBuffer::release(unsigned int& capacity) {
 
 void DataBuffer::shorten(unsigned int n) {
     m_size = n < m_size ? m_size - n : 0;
-    if (m_data) m_data[m_size] = 0;
+    if (m_data && !m_shared) m_data[m_size] = 0;
 }
 
 bool DataBuffer::is7bit(unsigned int n) const {

@@ -2,7 +2,7 @@
 #pragma once
 
 // A growable byte array.  A NUL that does not count stands behind the bytes, so that steps
-// which read them as C text end there.
+// which read them as C text end there; only a slice (makeSliceOf) has none.
 //
 // Memory: as with StringBuffer, a growth that fails or that would pass 4 GiB - 1 leaves the
 // content as it was, answers false and marks the buffer (failed()).  Sources may lie in the
@@ -24,7 +24,7 @@ public:
 
     // Null when nothing was ever stored; valid until the buffer changes.
     const unsigned char* getData2() const { return m_data; }
-    unsigned char* getData2_rw() { return m_data; }
+    unsigned char* getData2_rw();  // also null when storage was shared and memory is exhausted
     unsigned int getSize() const { return m_size; }
     bool isEmpty() const { return m_size == 0; }
 
@@ -61,6 +61,11 @@ public:
     // refused.  What is not needed is taken back with shorten().
     unsigned char* extend(unsigned int n);
 
+    // Becomes `n` bytes of `whole` from `offset` on, without a copy: both share the storage
+    // until one of them changes, which then makes a copy of its own.  False, nothing changed,
+    // when memory is exhausted or the bytes are not all there.
+    bool makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n);
+
     // Gives spare storage back where there is much of it.
     void shrinkToFit();
 
@@ -79,9 +84,14 @@ public:
     bool saveToFileUtf8(const char* path, LogBase* log) const;
 
 private:
+    struct Shared;
+
     bool grow(unsigned int needed);
+    bool makeOwn(unsigned int capacity);
+    void dropStorage();
 
     unsigned char* m_data = nullptr;
+    Shared* m_shared = nullptr;  // owns what m_data points into, unless the buffer does
     unsigned int m_size = 0;
     unsigned int m_capacity = 0;  // without the NUL behind
     bool m_failed = false;

@@ -93,6 +93,7 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
     m_log.verboseInfo("The boundary string was found, continuing to parse MIME...");
     level->repaired = std::move(repaired);
     level->signedPending = isSigned;
+    if (m_level) level->enclosing = m_level->enclosing;
     level->outer = m_level;
     m_level = level.release();
     return Progress::HasParts;

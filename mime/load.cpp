@@ -141,10 +141,24 @@ bool Loader::addPart(const char* part, unsigned size) {
         return false;
     }
     level.node.m_modified = true;
-    openNode(*child, level.source, part, size);
-    if (level.signedPending) child->setSignedData(reinterpret_cast<const unsigned char*>(part), size);
+    const bool hasParts = openNode(*child, level.source, part, size) == Progress::HasParts;
+    if (!level.signedPending) return true;
     level.signedPending = false;
-    return true;
+    const SignedText kept = keepSigned(level, *child, part, size);
+    if (hasParts) m_level->enclosing = kept;
+    if (!child->m_signedData.failed()) return true;
+    m_log.logError("Out of memory.");
+    return false;
+}
+
+Loader::SignedText Loader::keepSigned(const Level& level, MimeMessage2& node, const char* part,
+                                      unsigned size) {
+    const SignedText& outer = level.enclosing;
+    const bool isWithin = outer.source == &level.source;
+    if (!isWithin || !node.m_signedData.makeSliceOf(
+                         *outer.kept, static_cast<unsigned>(part - outer.begin), size))
+        node.m_signedData.append(part, size);
+    return SignedText{&level.source, part, &node.m_signedData};
 }
 
 // Tolerated: the boundary of such a multipart cannot stand in a header as it is; its high

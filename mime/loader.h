@@ -25,6 +25,7 @@ public:
 private:
     enum class Progress { Failed, Done, HasParts };  // HasParts: a level was opened
     struct RepairedText;
+    struct SignedText;
     struct Level;
     using Repaired = std::unique_ptr<RepairedText>;
 
@@ -35,6 +36,7 @@ private:
     bool loadHeader(MimeMessage2& node, const char* text, unsigned size);
     bool loadNextPart();
     bool addPart(const char* part, unsigned size);
+    SignedText keepSigned(const Level& level, MimeMessage2& node, const char* part, unsigned size);
     void closeLevel(bool ok);
 
     // body_parse.cpp
@@ -67,6 +69,14 @@ struct Loader::RepairedText {
     SourceText source;
 };
 
+// A part whose text was kept, and where in the source it stands: signed parts within it are
+// slices of what was kept, so that signatures nested in signatures cost no more memory.
+struct Loader::SignedText {
+    const SourceText* source = nullptr;
+    const char* begin = nullptr;
+    DataBuffer* kept = nullptr;
+};
+
 // A multipart that waits for its parts.
 struct Loader::Level {
     Level(MimeMessage2& n, SourceText& s, const char* body, unsigned size)
@@ -75,6 +85,7 @@ struct Loader::Level {
     Level* outer = nullptr;
     MimeMessage2& node;
     SourceText& source;
+    SignedText enclosing;  // what the nearest signature outside covers
     Repaired repaired;  // where the body stands, unless it is a slice of an outer level's
     MultipartSplitter splitter;
     bool signedPending = false;   // the next part is the signed one

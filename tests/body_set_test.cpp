@@ -98,7 +98,7 @@ const Row kRows[] = {
     {"QP, says so too late", By::QP, nullptr, kLateName, 1252, true, {}},
     {"QP, a double-byte page that says so", By::QP, nullptr, "utf-8 =82=A0", 932, true, "utf-8 \xE3\x81\x82"},
     {"QP, 936 that is valid UTF-8", By::QP, nullptr, "utf-8 =C3=A9=C3=A9", 936, true, {}},
-    {"QP, 28595 that is valid UTF-8", By::QP, nullptr, "utf-8 =D0=B0", 28595, true, "utf-8 \xD0\xB0"},
+    {"QP, 28595 that is valid UTF-8", By::QP, nullptr, "utf-8 =D0=B0", 28595, true, "utf-8 \xD0\xB0\xD0\x90"},
     {"QP, one byte", By::QP, nullptr, "=E9", 1252, true, "\xC3\xA9"},
     {"QP, 0x93 in the middle", By::QP, nullptr, "A=93B", 28591, true, "A\xE2\x80\x9C" "B"},
     {"QP, 0x93 at the end", By::QP, nullptr, "AB=93", 28591, true, "AB\xC2\x93"},

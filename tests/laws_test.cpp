@@ -94,8 +94,8 @@ TEST(Laws, SecondWriteEqualsTheFirst) {
         if (kNeverSettles.contains(sample.name)) return;
         const std::string first = rewritten(sample.bytes, as);
         const std::string second = rewritten(first, as);
-        EXPECT_EQ(second == first, !kSettlesLate.contains(sample.name))
-            << escaped(first) << '\n' << escaped(second);
+        EXPECT_EQ(second == first, !kSettlesLate.contains(sample.name)) << escaped(first) << '\n'
+                                                                        << escaped(second);
         EXPECT_EQ(escaped(rewritten(second, as)), escaped(second));
     });
 }

@@ -74,5 +74,5 @@ ExitStatus body(const Options& options, Output& out) {
 }
 
 ExitStatus rewrite(const Options& options, Output& out) {
-    return forEachMessage(options, out, Heading::None, showRewritten);
+    return forEachMessage(options, out, Heading::Path, showRewritten);
 }

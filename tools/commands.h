@@ -11,3 +11,7 @@ ExitStatus tree(const Options& options, Output& out);     // show_tree.cpp, show
 ExitStatus headers(const Options& options, Output& out);  // headers.cpp
 ExitStatus body(const Options& options, Output& out);     // body.cpp
 ExitStatus rewrite(const Options& options, Output& out);  // body.cpp
+ExitStatus extract(const Options& options, Output& out);  // extract.cpp
+ExitStatus toXml(const Options& options, Output& out);    // xml.cpp
+ExitStatus fromXml(const Options& options, Output& out);
+ExitStatus structure(const Options& options, Output& out);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Finds the files that the paths name, reads each whole, loads it and hands it to the
-// command: forEachMessage, called by every command that reads mail.
+// Finds the files that the paths name, reads each whole (readFile), loads it and hands it to
+// the command: forEachMessage, called by every command that reads mail.
 
 #include "tools/input.h"
 
@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <new>
 #include <vector>
 
@@ -40,7 +39,6 @@ public:
         if (m_fd > STDIN_FILENO) close(m_fd);
     }
 
-    // The reason why the file could not be read; null when `bytes` holds it.
     const char* readAll(DataBuffer& bytes) const {
         struct stat info;
         if (m_fd < 0 || fstat(m_fd, &info) != 0) return errorText();
@@ -111,12 +109,11 @@ std::error_code listDirectory(const std::string& path, std::vector<Entry>& entri
 class MessageReader {
 public:
     MessageReader(const Options& options, Output& out, Heading heading, const ShowMessage& show)
-        : m_options(options), m_out(out), m_heading(heading), m_show(show) {
-        m_log = options.log ? std::unique_ptr<LogBase>(new ErrorLog)
-                            : std::unique_ptr<LogBase>(new LogNull);
-        m_log->m_verbose = options.log;
-        if (options.strict) m_log->m_options.setString("StrictMimeParsing");
-    }
+        : m_options(options),
+          m_out(out),
+          m_heading(heading),
+          m_show(show),
+          m_log(makeLog(options)) {}
 
     ExitStatus run() {
         m_todo.reserve(m_options.paths.size());
@@ -158,7 +155,7 @@ private:
         MimeMessage2 root;
         {
             DataBuffer bytes;
-            if (const char* reason = File(path).readAll(bytes)) return fail(path, reason);
+            if (const char* reason = readFile(path, bytes)) return fail(path, reason);
             if (!root.loadMimeCompleteDb(bytes, *m_log)) return fail(path, "not a MIME message");
         }
         if (m_severalMessages && m_heading == Heading::Path) writeHeading(path);
@@ -180,7 +177,7 @@ private:
     Output& m_out;
     const Heading m_heading;
     const ShowMessage& m_show;
-    std::unique_ptr<LogBase> m_log;
+    const std::unique_ptr<LogBase> m_log;
     std::vector<Entry> m_todo;  // the next one last
     bool m_severalMessages = false;
     bool m_isFirst = true;
@@ -189,7 +186,22 @@ private:
 
 }  // namespace
 
+const char* readFile(const std::string& path, DataBuffer& bytes) {
+    return readWhole(path, bytes);
+}
+
 ExitStatus forEachMessage(const Options& options, Output& out, Heading heading,
                           const ShowMessage& show) {
     return MessageReader(options, out, heading, show).run();
+}
+
+std::unique_ptr<LogBase> makeLog(const Options& options) {
+    std::unique_ptr<LogBase> log(options.log ? static_cast<LogBase*>(new ErrorLog) : new LogNull);
+    log->m_verbose = options.log;
+    if (options.strict) log->m_options.setString("StrictMimeParsing");
+    return log;
+}
+
+const char* readWhole(const std::string& path, DataBuffer& bytes) {
+    return File(path).readAll(bytes);
 }

@@ -4,11 +4,16 @@
 // From the command line's paths to loaded messages.
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "mime/MimeMessage2.h"
 #include "tools/options.h"
 #include "tools/output.h"
+
+// Reads a file, or standard input for "-".  Null when `bytes` holds it all, else the reason
+// why not.
+const char* readFile(const std::string& path, DataBuffer& bytes);
 
 struct Message {
     std::string path;
@@ -27,3 +32,9 @@ enum class Heading { None, Path };
 // What cannot be done is reported and the rest goes on.
 ExitStatus forEachMessage(const Options& options, Output& out, Heading heading,
                           const ShowMessage& show);
+
+// The log that the options ask for.
+std::unique_ptr<LogBase> makeLog(const Options& options);
+
+// The reason why a file ("-": standard input) could not be read; null when `bytes` holds it.
+const char* readWhole(const std::string& path, DataBuffer& bytes);

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
 # Installs those Debian packages of cmake/debian-packages.txt that are missing.
-# usage: install-packages.sh PURPOSE...      (build, ci: the second column of the list)
+# usage: install-packages.sh PURPOSE...      (build, ci, fuzz: the second column of the list)
 set -euo pipefail
 
 list=$(dirname "$0")/../cmake/debian-packages.txt

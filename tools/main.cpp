@@ -63,11 +63,48 @@ void addRewriteOptions(CLI::App& app, Options& options) {
     addFiles(app, options, "message; - for stdin")->expected(1);
 }
 
+void addExtractOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_option("-o,--output", options.directory, "the directory, made when missing")
+        ->required()
+        ->type_name("DIR");
+    app.add_flag("--all", options.all, "every part, the texts of the message too");
+    app.add_flag("--dry-run", options.dryRun, "write nothing, only tell the names");
+    app.add_flag("--json", options.json, "one JSON document a message, one line each");
+    app.footer(
+        "Parts count as attachments that say so, that are no text, or that have a file name and\n"
+        "are not the message's own text.  A part goes to one file in DIR, never elsewhere, over\n"
+        "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
+        "Text keeps its charset, and files have the date of the message.");
+}
+
+void addToXmlOptions(CLI::App& app, Options& options) {
+    addFiles(app, options, "message; - for stdin")->expected(1);
+    app.footer("One message a call: several XML documents in a row would not be XML.");
+}
+
+void addFromXmlOptions(CLI::App& app, Options& options) {
+    addFiles(app, options, "XML as to-xml writes it; - for stdin")->expected(1);
+    app.footer("Of several messages in one document, the first is written.");
+}
+
+void addStructureOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_flag("--xml", options.xml, "in the manner of XML, with closing lines");
+    app.footer(
+        "The outline indents by four blanks a level; messages nested deeper than 1000 levels,\n"
+        "or whose indentation takes more than 256 MiB, are refused (see tree).");
+}
+
 constexpr Command kCommands[] = {
     {"tree", "Outline the parts of messages", addTreeOptions, tree},
     {"headers", "Show the header fields of messages, decoded", addHeadersOptions, headers},
     {"body", "Show a body of messages, decoded", addBodyOptions, body},
     {"rewrite", "Write a message as the engine does", addRewriteOptions, rewrite},
+    {"extract", "Save attachments to files", addExtractOptions, extract},
+    {"to-xml", "Write a message as XML", addToXmlOptions, toXml},
+    {"from-xml", "Write the message that XML describes", addFromXmlOptions, fromXml},
+    {"structure", "Outline the content types of messages", addStructureOptions, structure},
 };
 
 void addCommonOptions(CLI::App& app, Options& options) {

@@ -11,13 +11,19 @@ struct Options {
     bool strict = false;
     bool log = false;
 
-    bool json = false;  // tree
+    bool json = false;  // tree, extract
     bool raw = false;   // headers
 
     bool byPart = false;  // body
     std::string part;     // "1.2"; empty for the root
     bool html = false;
     bool text = false;
+
+    std::string directory;  // extract
+    bool all = false;
+    bool dryRun = false;
+
+    bool xml = false;  // structure
 };
 
 // The program's exit statuses; of several, the highest stands.

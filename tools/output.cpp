@@ -104,6 +104,17 @@ std::string oneLine(std::string_view text) { return escaped(text, /*keepLayout*/
 
 std::string manyLines(std::string_view text) { return escaped(text, /*keepLayout*/ true); }
 
+std::string withoutHarm(std::string_view text, char replacement) {
+    std::string out;
+    for (size_t at = 0; at < text.size();) {
+        const Character c = characterAt(text, at);
+        if (c.size == 0 || c.codePoint == '\t' || isHarmful(c.codePoint)) out += replacement;
+        else out += text.substr(at, c.size);
+        at += c.size ? c.size : 1;
+    }
+    return out;
+}
+
 void reportError(std::string_view message) {
     const std::string line = "mimetree: " + oneLine(message) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
