@@ -11,8 +11,8 @@ public:
 
     constexpr ByteSet range(char first, char last) const {
         ByteSet set = *this;
-        for (unsigned c = static_cast<unsigned char>(first);
-             c <= static_cast<unsigned char>(last); ++c)
+        for (unsigned c = static_cast<unsigned char>(first); c <= static_cast<unsigned char>(last);
+             ++c)
             set.m_has[c] = true;
         return set;
     }

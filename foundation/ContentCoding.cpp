@@ -47,8 +47,7 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
     return true;
 }
 
-constexpr ByteSet kBase64Bytes =
-    ByteSet("+/=").range('A', 'Z').range('a', 'z').range('0', '9');
+constexpr ByteSet kBase64Bytes = ByteSet("+/=").range('A', 'Z').range('a', 'z').range('0', '9');
 
 // Tolerated: plain text behind the padding, which mailing lists append to a body whatever its
 // coding.  Encodings that were joined go on behind their padding; a line that holds anything

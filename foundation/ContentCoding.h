@@ -44,8 +44,8 @@ public:
     // Decodes an RFC 2231 extended value, charset'language'percent-encoded text, to UTF-8.
     // `charset` overrides the charset of the value unless it is null; `outCharset` gets the
     // name of the charset that was used.
-    bool decodeStarEncoded(const StringBuffer& value, const char* charset,
-                           StringBuffer& outText, StringBuffer& outCharset, LogBase& log);
+    bool decodeStarEncoded(const StringBuffer& value, const char* charset, StringBuffer& outText,
+                           StringBuffer& outCharset, LogBase& log);
 
 private:
     bool m_textBody = false;

@@ -112,8 +112,8 @@ bool DataBuffer::reserve(unsigned int n) {
 
 // The bytes move to storage that is this buffer's alone.
 bool DataBuffer::makeOwn(unsigned int capacity) {
-    void* block = m_shared ? std::malloc(size_t(capacity) + 1)
-                           : std::realloc(m_data, size_t(capacity) + 1);
+    void* block =
+        m_shared ? std::malloc(size_t(capacity) + 1) : std::realloc(m_data, size_t(capacity) + 1);
     if (!block) return false;
     if (m_shared) {
         std::memcpy(block, m_data, m_size);
@@ -125,9 +125,7 @@ bool DataBuffer::makeOwn(unsigned int capacity) {
     return true;
 }
 
-unsigned char* DataBuffer::getData2_rw() {
-    return !m_shared || makeOwn(m_size) ? m_data : nullptr;
-}
+unsigned char* DataBuffer::getData2_rw() { return !m_shared || makeOwn(m_size) ? m_data : nullptr; }
 
 unsigned char* DataBuffer::extend(unsigned int n) {
     if (n > kMaxSize - m_size || !grow(m_size + n)) {
@@ -211,7 +209,8 @@ bool DataBuffer::containsSubstring(const char* s, unsigned int n) const {
 }
 
 bool DataBuffer::equals(const DataBuffer& other) const {
-    return m_size == other.m_size && (m_size == 0 || std::memcmp(m_data, other.m_data, m_size) == 0);
+    return m_size == other.m_size &&
+           (m_size == 0 || std::memcmp(m_data, other.m_data, m_size) == 0);
 }
 
 bool DataBuffer::saveToFileUtf8(const char* path, LogBase* log) const {

@@ -31,11 +31,17 @@ public:
     // false for UTF-7, UTF-16, UTF-32, ISO-2022-JP, ISO-2022-KR and HZ.
     static bool keepsAscii(int codePage) {
         switch (codePage) {
-        case 65000: case 1200: case 1201: case 12000: case 12001:
-        case 50220: case 50221: case 50222: case 50225: case 52936:
-            return false;
-        default:
-            return true;
+            case 65000:
+            case 1200:
+            case 1201:
+            case 12000:
+            case 12001:
+            case 50220:
+            case 50221:
+            case 50222:
+            case 50225:
+            case 52936: return false;
+            default: return true;
         }
     }
 };

@@ -16,9 +16,7 @@ public:
     int getSize() const { return m_size; }  // null slots count
 
     // Null when the slot is empty or `i` out of range.
-    VantrelObject* elementAt(int i) const {
-        return i >= 0 && i < m_size ? m_items[i] : nullptr;
-    }
+    VantrelObject* elementAt(int i) const { return i >= 0 && i < m_size ? m_items[i] : nullptr; }
 
     // The array takes ownership.  False when memory is exhausted: `p` stays the caller's.
     bool appendPtr(VantrelObject* p);

@@ -324,9 +324,8 @@ bool consistsOf(const StringBuffer& s, const ByteSet& set) {
     return skip(s.getString(), end, set) == end;
 }
 
-void appendExtended(const StringBuffer& value, StringBuffer& out) {
+void appendEscaped(const StringBuffer& value, StringBuffer& out) {
     static constexpr char kHex[] = "0123456789ABCDEF";
-    out.append("*=utf-8''");
     const char* p = value.getString();
     const char* const end = p + value.getSize();
     while (p != end) {
@@ -340,6 +339,51 @@ void appendExtended(const StringBuffer& value, StringBuffer& out) {
     }
 }
 
+bool isInEscape(const char* p) { return p[-1] == '%' || p[-2] == '%'; }
+
+// An escaped continuation byte of UTF-8.
+bool isContinuation(const char* p) { return p[0] == '%' && bytes::hexValue(p[1]) / 4 == 2; }
+
+// Where to cut escaped text, at most `size` bytes behind `p`: not within a character, since
+// readers decode each piece for itself.
+const char* pieceEnd(const char* p, unsigned size) {
+    const char* stop = p + size;
+    while (isInEscape(stop)) --stop;
+    const char* start = stop;
+    for (int i = 0; i < 3 && isContinuation(start); ++i) start -= 3;
+    return isContinuation(start) || isInEscape(start) ? stop : start;
+}
+
+// RFC 2231 3: a value that does not fit on a line of its own is cut into numbered pieces.
+void appendExtended(const char* name, const StringBuffer& value, StringBuffer& out) {
+    constexpr size_t kColumns = 76, kNumber = 6, kLeast = 30;
+    const size_t nameSize = std::strlen(name) + kNumber;
+    const auto room = static_cast<unsigned>(nameSize < kColumns - kLeast ? kColumns - nameSize
+                                                                         : kLeast);
+    StringBuffer text;
+    text.append("utf-8''");
+    appendEscaped(value, text);
+    if (text.failed()) out.markFailed();
+    if (text.getSize() <= room) {
+        out.append3("*=", text.getString(), "");
+        return;
+    }
+    const char* p = text.getString();
+    const char* const end = p + text.getSize();
+    for (int number = 0; p != end; ++number) {
+        const char* const stop = sizeOf(p, end) <= room ? end : pieceEnd(p, room);
+        if (number > 0) out.append3("; ", name, "");
+        out.appendChar('*');
+        out.append(number);
+        out.append("*=");
+        out.appendN(p, sizeOf(p, stop));
+        p = stop;
+    }
+}
+
+// RFC 2046 5.1.1: boundaries, which readers want in one piece, have up to 70 characters.
+constexpr unsigned kMaxPlain = 70;
+
 }  // namespace
 
 // Kept on purpose: a value with "=?" in it is percent-encoded, since readers decode encoded
@@ -349,11 +393,12 @@ void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer
     line.replaceCharAnsi('\r', ' ');
     line.replaceCharAnsi('\n', ' ');
     out.append3("; ", name, "");
-    if (!line.isEmpty() && consistsOf(line, kTokenBytes)) {
+    const bool isShort = line.getSize() <= kMaxPlain;
+    if (isShort && !line.isEmpty() && consistsOf(line, kTokenBytes)) {
         out.append3("=", line.getString(), "");
-    } else if (consistsOf(line, kQuotedBytes) && !line.containsSubstring("=?")) {
+    } else if (isShort && consistsOf(line, kQuotedBytes) && !line.containsSubstring("=?")) {
         out.append3("=\"", line.getString(), "\"");
     } else {
-        appendExtended(line, out);
+        appendExtended(name, line, out);
     }
 }

@@ -19,6 +19,10 @@ namespace {
 constexpr unsigned kMaxColumns = 78;      // RFC 5322 2.1.1
 constexpr unsigned kMaxWordColumns = 76;  // RFC 2047 2: lines that hold encoded words
 
+// RFC 5322 2.1.1: no line is longer than 998 characters, so a word that leaves no room for the
+// field name in front of it must be cut.
+constexpr unsigned kMaxPlainWord = 900;
+
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
 bool isAscii(const char* begin, const char* end) {
@@ -169,7 +173,7 @@ struct TextWord {
     const char* end;
     bool beginsEncoded;
     bool endsEncoded;
-    bool isPlain;  // ASCII: written as it is
+    bool isPlain;  // ASCII of bearable size: written as it is
 };
 
 class TextWords {
@@ -207,7 +211,7 @@ bool TextWords::next(TextWord& word) {
         }
     }
     word.end = m_at;
-    word.isPlain = isAscii(word.begin, word.end);
+    word.isPlain = sizeOf(word.begin, word.end) <= kMaxPlainWord && isAscii(word.begin, word.end);
     return word.begin != word.end;
 }
 
@@ -563,11 +567,21 @@ void appendOneLine(const char* p, const char* end, StringBuffer& out) {
     }
 }
 
+bool hasLongWord(const char* p, const char* end) {
+    while (p != end) {
+        const char* const stop = wordEnd(p, end);
+        if (sizeOf(p, stop) > kMaxPlainWord) return true;
+        p = skipBlanks(stop, end);
+    }
+    return false;
+}
+
 void writeValue(Grammar grammar, const char* begin, const char* end, size_t column, int codePage,
                 StringBuffer& out) {
     LineFolder lines(out, column, kMaxColumns);
     LineFolder wordLines(out, column, kMaxWordColumns);
-    if (isAscii(begin, end)) grammar = Grammar::Structured;
+    const bool mustCut = grammar == Grammar::Unstructured && hasLongWord(begin, end);
+    if (!mustCut && isAscii(begin, end)) grammar = Grammar::Structured;
     switch (grammar) {
         case Grammar::Unstructured:
             return UnstructuredWriter(begin, end, codePage, wordLines).write();

@@ -28,9 +28,15 @@ public:
     StringBuffer m_options;
 
     // For the many lines that only a verbose log wants.
-    void verboseInfo(const char* text) { if (m_verbose) logInfo(text); }
-    void verboseData(const char* name, const char* value) { if (m_verbose) logData(name, value); }
-    void verboseLong(const char* name, long value) { if (m_verbose) LogDataLong(name, value); }
+    void verboseInfo(const char* text) {
+        if (m_verbose) logInfo(text);
+    }
+    void verboseData(const char* name, const char* value) {
+        if (m_verbose) logData(name, value);
+    }
+    void verboseLong(const char* name, long value) {
+        if (m_verbose) LogDataLong(name, value);
+    }
 };
 
 class LogContextExitor {

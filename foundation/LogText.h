@@ -7,8 +7,8 @@
 
 class LogText : public LogBase {
 public:
-    void logError(const char* text) override;  // "ERROR: text"
-    void logInfo(const char* text) override;   // "text"
+    void logError(const char* text) override;                    // "ERROR: text"
+    void logInfo(const char* text) override;                     // "text"
     void enterContext(const char* name, bool verbose) override;  // "name:", then deeper
     void leaveContext() override;
     void logData(const char* name, const char* value) override;  // "name: value"

@@ -212,8 +212,7 @@ bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
 
 // -- Writing
 
-bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, bool,
-                               LogBase&) const {
+bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, bool, LogBase&) const {
     if (m_asRead) return out.append(m_text);
     bool isFirst = true;
     for (const Field& field : m_fields) {

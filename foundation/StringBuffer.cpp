@@ -163,9 +163,7 @@ bool StringBuffer::setString(const char* s) {
     return n <= kMaxSize ? setStringN(s, static_cast<unsigned int>(n)) : refuse();
 }
 
-bool StringBuffer::setString(const StringBuffer& s) {
-    return setStringN(s.getString(), s.m_size);
-}
+bool StringBuffer::setString(const StringBuffer& s) { return setStringN(s.getString(), s.m_size); }
 
 // `s` may be a piece of this buffer, so the bytes are moved before anything is forgotten.
 bool StringBuffer::setStringN(const char* s, unsigned int n) {
@@ -329,7 +327,8 @@ bool makeCrlf(StringBuffer& s, BareCr bareCr) {
     const size_t more = line_ends::countIncomplete(s.getString(), n, bareCr);
     if (more == 0) return true;
     StringBuffer fixed;
-    char* const out = more <= kMaxSize - n ? fixed.extend(static_cast<unsigned>(n + more)) : nullptr;
+    char* const out =
+        more <= kMaxSize - n ? fixed.extend(static_cast<unsigned>(n + more)) : nullptr;
     if (!out) return false;
     line_ends::complete(s.getString(), n, bareCr, out);
     s.swap(fixed);
@@ -342,8 +341,8 @@ bool StringBuffer::toCRLF() { return makeCrlf(*this, BareCr::Stays) || refuse();
 
 bool StringBuffer::allToCRLF() { return makeCrlf(*this, BareCr::BecomesCrlf) || refuse(); }
 
-bool StringBuffer::replaceAll(const char* from, unsigned fromSize, const char* to,
-                              unsigned toSize, bool firstOnly) {
+bool StringBuffer::replaceAll(const char* from, unsigned fromSize, const char* to, unsigned toSize,
+                              bool firstOnly) {
     if (fromSize == 0) return true;
     const char* at = getString();
     const char* const end = at + m_size;
@@ -351,8 +350,9 @@ bool StringBuffer::replaceAll(const char* from, unsigned fromSize, const char* t
     if (!hit) return true;
     StringBuffer made;
     bool ok = made.reserve(m_size);
-    for (; hit && ok; hit = firstOnly ? nullptr
-                                      : bytes::find(at, static_cast<size_t>(end - at), from, fromSize)) {
+    for (; hit && ok; hit = firstOnly
+                                ? nullptr
+                                : bytes::find(at, static_cast<size_t>(end - at), from, fromSize)) {
         ok = made.appendN(at, static_cast<unsigned>(hit - at)) && made.appendN(to, toSize);
         at = hit + fromSize;
     }

@@ -32,13 +32,13 @@ public:
     void buildMimeHeaderValue(StringBuffer& out, const _zqCharset& charset, bool reserved1,
                               bool reserved2, LogBase& log) const;
 
-    StringBuffer m_type;        // "text/plain", as written
-    StringBuffer m_name;        // name
-    StringBuffer m_protocol;    // protocol (RFC 1847)
-    StringBuffer m_micalg;      // micalg (RFC 1847)
-    StringBuffer m_boundary;    // boundary (RFC 2046 5.1)
-    StringBuffer m_smimeType;   // smime-type (RFC 8551)
-    StringBuffer m_subType;     // type (RFC 2387)
-    StringBuffer m_reportType;  // report-type (RFC 6522)
+    StringBuffer m_type;          // "text/plain", as written
+    StringBuffer m_name;          // name
+    StringBuffer m_protocol;      // protocol (RFC 1847)
+    StringBuffer m_micalg;        // micalg (RFC 1847)
+    StringBuffer m_boundary;      // boundary (RFC 2046 5.1)
+    StringBuffer m_smimeType;     // smime-type (RFC 8551)
+    StringBuffer m_subType;       // type (RFC 2387)
+    StringBuffer m_reportType;    // report-type (RFC 6522)
     bool m_formatFlowed = false;  // format=flowed (RFC 3676)
 };

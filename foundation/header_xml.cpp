@@ -116,19 +116,73 @@ bool isAttributeName(const StringBuffer& name) {
     return plain;
 }
 
-bool isAttributeValue(const StringBuffer& value) {
-    return !value.isEmpty() && !value.containsChar('"') && value.lastChar() != '\\';
+// The reader writes every value in quotes, which keeps blanks, and what an encoded word holds,
+// from being read as they are without.
+bool isAttributeValue(const HeaderParams& params) {
+    const StringBuffer& value = params.value();
+    if (value.isEmpty() || value.containsChar('"') || value.lastChar() == '\\') return false;
+    return params.wasQuoted() ||
+           !(value.containsChar(' ') || value.containsChar('\t') || value.containsSubstring("=?"));
 }
 
-// Comments and doubled parameters would be lost.
+// Compares a value with the pieces that it is thought to consist of.
+class Matcher {
+public:
+    explicit Matcher(const StringBuffer& text)
+        : m_at(text.getString()), m_end(m_at + text.getSize()) {}
+
+    bool take(const StringBuffer& piece) {
+        const size_t n = piece.getSize();
+        if (static_cast<size_t>(m_end - m_at) < n) return false;
+        if (n > 0 && std::memcmp(m_at, piece.getString(), n) != 0) return false;
+        m_at += n;
+        return true;
+    }
+    bool take(char c) {
+        if (m_at == m_end || *m_at != c) return false;
+        ++m_at;
+        return true;
+    }
+    bool takeBetweenBlanks(char c) {
+        skipBlanks();
+        if (!take(c)) return false;
+        skipBlanks();
+        return true;
+    }
+    bool atEnd() {
+        skipBlanks();
+        return m_at == m_end;
+    }
+
+private:
+    void skipBlanks() {
+        while (m_at != m_end && bytes::isBlank(*m_at)) ++m_at;
+    }
+
+    const char* m_at;
+    const char* const m_end;
+};
+
+// Comments, escapes and names without a value would be lost.
 bool canBeAttributes(const StringBuffer& value) {
-    if (value.containsChar('(')) return false;
     HeaderParams params(value.getString(), value.getSize());
-    while (params.next())
-        if (!isAttributeName(params.name()) || !isAttributeValue(params.value())) return false;
     StringBuffer main;
     params.getMainValue(main);
-    return !main.isEmpty() && !main.containsChar('"') && !main.containsSubstringNoCase("?8bit?");
+    if (main.isEmpty() || main.containsChar('"') || main.containsSubstringNoCase("?8bit?"))
+        return false;
+    Matcher match(value);
+    if (!match.take(main)) return false;
+    while (params.next()) {
+        if (!isAttributeName(params.name()) || !isAttributeValue(params)) return false;
+        const bool matches =
+            match.takeBetweenBlanks(';') && match.take(params.name()) &&
+            match.takeBetweenBlanks('=') &&
+            (params.wasQuoted() ? match.take('"') && match.take(params.value()) && match.take('"')
+                                : match.take(params.value()));
+        if (!matches) return false;
+    }
+    match.takeBetweenBlanks(';');
+    return match.atEnd();
 }
 
 // False, the element to be given up, when a parameter stands twice.
@@ -191,7 +245,8 @@ bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer&
     HeaderParams(value.getString(), value.getSize()).getMainValue(main);
     ClsXml* field = header.newChild(tag.getString(), nullptr, nullptr);
     if (!field) return false;
-    const bool added = field->setContent(main.getString(), main.getSize()) && addParams(*field, value);
+    const bool added =
+        field->setContent(main.getString(), main.getSize()) && addParams(*field, value);
     field->deleteSelf();
     return added;
 }
@@ -228,7 +283,8 @@ void MimeHeader::foldLongFields() {
         StringBuffer name;
         name.appendN(line, field.nameSize);
         const bool isAscii = bytes::isAscii(line, field.size);
-        const bool mustChange = isAscii ? field.size > kLineSize : isXmlAddressField(name.getString());
+        const bool mustChange =
+            isAscii ? field.size > kLineSize : isXmlAddressField(name.getString());
         if (field.nameSize == 0 || !mustChange) continue;
         field.isRaw = false;
         m_asRead = false;

@@ -44,8 +44,7 @@ namespace scalar {
 size_t countIncomplete(const char* p, size_t n, BareCr bareCr) {
     size_t count = 0;
     for (size_t i = 0; i < n; ++i) {
-        if (p[i] == '\n')
-            count += i == 0 || p[i - 1] != '\r';
+        if (p[i] == '\n') count += i == 0 || p[i - 1] != '\r';
         else if (p[i] == '\r' && bareCr == BareCr::BecomesCrlf)
             count += i + 1 == n || p[i + 1] != '\n';
     }

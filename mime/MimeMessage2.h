@@ -111,8 +111,7 @@ public:
 
     // These two replace `out`.  False when there is no such field.
     bool getHeaderFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const;
-    bool getHeaderFieldUtf8_2(const char* name, bool decode, StringBuffer& out,
-                              LogBase& log) const;
+    bool getHeaderFieldUtf8_2(const char* name, bool decode, StringBuffer& out, LogBase& log) const;
     bool getHeaderFieldName(int index, StringBuffer& out, LogBase& log) const;
     bool getHeaderFieldValue(int index, bool decode, StringBuffer& out, LogBase& log) const;
     bool getSubFieldUtf8(const char* field, const char* param, StringBuffer& out,
@@ -217,14 +216,13 @@ public:
     // converted from `charset` to UTF-8.
 
     void setMimeBodyByEncoding(const char* encoding, const void* data, unsigned int size,
-                               const _zqCharset& charset, bool isText, bool bIsUtf8,
-                               LogBase& log);
+                               const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
     void setMimeBodyByEncoding_Careful(const char* encoding, const StringBuffer& text,
                                        const _zqCharset& charset, bool isText, LogBase& log);
     void setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
                            bool isText, LogBase& log);
-    void setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset,
-                       bool isText, LogBase& log);
+    void setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                       LogBase& log);
     // Text that is UTF-8 whatever its label says makes the charset "utf-8".
     void setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
                            bool isText, LogBase& log);
@@ -243,7 +241,7 @@ public:
     // In wire form: text converted to its code page, then the transfer coding applied.
 
     void getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const;
-    void getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const;  // as it is serialised
+    void getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const;        // as it is serialised
     void getMimeBodyEncoded2aUtf8(StringBuffer& out, LogBase& log) const;  // stays UTF-8
     void getMimeBodyQP(StringBuffer& out, int codePage, LogBase& log) const;
     void getMimeBodyBase64(StringBuffer& out, int codePage, LogBase& log) const;
@@ -327,8 +325,7 @@ public:
                                       bool addPreamble, LogBase& log);
     static void findMimeAndCreate(TreeNode& node, const char* tag, ExtPtrArray& out,
                                   bool addPreamble, LogBase& log);
-    static MimeMessage2* createMimeFromTree(TreeNode& mimeElement, bool addPreamble,
-                                            LogBase& log);
+    static MimeMessage2* createMimeFromTree(TreeNode& mimeElement, bool addPreamble, LogBase& log);
     static bool buildHeaderFromXml(TreeNode& header, StringBuffer& headerText, LogBase& log);
     static bool addNodeToHeader(TreeNode& field, StringBuffer& headerText, LogBase& log);
     static void buildAddressesFromXml(TreeNode& field, StringBuffer& headerText, bool reserved,
@@ -380,8 +377,8 @@ private:
                      const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
     Label decodeQP(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
                    LogBase& log);
-    void uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset,
-                      bool isText, LogBase& log);
+    void uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                      LogBase& log);
     void convertBodyToUtf8(int codePage, LogBase& log);
     void appendPreamble(StringBuffer& out) const;
     bool loadPieces(const char* headerText, unsigned int headerSize, const unsigned char* body,
@@ -397,18 +394,18 @@ private:
     MimeMessage2* m_nextDoomed = nullptr;
 
 public:
-    uint32_t m_magic;           // validity marker, 0xa4ee21fb while the node lives
-    _zqCharset m_charset;       // charset of the body text, in which it is written out
+    uint32_t m_magic;      // validity marker, 0xa4ee21fb while the node lives
+    _zqCharset m_charset;  // charset of the body text, in which it is written out
     _zqContentType m_contentType;
-    DataBuffer m_signedData;    // first part of a multipart/signed, exactly as received
+    DataBuffer m_signedData;  // first part of a multipart/signed, exactly as received
     bool m_deferContentTypeRefresh = false;  // true while several parameters are being set
-    bool m_modified = false;    // header, body or child list changed through the node
+    bool m_modified = false;                 // header, body or child list changed through the node
     bool m_auxFlag = false;
     bool m_auxFlag2 = true;
-    DataBuffer m_mimeBody;      // decoded; text as UTF-8
+    DataBuffer m_mimeBody;  // decoded; text as UTF-8
     MimeHeader m_mimeHeader;
-    bool m_useMmMessage = false;  // write the preamble text in front of the parts
-    ExtPtrArray m_subParts;     // MimeMessage2 children, owned
+    bool m_useMmMessage = false;    // write the preamble text in front of the parts
+    ExtPtrArray m_subParts;         // MimeMessage2 children, owned
     uint8_t m_binarySafeState = 0;  // 0 untouched, 1 "binary" became "base64", 2 was without
     StringBuffer m_disposition;
     StringBuffer m_contentTransferEncoding;

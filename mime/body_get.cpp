@@ -45,8 +45,7 @@ public:
             coder.encodeBase64(m_bytes->getData2(), m_bytes->getSize(), out);
         else if (coding == Coding::QuotedPrintable)
             coder.encodeQuotedPrintable(m_bytes->getData2(), m_bytes->getSize(), out);
-        else
-            out.append(*m_bytes);
+        else out.append(*m_bytes);
     }
 
 private:
@@ -69,8 +68,9 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
     const StringBuffer& type = m_contentType.m_type;
     log.verboseLong("charsetCodePage", codePage);
     log.verboseData("contentType", type.getString());
-    const bool isText = codePage != codepage::kNone &&
-                        (type.beginsWith("text/") || type.containsSubstringNoCase("application/xml"));
+    const bool isText =
+        codePage != codepage::kNone &&
+        (type.beginsWith("text/") || type.containsSubstringNoCase("application/xml"));
     WireBytes wire(m_mimeBody);
     if (isText && codePage != codepage::kUtf8) {
         log.verboseInfo("Converting MIME body from utf-8..");
@@ -92,10 +92,9 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
     const StringBuffer& type = m_contentType.m_type;
     log.verboseLong("charsetCodePage", codePage);
     log.verboseData("contentType", type.getString());
-    const bool isText =
-        codePage != codepage::kNone &&
-        (type.beginsWith("text/") || type.containsSubstringNoCase("xml") ||
-         type.containsSubstringNoCase("json"));
+    const bool isText = codePage != codepage::kNone &&
+                        (type.beginsWith("text/") || type.containsSubstringNoCase("xml") ||
+                         type.containsSubstringNoCase("json"));
     WireBytes wire(m_mimeBody);
     if (isText && codePage != codepage::kUtf8) {
         log.verboseInfo("Converting text from stored utf-8 to target code page.");

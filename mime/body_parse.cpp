@@ -102,8 +102,8 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
 // The first charset that a leaf declares helps with the raw header fields of later nodes.
 void Loader::noteCharsetClue(const _zqCharset& charset) {
     const int codePage = charset.getCodePage();
-    if (!m_charsetClue.isEmpty() || codePage == codepage::kNone ||
-        codePage == codepage::kAscii || codePage == codepage::kUtf8)
+    if (!m_charsetClue.isEmpty() || codePage == codepage::kNone || codePage == codepage::kAscii ||
+        codePage == codepage::kUtf8)
         return;
     m_charsetClue.setString(charset.getName());
     m_log.verboseData("charsetClue", m_charsetClue.getString());

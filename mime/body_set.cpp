@@ -61,15 +61,22 @@ enum class QpText { Convert, Keep, Examine };
 
 QpText treatmentOf(int codePage) {
     switch (codePage) {
-    case 932: case 936: case 949: case 950:
-    case 28595: case 28597: case 51932: case 51949: case 52936:
-        return QpText::Convert;
-    case codepage::kNone: case codepage::kUtf8:
-    case codepage::kUtf16LE: case codepage::kUtf16BE:
-    case codepage::kUtf32LE: case codepage::kUtf32BE:
-        return QpText::Keep;
-    default:
-        return QpText::Examine;
+        case 932:
+        case 936:
+        case 949:
+        case 950:
+        case 28595:
+        case 28597:
+        case 51932:
+        case 51949:
+        case 52936: return QpText::Convert;
+        case codepage::kNone:
+        case codepage::kUtf8:
+        case codepage::kUtf16LE:
+        case codepage::kUtf16BE:
+        case codepage::kUtf32LE:
+        case codepage::kUtf32BE: return QpText::Keep;
+        default: return QpText::Examine;
     }
 }
 
@@ -97,9 +104,9 @@ bool isUtf16Or32(int codePage) {
 
 // -- By encoding
 
-void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data,
-                                         unsigned int size, const _zqCharset& charset,
-                                         bool isText, bool bIsUtf8, LogBase& log) {
+void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data, unsigned int size,
+                                         const _zqCharset& charset, bool isText, bool bIsUtf8,
+                                         LogBase& log) {
     if (isAlive()) decodeBody(encoding, data, size, charset, isText, bIsUtf8, log);
 }
 
@@ -145,12 +152,11 @@ void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const Str
         setMimeBodyBase64(text.getString(), text.getSize(), charset, isText, log);
     else if (coding.equalsIgnoreCase2("quoted-printable", 16))
         setMimeBodyQP(text.getString(), text.getSize(), charset, isText, log);
-    else
-        setMimeBodyString_Unencoded(text, charset, false, log);
+    else setMimeBodyString_Unencoded(text, charset, false, log);
 }
 
-void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size,
-                                     const _zqCharset& charset, bool isText, LogBase& log) {
+void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
+                                     bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyBase64");
     if (!isAlive()) return;
     m_modified = true;
@@ -171,8 +177,7 @@ void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqC
 }
 
 MimeMessage2::Label MimeMessage2::decodeQP(const void* data, unsigned int size,
-                                           const _zqCharset& charset, bool isText,
-                                           LogBase& log) {
+                                           const _zqCharset& charset, bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyQP");
     m_modified = true;
     const int codePage = charset.getCodePage();
@@ -215,8 +220,8 @@ void MimeMessage2::uudecodeBody(const void* data, unsigned int size, const _zqCh
     setContentEncoding("base64", log);
 }
 
-void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size,
-                                     const _zqCharset& charset, bool isText, LogBase& log) {
+void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
+                                     bool isText, LogBase& log) {
     if (!isAlive()) return;
     m_modified = true;
     int codePage = charset.getCodePage();
@@ -248,15 +253,14 @@ void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
     if (EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
                                     m_mimeBody.getSize(), utf8, log))
         m_mimeBody.takeData(utf8);
-    else
-        m_mimeBody.markFailed();
+    else m_mimeBody.markFailed();
     m_mimeBody.shrinkToFit();
 }
 
 // -- Without a transfer coding
 
-void MimeMessage2::setMimeBodyString_Unencoded(const StringBuffer& text,
-                                               const _zqCharset& charset, bool, LogBase& log) {
+void MimeMessage2::setMimeBodyString_Unencoded(const StringBuffer& text, const _zqCharset& charset,
+                                               bool, LogBase& log) {
     if (!isAlive()) return;
     m_modified = true;
     m_mimeBody.clear();

@@ -109,8 +109,7 @@ void MimeMessage2::addHeaderFieldUtf8(const char* name, const char* value, bool 
     trimmedName.trim2();
     if (allowEmpty)
         m_mimeHeader.addMimeFieldAllowEmpty(trimmedName.getString(), text.getString(), log);
-    else
-        m_mimeHeader.addMimeField(trimmedName.getString(), text.getString(), false, log);
+    else m_mimeHeader.addMimeField(trimmedName.getString(), text.getString(), false, log);
     recacheField(trimmedName, log);
 }
 

@@ -15,8 +15,15 @@
 HeaderEndSearch::HeaderEndSearch(SourceText& source, const char* data, unsigned size,
                                  LineEndings lineEndings, StringBuffer& repairBuf,
                                  StringBuffer& convertBuf, LogBase& log)
-    : m_source(source), m_entryData(data), m_entrySize(size), m_lineEndings(lineEndings),
-      m_repairBuf(repairBuf), m_convertBuf(convertBuf), m_log(log), m_data(data), m_size(size) {}
+    : m_source(source),
+      m_entryData(data),
+      m_entrySize(size),
+      m_lineEndings(lineEndings),
+      m_repairBuf(repairBuf),
+      m_convertBuf(convertBuf),
+      m_log(log),
+      m_data(data),
+      m_size(size) {}
 
 // Order is behaviour: each form is tried only where the ones above it were not found.
 void HeaderEndSearch::run() {
@@ -150,11 +157,10 @@ bool HeaderEndSearch::rewriteBareCr() {
 
 // -- The node's face on it
 
-void MimeMessage2::findEndOfHeader2(const char** data, unsigned int size,
-                                    bool lenientLineEndings, LogBase& log, bool,
-                                    StringBuffer& repairBuf, StringBuffer& convertBuf,
-                                    unsigned int& sizeInOut, const char** endOfHeader,
-                                    const char** terminator) {
+void MimeMessage2::findEndOfHeader2(const char** data, unsigned int size, bool lenientLineEndings,
+                                    LogBase& log, bool, StringBuffer& repairBuf,
+                                    StringBuffer& convertBuf, unsigned int& sizeInOut,
+                                    const char** endOfHeader, const char** terminator) {
     if (!isAlive() || !*data) return;
     sizeInOut = size;
     SourceText source(*data, *data + size);

@@ -43,8 +43,7 @@ void keepIfWithin(DataBuffer& own, const char* data, DataBuffer& kept) {
 
 // -- Entry points
 
-bool MimeMessage2::loadMimeComplete(const StringBuffer& mimeText, LogBase& log,
-                                    bool inputIsUtf8) {
+bool MimeMessage2::loadMimeComplete(const StringBuffer& mimeText, LogBase& log, bool inputIsUtf8) {
     if (!isAlive() || !mimeText.isValidObject()) return false;
     StringBuffer charsetClue;
     return loadMimeComplete2(mimeText.getString(), mimeText.getSize(),
@@ -59,35 +58,36 @@ bool MimeMessage2::loadMimeCompleteDb(DataBuffer& mimeBytes, LogBase& log) {
                              /*inputIsUtf8*/ false);
 }
 
-bool MimeMessage2::loadMimeComplete2(const char* data, unsigned int size,
-                                     bool lenientLineEndings, StringBuffer& charsetClue,
-                                     LogBase& log, bool inputIsUtf8) {
+bool MimeMessage2::loadMimeComplete2(const char* data, unsigned int size, bool lenientLineEndings,
+                                     StringBuffer& charsetClue, LogBase& log, bool inputIsUtf8) {
     if (!isAlive()) return false;
     DataBuffer keptBody, keptSigned;
     keepIfWithin(m_mimeBody, data, keptBody);
     keepIfWithin(m_signedData, data, keptSigned);
-    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
-                  inputIsUtf8, charsetClue, log);
+    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
+                  charsetClue, log);
     return loader.load(*this, data, size);
 }
 
 bool MimeMessage2::parseMimeBody(const char* encoding, const char* body, unsigned int bodySize,
-                                 bool lenientLineEndings, StringBuffer& charsetClue,
-                                 LogBase& log, bool inputIsUtf8) {
+                                 bool lenientLineEndings, StringBuffer& charsetClue, LogBase& log,
+                                 bool inputIsUtf8) {
     if (!isAlive()) return false;
     DataBuffer keptBody;
     keepIfWithin(m_mimeBody, body, keptBody);
-    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
-                  inputIsUtf8, charsetClue, log);
+    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
+                  charsetClue, log);
     return loader.parseBody(*this, encoding, body, bodySize);
 }
 
 // -- The loader
 
 Loader::Loader(LineEndings lineEndings, bool inputIsUtf8, StringBuffer& charsetClue, LogBase& log)
-    : m_lineEndings(lineEndings), m_inputIsUtf8(inputIsUtf8),
+    : m_lineEndings(lineEndings),
+      m_inputIsUtf8(inputIsUtf8),
       m_isStrict(log.m_options.containsSubstringNoCase("StrictMimeParsing")),
-      m_charsetClue(charsetClue), m_log(log) {}
+      m_charsetClue(charsetClue),
+      m_log(log) {}
 
 Loader::~Loader() {
     while (m_level) closeLevel(false);
@@ -98,8 +98,7 @@ bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
     return finishLevels(openNode(root, source, data, size));
 }
 
-bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body,
-                       unsigned size) {
+bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
     SourceText source(body, body + size);
     return finishLevels(openBody(node, source, nullptr, encoding, body, size));
 }
@@ -119,13 +118,9 @@ bool Loader::loadNextPart() {
     unsigned size = 0;
     switch (m_level->splitter.next(m_isStrict ? Missing::IsAnError : Missing::EndsTheLastPart,
                                    m_log, part, size)) {
-    case Outcome::Part:
-        return addPart(part, size);
-    case Outcome::NoMoreParts:
-        closeLevel(true);
-        return true;
-    case Outcome::MissingDelimiter:
-        break;
+        case Outcome::Part: return addPart(part, size);
+        case Outcome::NoMoreParts: closeLevel(true); return true;
+        case Outcome::MissingDelimiter: break;
     }
     return false;
 }
@@ -246,12 +241,12 @@ bool Loader::loadHeader(MimeMessage2& node, const char* text, unsigned size) {
     return true;
 }
 
-Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* data,
-                                              unsigned size) {
+Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* data, unsigned size) {
     m_log.verboseInfo("End-of-header not found.");
     if (size >= 2 && data[0] == '\r' && data[1] == '\n') {
-        m_log.verboseInfo("Parsing MIME assuming an empty header.  "
-                          "The default content-type is text/plain.");
+        m_log.verboseInfo(
+            "Parsing MIME assuming an empty header.  "
+            "The default content-type is text/plain.");
         static const char kDefault[] = "Content-Type: text/plain";
         node.m_mimeHeader.loadMimeHeaderBytes(kDefault, sizeof kDefault - 1, codepage::kNone,
                                               m_charsetClue, m_log);
@@ -289,8 +284,8 @@ bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
 }
 
 bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
-                              const unsigned char* body, unsigned int bodySize,
-                              ExtPtrArray& parts, bool inputIsUtf8, LogBase& log) {
+                              const unsigned char* body, unsigned int bodySize, ExtPtrArray& parts,
+                              bool inputIsUtf8, LogBase& log) {
     OperationContext context(log, "loadMime");
     if (!isAlive()) return false;
     if (!body) bodySize = 0;

@@ -7,9 +7,9 @@
 #include <memory>
 #include <utility>
 
+#include "mime/MimeMessage2.h"
 #include "mime/header_end.h"
 #include "mime/multipart.h"
-#include "mime/MimeMessage2.h"
 
 class Loader {
 public:
@@ -86,8 +86,8 @@ struct Loader::Level {
     MimeMessage2& node;
     SourceText& source;
     SignedText enclosing;  // what the nearest signature outside covers
-    Repaired repaired;  // where the body stands, unless it is a slice of an outer level's
+    Repaired repaired;     // where the body stands, unless it is a slice of an outer level's
     MultipartSplitter splitter;
-    bool signedPending = false;   // the next part is the signed one
-    bool isWholeEntity = false;   // "loadMimeComplete" is to be closed with the level
+    bool signedPending = false;  // the next part is the signed one
+    bool isWholeEntity = false;  // "loadMimeComplete" is to be closed with the level
 };

@@ -40,10 +40,10 @@ private:
     SourceText& m_source;
     const char* m_at;  // start of the next part
     const char* const m_end;
-    StringBuffer m_delimiter;       // as searched for: "--" boundary line break
-    StringBuffer m_closeDelimiter;  // "--" boundary "--"
-    unsigned m_matchLength = 0;     // from a delimiter to the part behind it
-    unsigned m_lineBreakLength = 2; // bytes in front of a delimiter that belong to it
+    StringBuffer m_delimiter;        // as searched for: "--" boundary line break
+    StringBuffer m_closeDelimiter;   // "--" boundary "--"
+    unsigned m_matchLength = 0;      // from a delimiter to the part behind it
+    unsigned m_lineBreakLength = 2;  // bytes in front of a delimiter that belong to it
     bool m_atEnd = false;
     bool m_matchedAnsi = false;
 };

@@ -218,15 +218,12 @@ void MimeMessage2::setUseMmMessage(bool b) {
     if (isAlive()) m_useMmMessage = b;
 }
 
-int MimeMessage2::getNumHeaderFields() const {
-    return isAlive() ? m_mimeHeader.getNumFields() : 0;
-}
+int MimeMessage2::getNumHeaderFields() const { return isAlive() ? m_mimeHeader.getNumFields() : 0; }
 
 int MimeMessage2::getHeaderDetectedCP() const {
     return isAlive() ? m_mimeHeader.getDetectedCP() : 0;
 }
 
 void MimeMessage2::getMimeHeader(StringBuffer& out, LogBase& log) const {
-    if (isAlive())
-        m_mimeHeader.getMimeHeader(out, nullptr, m_charset.getCodePage(), false, log);
+    if (isAlive()) m_mimeHeader.getMimeHeader(out, nullptr, m_charset.getCodePage(), false, log);
 }

@@ -60,8 +60,8 @@ void MimeMessage2::setContentType(const char* type, bool refresh, LogBase& log) 
 }
 
 void MimeMessage2::setContentType(const char* type, const char* name, const char* protocol,
-                                  const char* micalg, const char* boundary,
-                                  const char* smimeType, const char* subType, LogBase& log) {
+                                  const char* micalg, const char* boundary, const char* smimeType,
+                                  const char* subType, LogBase& log) {
     const TextArg type_(type), name_(name), protocol_(protocol), micalg_(micalg),
         boundary_(boundary), smimeType_(smimeType), subType_(subType);
     m_deferContentTypeRefresh = true;

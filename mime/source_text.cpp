@@ -30,8 +30,8 @@ uint64_t seededHash(const char* p, unsigned n) {
 }  // namespace
 
 BreakText textOf(Break pattern) {
-    static constexpr BreakText kTexts[] = {{"\r", 1},           {"\r\n\r\n", 4}, {"\r\r", 2},
-                                           {"\n\n", 2},         {"\r\n\r\r\n", 5}, {"\r\n\r", 3},
+    static constexpr BreakText kTexts[] = {{"\r", 1},    {"\r\n\r\n", 4},   {"\r\r", 2},
+                                           {"\n\n", 2},  {"\r\n\r\r\n", 5}, {"\r\n\r", 3},
                                            {"\n\r\n", 3}};
     return kTexts[static_cast<unsigned>(pattern)];
 }
@@ -76,7 +76,8 @@ public:
         return true;
     }
 
-    const char* find(const char* needle, const char* begin, const char* from, const char* to) const {
+    const char* find(const char* needle, const char* begin, const char* from,
+                     const char* to) const {
         const uint64_t hash = hashOf(needle);
         const uint64_t* at = std::lower_bound(m_places.begin(), m_places.end(),
                                               entry(hash, static_cast<uint64_t>(from - begin)));

@@ -111,8 +111,10 @@ public:
                 continue;
             }
             finished = finish();
+            const unsigned signatures = m_open->signatures;
             close();
             if (!m_open || !finished) continue;
+            if (signatures > m_open->signatures) m_open->signatures = signatures;
             if (!m_open->parts.appendPtr(finished)) VantrelObject::deleteObject(finished);
             finished = nullptr;
         }
@@ -124,6 +126,7 @@ private:
         Open* outer = nullptr;
         TreeNode* body = nullptr;
         int next = 0;
+        unsigned signatures = 0;  // nested in each other, here and below
         StringBuffer headerText;
         ExtPtrArray parts;
     };
@@ -183,9 +186,15 @@ MimeMessage2* XmlTreeBuilder::finish() {
 }
 
 // A multipart/signed is written with the kept bytes of its first part, which XML has not got.
+// Limit: each level of signatures in signatures keeps the bytes of all below once more.
 void XmlTreeBuilder::keepSigned(MimeMessage2& node) {
+    constexpr unsigned kMaxSignatures = 16;
     MimeMessage2* const content = node.getPart(0);
-    if (content && node.isMultipartSigned(m_log)) content->getMimeTextDb(content->m_signedData, false, m_log);
+    if (!content || !node.isMultipartSigned(m_log)) return;
+    if (++m_open->signatures <= kMaxSignatures)
+        content->getMimeTextDb(content->m_signedData, /*bodyOnly*/ false, m_log);
+    else
+        m_log.logError("Signatures nest too deep, what they sign is left out.");
 }
 
 MimeMessage2* MimeMessage2::createMimeFromTree(TreeNode& mimeElement, bool addPreamble,
@@ -195,48 +204,69 @@ MimeMessage2* MimeMessage2::createMimeFromTree(TreeNode& mimeElement, bool addPr
 
 // -- Header
 
-bool MimeMessage2::buildHeaderFromXml(TreeNode& header, StringBuffer& headerText, LogBase& log) {
-    OperationContext context(log, "buildHeaderFromXml");
-    for (int i = 0; TreeNode* field = header.getChild(i); ++i)
-        addNodeToHeader(*field, headerText, log);
-    return true;
+namespace {
+
+// "name: ", or nothing for the tag of a line that has no name.
+void appendFieldName(const TreeNode& field, StringBuffer& line) {
+    StringBuffer tag;
+    tag.setString(field.getTag());
+    const unsigned before = line.getSize();
+    ClsXml::bytesFromXmlName(tag.getString(), tag.getSize(), line);
+    if (line.getSize() > before) line.append(": ");
 }
 
-bool MimeMessage2::addNodeToHeader(TreeNode& field, StringBuffer& headerText, LogBase& log) {
-    if (isXmlAddressField(field.getTag())) {
-        buildAddressesFromXml(field, headerText, false, log);
-        return true;
+void appendParams(const TreeNode& field, StringBuffer& line) {
+    StringBuffer name, value;
+    for (int i = 0; i < field.getNumAttributes(); ++i) {
+        name.weakClear();
+        value.weakClear();
+        field.getAttributeName(i, name);
+        field.getAttributeValue(i, value);
+        name.replaceAllWithUchar(kXmlAsterisk, '*');
+        if (name.isEmpty() || value.isEmpty()) continue;
+        line.append3("; ", name.getString(), "=\"");
+        line.append(value);
+        line.appendChar('"');
     }
-    StringBuffer name, line, content;
-    const StringBuffer tag = [&] {
-        StringBuffer text;
-        text.setString(field.getTag());
-        return text;
-    }();
-    ClsXml::bytesFromXmlName(tag.getString(), tag.getSize(), name);
-    if (!name.isEmpty()) {
-        line.append(name);
-        line.append(": ");
-    }
+}
+
+void appendField(const TreeNode& field, StringBuffer& headerText) {
+    StringBuffer line, content;
+    appendFieldName(field, line);
+    const bool hasName = !line.isEmpty();
     field.copyDecodeContent(content);
     if (content.containsSubstringNoCase("?8bit?")) decode8bitWords(content);
     line.append(content);
     line.trim2();
-    StringBuffer attribute, value;
-    for (int i = 0; i < field.getNumAttributes(); ++i) {
-        attribute.weakClear();
-        value.weakClear();
-        field.getAttributeName(i, attribute);
-        field.getAttributeValue(i, value);
-        attribute.replaceAllWithUchar(kXmlAsterisk, '*');
-        if (attribute.isEmpty() || value.isEmpty()) continue;
-        line.append("; ");
-        line.append(attribute);
-        line.append("=\"");
-        line.append(value);
-        line.appendChar('"');
-    }
+    appendParams(field, line);
+    // In front of all fields, a line without name begins with a blank, which alone keeps
+    // "From: x" from being a field.
+    if (!hasName && headerText.isEmpty()) headerText.appendChar(' ');
     headerText.append(line);
+    headerText.appendChar('\n');
+}
+
+}  // namespace
+
+bool MimeMessage2::buildHeaderFromXml(TreeNode& header, StringBuffer& headerText, LogBase& log) {
+    OperationContext context(log, "buildHeaderFromXml");
+    for (int i = 0; TreeNode* field = header.getChild(i); ++i) {
+        if (isXmlAddressField(field->getTag()))
+            buildAddressesFromXml(*field, headerText, /*reserved*/ false, log);
+        else
+            appendField(*field, headerText);
+    }
+    return true;
+}
+
+// The header text loses the white space that it begins with, too.
+bool MimeMessage2::addNodeToHeader(TreeNode& field, StringBuffer& headerText, LogBase& log) {
+    if (isXmlAddressField(field.getTag())) {
+        buildAddressesFromXml(field, headerText, /*reserved*/ false, log);
+        return true;
+    }
+    appendField(field, headerText);
+    headerText.trim2();
     headerText.appendChar('\n');
     return true;
 }

@@ -119,7 +119,8 @@ void MimeMessage2::getMimeStructure(int format, int indent, StringBuffer& out, L
             continue;
         }
         if (format == kXmlLike)
-            appendOutlineTag(level.node->m_contentType.m_type, OutlineTag::Close, level.indent, out);
+            appendOutlineTag(level.node->m_contentType.m_type, OutlineTag::Close, level.indent,
+                             out);
         levels.pop();
     }
 }

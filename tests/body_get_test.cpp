@@ -25,15 +25,23 @@ constexpr WireRow kWireRows[] = {
     {"JSON", "Content-Type: application/JSON; charset=windows-1252", kCafe, kLatin},
     {"text/xml", "Content-Type: text/xml; charset=windows-1252", kLatin, kLatin},
     {"application/xml", "Content-Type: Application/XML; charset=windows-1252", kLatin, kLatin},
-    {"application/xml-dtd", "Content-Type: application/xml-dtd; charset=windows-1252", kLatin, kLatin},
+    {"application/xml-dtd", "Content-Type: application/xml-dtd; charset=windows-1252", kLatin,
+     kLatin},
     {"SOAP", "Content-Type: application/soap+XML; charset=windows-1252", kCafe, kLatin},
     {"ASCII by way of Latin-1", "Content-Type: text/plain; charset=us-ascii", kLatin, kLatin},
-    {"BASE64", "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: BASE64", "Y2Fm6Q==", "Y2Fm6Q=="},
-    {"Quoted-Printable", "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: Quoted-Printable",
+    {"BASE64",
+     "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: BASE64",
+     "Y2Fm6Q==", "Y2Fm6Q=="},
+    {"Quoted-Printable",
+     "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: "
+     "Quoted-Printable",
      "caf=E9", "caf=E9"},
-    {"base64 of JSON", "Content-Type: application/json; charset=windows-1252\r\nContent-Transfer-Encoding: base64",
+    {"base64 of JSON",
+     "Content-Type: application/json; charset=windows-1252\r\nContent-Transfer-Encoding: base64",
      "Y2Fmw6k=", "Y2Fm6Q=="},
-    {"unknown coding", "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: x-base64", kLatin, kLatin},
+    {"unknown coding",
+     "Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: x-base64",
+     kLatin, kLatin},
 };
 
 TEST(BodyGet, WireForm) {
@@ -64,13 +72,17 @@ TEST(BodyGet, WireForm) {
 }
 
 TEST(BodyGet, TheStaticCodePage) {
-    struct { const char* header; int codePage; } const rows[] = {
+    struct {
+        const char* header;
+        int codePage;
+    } const rows[] = {
         {"Content-Type: text/plain; charset=us-ascii\r\nContent-Transfer-Encoding: 8bit", 20127},
         {"Content-Type: text/plain; charset=windows-1252", 1252},
         {"Content-Type: text/plain; charset=utf-8", -1},
         {"Content-Type: text/plain", -1},
         {"Content-Type: a/b; charset=windows-1252", -1},
-        {"Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: base64", -1}};
+        {"Content-Type: text/plain; charset=windows-1252\r\nContent-Transfer-Encoding: base64",
+         -1}};
     for (const auto& row : rows) {
         MimeMessage2::m_binaryCodePage = -1;
         const NodePtr node = leaf(row.header, kCafe);
@@ -84,12 +96,17 @@ TEST(BodyGet, TheStaticCodePage) {
 }
 
 TEST(BodyGet, StaysUtf8) {
-    struct { const char* coding; std::string_view body, out; } const rows[] = {
-        {"Base64", kCafe, "Y2Fmw6k="}, {"QUOTED-printable", kCafe, "caf=C3=A9"}, {"8bit", kCafe, kCafe},
-        {"", kCafe, kCafe}, {"binary", "a\0b"sv, "YQBi"}, {"7bit", "", ""}};
+    struct {
+        const char* coding;
+        std::string_view body, out;
+    } const rows[] = {{"Base64", kCafe, "Y2Fmw6k="}, {"QUOTED-printable", kCafe, "caf=C3=A9"},
+                      {"8bit", kCafe, kCafe},        {"", kCafe, kCafe},
+                      {"binary", "a\0b"sv, "YQBi"},  {"7bit", "", ""}};
     for (const auto& row : rows) {
         const NodePtr node = leaf(std::string("Content-Type: text/plain; charset=windows-1252\r\n"
-                                              "Content-Transfer-Encoding: ") + row.coding, row.body);
+                                              "Content-Transfer-Encoding: ") +
+                                      row.coding,
+                                  row.body);
         StringBuffer out = sb("<");
         node->getMimeBodyEncoded2aUtf8(out, noLog);
         EXPECT_EQ(str(out), "<" + std::string(row.out)) << row.coding;
@@ -98,13 +115,16 @@ TEST(BodyGet, StaysUtf8) {
 
 // Whatever the node's own charset, type and coding are.
 TEST(BodyGet, AsTheCallerWants) {
-    struct { int codePage; const char *qp, *base64, *raw; } const rows[] = {
-        {1252, "<caf=E9", "<Y2Fm6Q==", "<caf\xE9"},
-        {65001, "<caf=C3=A9", "<Y2Fmw6k=", "<caf\xC3\xA9"},
-        {0, "<caf=C3=A9", "<Y2Fmw6k=", "<caf\xC3\xA9"},
-        {20127, "<caf?", "<Y2FmPw==", "<caf?"},
-        {1200, "<c=00a=00f=00=E9=00", "<YwBhAGYA6QA=", nullptr}};
-    const NodePtr node = leaf("Content-Type: a/b; charset=koi8-r\r\nContent-Transfer-Encoding: 7bit", kCafe);
+    struct {
+        int codePage;
+        const char *qp, *base64, *raw;
+    } const rows[] = {{1252, "<caf=E9", "<Y2Fm6Q==", "<caf\xE9"},
+                      {65001, "<caf=C3=A9", "<Y2Fmw6k=", "<caf\xC3\xA9"},
+                      {0, "<caf=C3=A9", "<Y2Fmw6k=", "<caf\xC3\xA9"},
+                      {20127, "<caf?", "<Y2FmPw==", "<caf?"},
+                      {1200, "<c=00a=00f=00=E9=00", "<YwBhAGYA6QA=", nullptr}};
+    const NodePtr node =
+        leaf("Content-Type: a/b; charset=koi8-r\r\nContent-Transfer-Encoding: 7bit", kCafe);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.codePage);
         StringBuffer qp = sb("<"), base64 = sb("<");
@@ -118,15 +138,20 @@ TEST(BodyGet, AsTheCallerWants) {
     }
     // Into the very body that is read.
     node->getMimeBody8Bit(node->m_mimeBody, 1252, noLog);
-    EXPECT_EQ(bodyOf(*node), "caf\xC3\xA9" "caf\xE9");
+    EXPECT_EQ(bodyOf(*node),
+              "caf\xC3\xA9"
+              "caf\xE9");
 }
 
 TEST(BodyGet, LogLines) {
-    struct { const char *header, *string, *bytes; } const rows[] = {
+    struct {
+        const char *header, *string, *bytes;
+    } const rows[] = {
         {"Content-Type: text/plain; charset=windows-1252",
          "charsetCodePage: 1252|contentType: text/plain|Converting MIME body from utf-8..|"
          "Appending from 8bit, 7bit, or binary encoding...|",
-         "charsetCodePage: 1252|contentType: text/plain|Converting text from stored utf-8 to target code page.|"
+         "charsetCodePage: 1252|contentType: text/plain|Converting text from stored utf-8 to "
+         "target code page.|"
          "Appending body with no encoding..|"},
         {"Content-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: base64",
          "charsetCodePage: 65001|contentType: text/plain|",

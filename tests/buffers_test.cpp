@@ -32,21 +32,11 @@ struct CompareRow {
 };
 
 constexpr CompareRow kCompareRows[] = {
-    {"7bit", "7bit", "eEbBzcC2"},
-    {"7BIT", "7bit", "EBC2"},
-    {"7bit", "7bit ", ""},
-    {"xx7bit", "7BIT", "C"},
-    {"7bits", "7biT", "BC"},
-    {"a7bit", "7bit", "zcC"},
-    {"", "", "eEbBzcC2"},
-    {"", nullptr, "eEbBzcC2"},
-    {"abc", nullptr, "bBzcC"},
-    {"a\0b"sv, "a", "bBcC"},
-    {"a\0b"sv, "B", "C"},
-    {"a\0b"sv, "b", "zcC"},
-    {"\xC4"sv, "\xE4", ""},
-    {"@[`{", "`{@[", ""},
-    {"aaab", "aab", "zcC"},
+    {"7bit", "7bit", "eEbBzcC2"}, {"7BIT", "7bit", "EBC2"},  {"7bit", "7bit ", ""},
+    {"xx7bit", "7BIT", "C"},      {"7bits", "7biT", "BC"},   {"a7bit", "7bit", "zcC"},
+    {"", "", "eEbBzcC2"},         {"", nullptr, "eEbBzcC2"}, {"abc", nullptr, "bBzcC"},
+    {"a\0b"sv, "a", "bBcC"},      {"a\0b"sv, "B", "C"},      {"a\0b"sv, "b", "zcC"},
+    {"\xC4"sv, "\xE4", ""},       {"@[`{", "`{@[", ""},      {"aaab", "aab", "zcC"},
 };
 
 TEST(StringBuffer, Comparisons) {
@@ -102,9 +92,10 @@ constexpr EditRow kEditRows[] = {
     {"replace behind a NUL", "x\0xx"sv, [](StringBuffer& s) { s.replaceAllOccurances("x", "yy"); },
      "yy\0yyyy"sv},
     {"replace nothing", "abc", [](StringBuffer& s) { s.replaceAllOccurances("", "x"); }, "abc"},
-    {"replace by null", "abcb", [](StringBuffer& s) { s.replaceAllOccurances("b", nullptr); }, "ac"},
-    {"replace the first", "a.a.a", [](StringBuffer& s) { s.replaceFirstOccurance("a", "bb", false); },
-     "bb.a.a"},
+    {"replace by null", "abcb", [](StringBuffer& s) { s.replaceAllOccurances("b", nullptr); },
+     "ac"},
+    {"replace the first", "a.a.a",
+     [](StringBuffer& s) { s.replaceFirstOccurance("a", "bb", false); }, "bb.a.a"},
     {"replace by a byte", "__ASTERISK____ASTERISK__",
      [](StringBuffer& s) { s.replaceAllWithUchar("__ASTERISK__", '*'); }, "**"},
     {"replace bytes, NUL too", "a\0a"sv, [](StringBuffer& s) { s.replaceCharAnsi('\0', 'a'); },
@@ -119,11 +110,25 @@ constexpr EditRow kEditRows[] = {
     {"hidden file", "a/.b", [](StringBuffer& s) { s.stripDirectory(); }, ".b"},
     {"windows-1252", "\xE2\x82\xAC\xC3\xA9\xE2\x88\x9A", [](StringBuffer& s) { s.cvUtf8ToAnsi(); },
      "\x80\xE9?"},
-    {"numbers", "", [](StringBuffer& s) { s.append(INT_MIN); s.append(0); }, "-21474836480"},
+    {"numbers", "",
+     [](StringBuffer& s) {
+         s.append(INT_MIN);
+         s.append(0);
+     },
+     "-21474836480"},
     {"three, one of them null", "", [](StringBuffer& s) { s.append3("a", nullptr, "c"); }, "ac"},
     {"reused storage", "a long text that does not fit inside",
-     [](StringBuffer& s) { s.weakClear(); s.append("b"); s.appendCharN('c', 2); }, "bcc"},
-    {"NULs appended", "", [](StringBuffer& s) { s.append(db("a\0b"sv)); s.appendN("\0c", 2); },
+     [](StringBuffer& s) {
+         s.weakClear();
+         s.append("b");
+         s.appendCharN('c', 2);
+     },
+     "bcc"},
+    {"NULs appended", "",
+     [](StringBuffer& s) {
+         s.append(db("a\0b"sv));
+         s.appendN("\0c", 2);
+     },
      "a\0b\0c"sv},
     // Arguments that lie in the buffer.
     {"set to its own end", "0123456789", [](StringBuffer& s) { s.setString(s.getString() + 7); },
@@ -134,16 +139,20 @@ constexpr EditRow kEditRows[] = {
     {"append its own end, growing out of the inside", "0123456789abcdefgh",
      [](StringBuffer& s) { s.append(s.getString() + 16); }, "0123456789abcdefghgh"},
     {"append itself again and again", "0123456789",
-     [](StringBuffer& s) { s.append(s); s.append(s); },
+     [](StringBuffer& s) {
+         s.append(s);
+         s.append(s);
+     },
      "0123456789012345678901234567890123456789"},
     {"three times itself", "0123456789",
      [](StringBuffer& s) { s.append3(s.getString(), s.getString() + 8, s.getString()); },
-     "0123456789012345678989" "0123456789"},
+     "0123456789012345678989"
+     "0123456789"},
     {"replace by its own text", "ab-ab-0123456789",
      [](StringBuffer& s) { s.replaceAllOccurances("ab", s.getString() + 6); },
      "0123456789-0123456789-0123456789"},
-    {"replace its own text", "ab-ab", [](StringBuffer& s) { s.replaceAllOccurances(s.getString() + 3, "c"); },
-     "c-c"},
+    {"replace its own text", "ab-ab",
+     [](StringBuffer& s) { s.replaceAllOccurances(s.getString() + 3, "c"); }, "c-c"},
     {"copy of itself", "a text longer than fits inside", [](StringBuffer& s) { s = *&s; },
      "a text longer than fits inside"},
 };
@@ -215,11 +224,32 @@ TEST(DataBuffer, Questions) {
     EXPECT_FALSE(DataBuffer().containsSubstring("x", 9));
     EXPECT_TRUE(DataBuffer().equals(db("")));
     EXPECT_FALSE(db("a\0b"sv).equals(db("a\0c"sv)));
-    struct { std::string_view bytes; bool isUtf8; } const rows[] = {
-        {"caf\xC3\xA9", true}, {"cafe", false}, {"", false}, {"caf\xE9", false},
-        {"caf\xC3", false}, {"\xC3\xA9\xE9", false}, {"\xC0\xAF", false}, {"\xED\xA0\x80", false}};
+    struct {
+        std::string_view bytes;
+        bool isUtf8;
+    } const rows[] = {{"caf\xC3\xA9", true}, {"cafe", false},        {"", false},
+                      {"caf\xE9", false},    {"caf\xC3", false},     {"\xC3\xA9\xE9", false},
+                      {"\xC0\xAF", false},   {"\xED\xA0\x80", false}};
     for (const auto& row : rows)
         EXPECT_EQ(db(row.bytes).isReallyUtf8(1252), row.isUtf8) << row.bytes;
+}
+
+TEST(DataBuffer, SlicesAreCopies) {
+    const std::string text = "0123456789" + std::string(5000, 'x');
+    DataBuffer whole = db(text), first, second;
+    EXPECT_FALSE(first.makeSliceOf(whole, 5000, 11));
+    EXPECT_TRUE(first.isEmpty());
+    EXPECT_TRUE(first.makeSliceOf(whole, 2, 5000));
+    EXPECT_TRUE(second.makeSliceOf(first, 1, 3000));
+    first.appendChar('!');
+    first.getData2_rw()[0] = '?';
+    EXPECT_EQ(str(second), text.substr(3, 3000));
+    second.shorten(2999);
+    second.append(whole.getData2() + 8, 1);
+    EXPECT_EQ(str(whole), text);
+    whole.clear();
+    EXPECT_EQ(str(second), "38");
+    EXPECT_EQ(str(first), "?" + text.substr(3, 4999) + "!");
 }
 
 TEST(DataBuffer, TakesAndHandsOver) {
@@ -335,10 +365,14 @@ TEST(XString, ChangesThroughTheView) {
 int sign(int n) { return n > 0 ? 1 : n < 0 ? -1 : 0; }
 
 TEST(zqStrings, Compare) {
-    struct { const char *a, *b; unsigned n; int all, first; } const rows[] = {
-        {"abc", "abd", 2, -1, 0}, {"a", "ab", 1, -1, 0}, {"a", "ab", 2, -1, -1},
-        {"\x80", "a", 1, 1, 1},   {nullptr, "", 3, 0, 0}, {nullptr, "a", 1, -1, -1},
-        {"a", nullptr, 0, 1, 0},  {"ab\0x", "ab\0y", 4, 0, 0}};
+    struct {
+        const char *a, *b;
+        unsigned n;
+        int all, first;
+    } const rows[] = {{"abc", "abd", 2, -1, 0}, {"a", "ab", 1, -1, 0},
+                      {"a", "ab", 2, -1, -1},   {"\x80", "a", 1, 1, 1},
+                      {nullptr, "", 3, 0, 0},   {nullptr, "a", 1, -1, -1},
+                      {"a", nullptr, 0, 1, 0},  {"ab\0x", "ab\0y", 4, 0, 0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.a ? row.a : "null");
         EXPECT_EQ(sign(zqStrCmp(row.a, row.b)), row.all);
@@ -368,10 +402,22 @@ TEST(zqStrings, Find) {
 }
 
 TEST(zqStrings, IntValue) {
-    struct { const char* text; int value; } const rows[] = {
-        {"42", 42}, {" \t-12x", -12}, {"+7", 7}, {"x1", 0}, {"", 0}, {nullptr, 0}, {"-", 0},
-        {"2147483647", INT_MAX}, {"2147483648", INT_MAX}, {"-2147483648", INT_MIN},
-        {"-99999999999999999999", INT_MIN}, {"- 1", 0}, {"0x10", 0}};
+    struct {
+        const char* text;
+        int value;
+    } const rows[] = {{"42", 42},
+                      {" \t-12x", -12},
+                      {"+7", 7},
+                      {"x1", 0},
+                      {"", 0},
+                      {nullptr, 0},
+                      {"-", 0},
+                      {"2147483647", INT_MAX},
+                      {"2147483648", INT_MAX},
+                      {"-2147483648", INT_MIN},
+                      {"-99999999999999999999", INT_MIN},
+                      {"- 1", 0},
+                      {"0x10", 0}};
     for (const auto& row : rows) EXPECT_EQ(zqIntValue(row.text), row.value) << row.text;
 }
 
@@ -431,8 +477,9 @@ TEST(StringBuffer, ReplacesAsANaiveLoopDoes) {
         ASSERT_EQ(str(s), once);
         s = sb(text);
         s.allToCRLF();
-        ASSERT_EQ(str(s), replacedNaively(replacedNaively(replacedNaively(text, "\r\n", "\n"),
-                                                          "\r", "\n"), "\n", "\r\n"));
+        ASSERT_EQ(str(s),
+                  replacedNaively(replacedNaively(replacedNaively(text, "\r\n", "\n"), "\r", "\n"),
+                                  "\n", "\r\n"));
     }
 }
 

@@ -30,9 +30,12 @@ Found search(std::string_view in, bool lenient, bool verbose = true) {
 }
 
 constexpr char kStart[] = "MIME is missing initial header because it begins with CRLF|";
-constexpr char kCrCr[] = "Using double CR for end of MIME header|Converting all line endings to CRLF.|";
-constexpr char kMixed[] = "Double CRLF not found, but found double-LF|"
-    "Also found CRLF.  The MIME contains a mixture of bare-LF's and CRLF's|Converting all line endings to CRLF.|";
+constexpr char kCrCr[] =
+    "Using double CR for end of MIME header|Converting all line endings to CRLF.|";
+constexpr char kMixed[] =
+    "Double CRLF not found, but found double-LF|"
+    "Also found CRLF.  The MIME contains a mixture of bare-LF's and CRLF's|Converting all line "
+    "endings to CRLF.|";
 constexpr char kAll[] = "Converting all line endings to CRLF.|";
 
 // `text` is null where the text must stay as it came.
@@ -53,16 +56,20 @@ constexpr SearchRow kSearchRows[] = {
     {"begins with CRLF", false, "\r\nb\n\nc\r\n\r\nd", nullptr, 0, "\r\n\r\n", kStart},
     {"begins with CRLF, text", true, "\r\nb\r\n\r\nc", nullptr, 0, "\r\n\r\n", kStart},
     {"begins with CRLF, text with LFLF", true, "\r\nA: 1\n\nc", "\r\nA: 1\r\n\r\nc", 6, "\r\n\r\n",
-     "MIME is missing initial header because it begins with CRLF|Converting all line endings to CRLF.|"},
+     "MIME is missing initial header because it begins with CRLF|Converting all line endings to "
+     "CRLF.|"},
     {"LFLF in front, bytes", false, "A: 1\n\nb\r\n\r\n", nullptr, 4, "\n\n",
      "Found LFLF prior to first double CRLF!|"},
     {"LFLF behind, bytes", false, "A: 1\r\n\r\nb\n\n", nullptr, 4, "\r\n\r\n", ""},
     {"LFLF behind, text", true, "A: 1\r\n\r\nb\n\n", "A: 1\r\n\r\nb\r\n\r\n", 4, "\r\n\r\n", kAll},
-    {"CRCR in front, text", true, "A: 1\r\rb\r\n\r\nc", "A: 1\r\n\r\nb\r\n\r\nc", 4, "\r\n\r\n", kCrCr},
+    {"CRCR in front, text", true, "A: 1\r\rb\r\n\r\nc", "A: 1\r\n\r\nb\r\n\r\nc", 4, "\r\n\r\n",
+     kCrCr},
     {"CRCR behind, text", true, "A: 1\r\n\r\nb\r\rc", nullptr, 4, "\r\n\r\n", ""},
-    {"CRCR alone, text", true, "A: 1\rB: 2\r\rb\nc", "A: 1\r\nB: 2\r\n\r\nb\r\nc", 10, "\r\n\r\n", kCrCr},
+    {"CRCR alone, text", true, "A: 1\rB: 2\r\rb\nc", "A: 1\r\nB: 2\r\n\r\nb\r\nc", 10, "\r\n\r\n",
+     kCrCr},
     {"begins with CRLF, CRCR behind, text", true, "\r\nA\r\rb", "\r\nA\r\n\r\nb", 3, "\r\n\r\n",
-     "MIME is missing initial header because it begins with CRLF|Using double CR for end of MIME header|"
+     "MIME is missing initial header because it begins with CRLF|Using double CR for end of MIME "
+     "header|"
      "Converting all line endings to CRLF.|"},
     {"mixture, text", true, "A: 1\r\nB: 2\n\nb", "A: 1\r\nB: 2\r\n\r\nb", 10, "\r\n\r\n", kMixed},
     {"mixture, bytes", false, "A: 1\r\nB: 2\n\nb", "A: 1\r\nB: 2\r\n\r\nb", 10, "\r\n\r\n",
@@ -72,16 +79,17 @@ constexpr SearchRow kSearchRows[] = {
     {"LF, bytes", false, "A: 1\nB: 2\n\nb\rc", "A: 1\r\nB: 2\r\n\r\nb\rc", 10, "\r\n\r\n",
      "Found LFLF, converting to CRLF|"},
     {"CRLFCRCRLF", false, "A: 1\r\n\r\r\nb", nullptr, 4, "\r\n\r\r\n", "Found CRLFCRCRLF.|"},
-    {"CRLFCRCRLF goes before an earlier CRLFCR", false, "A\r\n\rb\r\n\r\r\nb", nullptr, 5, "\r\n\r\r\n",
-     "Found CRLFCRCRLF.|"},
+    {"CRLFCRCRLF goes before an earlier CRLFCR", false, "A\r\n\rb\r\n\r\r\nb", nullptr, 5,
+     "\r\n\r\r\n", "Found CRLFCRCRLF.|"},
     {"CRLFCR", false, "A: 1\r\n\rb\n\r\n", nullptr, 4, "\r\n\r", "Found CRLFCR.|"},
     {"LFCRLF", false, "A: 1\n\r\nb\n\n", nullptr, 4, "\n\r\n", "Found LFCRLF.|"},
     {"LFLF in front of LFCRLF", false, "A: 1\n\nb\n\r\n", nullptr, 4, "\n\n",
      "Found LFCRLF.|Using LFLF instead..|"},
     {"LFCRLF, text with LFLF", true, "A\n\r\nb\n\n", "A\r\n\r\nb\r\n\r\n", 1, "\r\n\r\n", kMixed},
-    {"CRCRLF", false, "A: 1\r\r\nB: 2\r\r\n\r\r\nb\rc", nullptr, 12, "\r\n\r\r\n", "Found CRLFCRCRLF.|"},
-    {"CRCRCRLF", false, "A: 1\r\r\r\nB: 2\r\r\nb\rc", "A: 1\r\n\r\n\r\n\nB: 2\r\n\r\n\nb\r\nc", 4, "\r\n\r\n",
-     "Found CRCRLF. Fixing..|Found CRCR.|"},
+    {"CRCRLF", false, "A: 1\r\r\nB: 2\r\r\n\r\r\nb\rc", nullptr, 12, "\r\n\r\r\n",
+     "Found CRLFCRCRLF.|"},
+    {"CRCRCRLF", false, "A: 1\r\r\r\nB: 2\r\r\nb\rc", "A: 1\r\n\r\n\r\n\nB: 2\r\n\r\n\nb\r\nc", 4,
+     "\r\n\r\n", "Found CRCRLF. Fixing..|Found CRCR.|"},
     {"CR, bytes", false, "A: 1\rB: 2\r\rb", "A: 1\r\nB: 2\r\n\r\nb", 10, "\r\n\r\n", ""},
     {"NUL in front", false, "A: \0\r\n\r\nb"sv, nullptr, 4, "\r\n\r\n", ""},
 };
@@ -97,7 +105,8 @@ TEST(HeaderEnd, Search) {
             EXPECT_EQ(found.text, row.text ? std::string_view(row.text) : row.in);
         }
         const bool isToldAlways = std::string_view(row.log).ends_with("instead..|");
-        EXPECT_EQ(search(row.in, row.lenient, false).log, isToldAlways ? "Using LFLF instead..|" : "");
+        EXPECT_EQ(search(row.in, row.lenient, false).log,
+                  isToldAlways ? "Using LFLF instead..|" : "");
     }
 }
 
@@ -115,7 +124,9 @@ TEST(HeaderEnd, LastRepairs) {
 
 TEST(HeaderEnd, OfACString) {
     MimeMessage2 node;
-    struct { const char *text, *end; } const rows[] = {
+    struct {
+        const char *text, *end;
+    } const rows[] = {
         {"A\r\rB\n\nC\r\n\r\nD", "\r\n\r\nD"}, {"A\r\rB\n\nC", "\n\nC"}, {"A\r\rB", "\r\rB"}};
     for (const auto& row : rows) EXPECT_STREQ(node.findEndOfHeader(row.text), row.end);
     EXPECT_EQ(node.findEndOfHeader("A\r\n\rB"), nullptr);
@@ -173,8 +184,11 @@ TEST(Load, LogLines) {
         fromBytes(in, log);
         return linesOf(log);
     };
-    EXPECT_EQ(told("From x\nA: 1\r\n\r\n"), "Skipping MBOX leading From line...|Found end-of-header.|");
-    EXPECT_EQ(told("A: 1"), "End-of-header not found.|Assuming the entire MIME message is a header with no body.|");
+    EXPECT_EQ(told("From x\nA: 1\r\n\r\n"),
+              "Skipping MBOX leading From line...|Found end-of-header.|");
+    EXPECT_EQ(
+        told("A: 1"),
+        "End-of-header not found.|Assuming the entire MIME message is a header with no body.|");
     EXPECT_NE(told("A: 1\r\n\r\nb").find("Found end-of-header.|contentType: |"), std::string::npos);
     LogText quiet;
     fromBytes("From x\nA: 1", quiet);
@@ -210,11 +224,12 @@ TEST(Load, Utf8FlagAndClueReachTheHeaders) {
         (part < 0 ? node.get() : node->getPart(part))->getHeaderFieldUtf8("Subject", out, noLog);
         return str(out);
     };
-    const StringBuffer text = sb("Content-Type: multipart/mixed; boundary=b\r\nSubject: \xB1\r\n\r\n"
-        "--b\r\nSubject: \xB1\r\nContent-Type: text/plain; charset=us-ascii\r\n\r\none\r\n"
-        "--b\r\nContent-Type: text/plain; charset=iso-8859-2\r\n\r\none\r\n"
-        "--b\r\nSubject: \xB1\r\nContent-Type: text/plain; charset=koi8-r\r\n\r\ntwo\r\n"
-        "--b\r\nSubject: \xB1\r\n\r\nthree\r\n--b--");
+    const StringBuffer text =
+        sb("Content-Type: multipart/mixed; boundary=b\r\nSubject: \xB1\r\n\r\n"
+           "--b\r\nSubject: \xB1\r\nContent-Type: text/plain; charset=us-ascii\r\n\r\none\r\n"
+           "--b\r\nContent-Type: text/plain; charset=iso-8859-2\r\n\r\none\r\n"
+           "--b\r\nSubject: \xB1\r\nContent-Type: text/plain; charset=koi8-r\r\n\r\ntwo\r\n"
+           "--b\r\nSubject: \xB1\r\n\r\nthree\r\n--b--");
     node->loadMimeComplete(text, noLog, false);
     EXPECT_EQ(subject(-1), "\xC2\xB1");
     EXPECT_EQ(subject(0), "\xC2\xB1");
@@ -230,19 +245,25 @@ struct PiecesRow {
     const char *what, *header;
     std::string_view body;
     bool isUtf8;
-    const char *charset;
+    const char* charset;
     std::string_view out;
 };
 
 constexpr PiecesRow kPiecesRows[] = {
-    {"text", "Content-Type: text/plain; charset=iso-8859-1", "caf\xE9", false, "iso-8859-1", "caf\xC3\xA9"},
-    {"UTF-8 whatever the label says", "Content-Type: text/plain; charset=koi8-r", "caf\xC3\xA9", true, "koi8-r",
+    {"text", "Content-Type: text/plain; charset=iso-8859-1", "caf\xE9", false, "iso-8859-1",
      "caf\xC3\xA9"},
-    {"media lose their charset", "Content-Type: image/x; charset=koi8-r", "\xE9", false, "", "\xE9"},
-    {"so does XML", "Content-Type: Application/XML; charset=koi8-r", "caf\xE9", false, "", "caf\xC3\xA9"},
-    {"message keeps it", "Content-Type: message/x; charset=koi8-r", "\xE9", false, "koi8-r", "\xE9"},
-    {"coding", "Content-Transfer-Encoding: base64\r\nContent-Type: text/plain", "YWI=", false, "", "ab"},
-    {"real UTF-16", "Content-Type: text/plain; charset=utf-16le\r\nContent-Transfer-Encoding: quoted-printable",
+    {"UTF-8 whatever the label says", "Content-Type: text/plain; charset=koi8-r", "caf\xC3\xA9",
+     true, "koi8-r", "caf\xC3\xA9"},
+    {"media lose their charset", "Content-Type: image/x; charset=koi8-r", "\xE9", false, "",
+     "\xE9"},
+    {"so does XML", "Content-Type: Application/XML; charset=koi8-r", "caf\xE9", false, "",
+     "caf\xC3\xA9"},
+    {"message keeps it", "Content-Type: message/x; charset=koi8-r", "\xE9", false, "koi8-r",
+     "\xE9"},
+    {"coding", "Content-Transfer-Encoding: base64\r\nContent-Type: text/plain", "YWI=", false, "",
+     "ab"},
+    {"real UTF-16",
+     "Content-Type: text/plain; charset=utf-16le\r\nContent-Transfer-Encoding: quoted-printable",
      "a=00", true, "utf-16le", "a\0"sv},
 };
 
@@ -251,8 +272,9 @@ TEST(Load, FromPieces) {
         SCOPED_TRACE(row.what);
         const NodePtr node = leaf("Old: 1", "old");
         ExtPtrArray parts;
-        EXPECT_TRUE(node->loadMime(row.header, reinterpret_cast<const unsigned char*>(row.body.data()),
-                                   static_cast<unsigned>(row.body.size()), parts, row.isUtf8, noLog));
+        EXPECT_TRUE(
+            node->loadMime(row.header, reinterpret_cast<const unsigned char*>(row.body.data()),
+                           static_cast<unsigned>(row.body.size()), parts, row.isUtf8, noLog));
         EXPECT_EQ(bodyOf(*node), row.out);
         EXPECT_STREQ(node->getCharset(), row.charset);
         EXPECT_EQ(headerOf(*node).find("charset=") != std::string::npos, *row.charset != '\0');
@@ -261,7 +283,8 @@ TEST(Load, FromPieces) {
     ExtPtrArray parts;
     MimeMessage2 *const a = leaf("A: 1").release(), *const b = leaf("B: 1").release();
     for (MimeMessage2* part : {a, static_cast<MimeMessage2*>(nullptr), b}) parts.appendPtr(part);
-    EXPECT_TRUE(node->loadMime("Content-Type: multipart/x; boundary=b", nullptr, 5, parts, false, noLog));
+    EXPECT_TRUE(
+        node->loadMime("Content-Type: multipart/x; boundary=b", nullptr, 5, parts, false, noLog));
     EXPECT_EQ(bodyOf(*node), "");
     ASSERT_EQ(node->getNumParts(), 2);
     EXPECT_EQ(node->getPart(1), b);
@@ -269,8 +292,10 @@ TEST(Load, FromPieces) {
     EXPECT_EQ(parts.elementAt(0), nullptr);
     EXPECT_EQ(parts.elementAt(2), nullptr);
     // Body and header text from the node itself.
-    const NodePtr own = leaf("X: 1\r\nContent-ID: Y: a long text for an id, that lies on the heap", "body");
-    EXPECT_TRUE(own->loadMime(own->m_contentId.getString(), own->m_mimeBody.getData2(), 4, parts, false, noLog));
+    const NodePtr own =
+        leaf("X: 1\r\nContent-ID: Y: a long text for an id, that lies on the heap", "body");
+    EXPECT_TRUE(own->loadMime(own->m_contentId.getString(), own->m_mimeBody.getData2(), 4, parts,
+                              false, noLog));
     EXPECT_EQ(written(*own), "Y: a long text for an id, that lies on the heap\r\n\r\nbody");
     EXPECT_TRUE(own->loadMime(nullptr, nullptr, 0, parts, false, noLog));
     EXPECT_EQ(written(*own), "\r\n\r\n");
@@ -278,8 +303,9 @@ TEST(Load, FromPieces) {
 
 // The same mail in every dress gives the same tree.
 TEST(Load, Dresses) {
-    const std::string lf = "A: 1\nContent-Type: multipart/mixed; boundary=b\n\n--b\nB: 2\n C\n\none\ntwo\n"
-                           "--b\nContent-Type: text/html\n\nthree!\n--b--\n";
+    const std::string lf =
+        "A: 1\nContent-Type: multipart/mixed; boundary=b\n\n--b\nB: 2\n C\n\none\ntwo\n"
+        "--b\nContent-Type: text/html\n\nthree!\n--b--\n";
     for (const char* lineEnd : {"\r\n", "\n", "\r"}) {
         SCOPED_TRACE(testing::PrintToString(lineEnd));
         StringBuffer text = sb(lf);

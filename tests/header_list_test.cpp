@@ -68,7 +68,8 @@ TEST(MimeHeader, ReadsAndWritesBack) {
         EXPECT_EQ(textOf(header), row.out);
         // A field added behind leaves the others byte for byte as they were.
         header.addMimeField("New", "1", false, noLog);
-        EXPECT_EQ(textOf(header), std::string(row.out) + (row.out.empty() ? "" : "\r\n") + "New: 1");
+        EXPECT_EQ(textOf(header),
+                  std::string(row.out) + (row.out.empty() ? "" : "\r\n") + "New: 1");
     }
 }
 
@@ -98,7 +99,8 @@ constexpr HighByteRow kHighByteRows[] = {
     {"double-byte clue", "A: \x82\xA0", "shift_jis", "A=\xE3\x81\x82", 932},
     {"no clue", "A: \x93x\x94", "", "A=\xE2\x80\x9Cx\xE2\x80\x9D", 1252},
     {"unknown clue", "A: \x93", "x-nonsense", "A=\xE2\x80\x9C", 1252},
-    {"each field by itself", "A: \xC3\xA9\r\nB: \xE9\r\nC: 1", "", "A=\xC3\xA9|B=\xC3\xA9|C=1", 1252},
+    {"each field by itself", "A: \xC3\xA9\r\nB: \xE9\r\nC: 1", "", "A=\xC3\xA9|B=\xC3\xA9|C=1",
+     1252},
 };
 
 TEST(MimeHeader, ReadsHighBytes) {
@@ -113,6 +115,7 @@ TEST(MimeHeader, ReadsHighBytes) {
         MimeHeader copy;
         copy.copyMimeHeaderFrom(header, noLog);
         EXPECT_EQ(listed(copy), row.fields);
+        EXPECT_EQ(copy.getDetectedCP(), row.detected);
         EXPECT_EQ(textOf(copy), textOf(header));
     }
 }
@@ -127,53 +130,73 @@ constexpr ChangeRow kChangeRows[] = {
     {"add", "A: 1", [](MimeHeader& h) { h.addMimeField("a", "2", false, noLog); }, "A=1|a=2"},
     {"add nothing", "A: 1", [](MimeHeader& h) { h.addMimeField("B", "", false, noLog); }, "A=1"},
     {"add null", "A: 1", [](MimeHeader& h) { h.addMimeField("B", nullptr, false, noLog); }, "A=1"},
-    {"add an empty one", "A: 1", [](MimeHeader& h) { h.addMimeFieldAllowEmpty("B", "", noLog); }, "A=1|B="},
+    {"add an empty one", "A: 1", [](MimeHeader& h) { h.addMimeFieldAllowEmpty("B", "", noLog); },
+     "A=1|B="},
     {"no name", "A: 1", [](MimeHeader& h) { h.addMimeField("", "1", false, noLog); }, "A=1"},
-    {"name of colons", "A: 1", [](MimeHeader& h) { h.addMimeField(" :\r\n", "1", false, noLog); }, "A=1"},
+    {"name of colons", "A: 1", [](MimeHeader& h) { h.addMimeField(" :\r\n", "1", false, noLog); },
+     "A=1"},
     {"replace in place", "A: 1\r\ncontent-type: x\r\nB: 2",
-     [](MimeHeader& h) { h.replaceMimeFieldUtf8("Content-Type", "y", noLog); }, "A=1|Content-Type=y|B=2"},
+     [](MimeHeader& h) { h.replaceMimeFieldUtf8("Content-Type", "y", noLog); },
+     "A=1|Content-Type=y|B=2"},
     {"replace the first of several", "A: 1\r\nB: 2\r\nA: 3",
      [](MimeHeader& h) { h.replaceMimeFieldUtf8("A", "9", noLog); }, "A=9|B=2|A=3"},
-    {"replace what is not there", "A: 1", [](MimeHeader& h) { h.replaceMimeFieldUtf8("B", "2", noLog); },
-     "A=1|B=2"},
+    {"replace what is not there", "A: 1",
+     [](MimeHeader& h) { h.replaceMimeFieldUtf8("B", "2", noLog); }, "A=1|B=2"},
     {"replace by null", "A: 1\r\nB: 2\r\nA: 3",
      [](MimeHeader& h) { h.replaceMimeFieldUtf8("a", nullptr, noLog); }, "B=2"},
-    {"remove all", "A: 1\r\nB: 2\r\na: 3", [](MimeHeader& h) { h.removeMimeField("A", true); }, "B=2"},
-    {"remove the first", "A: 1\r\nB: 2\r\na: 3", [](MimeHeader& h) { h.removeMimeField("A", false); }, "B=2|a=3"},
+    {"remove all", "A: 1\r\nB: 2\r\na: 3", [](MimeHeader& h) { h.removeMimeField("A", true); },
+     "B=2"},
+    {"remove the first", "A: 1\r\nB: 2\r\na: 3",
+     [](MimeHeader& h) { h.removeMimeField("A", false); }, "B=2|a=3"},
     {"a prefix is another name", "Content-Type: 1\r\nContent: 2",
      [](MimeHeader& h) { h.removeMimeField("Content", true); }, "Content-Type=1"},
-    {"no name removes no line", "junk\r\nA: 1", [](MimeHeader& h) { h.removeMimeField("", true); }, "=junk|A=1"},
-    {"move to the bottom", "A: 1\r\nB: 2\r\na: 3\r\nC: 4", [](MimeHeader& h) { h.moveToBottom("a", noLog); },
-     "B=2|C=4|A=1|a=3"},
-    {"collapse", "B: 0\r\nA: 1\r\nB: 2\r\na: 3", [](MimeHeader& h) { h.collapseMultiple("a", noLog); },
-     "B=0|A=1|B=2"},
-    {"collapse what is not there", "A: 1\r\nA: 2", [](MimeHeader& h) { h.collapseMultiple("B", noLog); }, "A=1|A=2"},
-    {"behind the last DKIM", "A: 1\r\nDomainKey-Signature: x\r\nDKIM-Signature: y\r\nB: 2\r\ndkim-signature: z\r\nC: 3",
+    {"no name removes no line", "junk\r\nA: 1", [](MimeHeader& h) { h.removeMimeField("", true); },
+     "=junk|A=1"},
+    {"move to the bottom", "A: 1\r\nB: 2\r\na: 3\r\nC: 4",
+     [](MimeHeader& h) { h.moveToBottom("a", noLog); }, "B=2|C=4|A=1|a=3"},
+    {"collapse", "B: 0\r\nA: 1\r\nB: 2\r\na: 3",
+     [](MimeHeader& h) { h.collapseMultiple("a", noLog); }, "B=0|A=1|B=2"},
+    {"collapse what is not there", "A: 1\r\nA: 2",
+     [](MimeHeader& h) { h.collapseMultiple("B", noLog); }, "A=1|A=2"},
+    {"behind the last DKIM",
+     "A: 1\r\nDomainKey-Signature: x\r\nDKIM-Signature: y\r\nB: 2\r\ndkim-signature: z\r\nC: 3",
      [](MimeHeader& h) { h.removeHeaderFieldsAfterSig(noLog); },
      "A=1|DomainKey-Signature=x|DKIM-Signature=y|B=2|dkim-signature=z"},
     {"behind DomainKey", "A: 1\r\nDomainKey-Signature: x\r\nB: 2",
      [](MimeHeader& h) { h.removeHeaderFieldsAfterSig(noLog); }, "A=1|DomainKey-Signature=x"},
-    {"no signature", "A: 1\r\nB: 2", [](MimeHeader& h) { h.removeHeaderFieldsAfterSig(noLog); }, "A=1|B=2"},
+    {"no signature", "A: 1\r\nB: 2", [](MimeHeader& h) { h.removeHeaderFieldsAfterSig(noLog); },
+     "A=1|B=2"},
     {"set again and again", "A: 1\r\nB: 2",
      [](MimeHeader& h) {
          for (int i = 0; i < 300; ++i)
-             h.replaceMimeFieldUtf8("A", std::string(static_cast<size_t>(i % 97 + 1), 'x').c_str(), noLog);
+             h.replaceMimeFieldUtf8("A", std::string(static_cast<size_t>(i % 97 + 1), 'x').c_str(),
+                                    noLog);
          h.replaceMimeFieldUtf8("A", "9", noLog);
-     }, "A=9|B=2"},
-    {"copy of itself", "A: 1\r\nB: 2", [](MimeHeader& h) { h.copyMimeHeaderFrom(h, noLog); }, "A=1|B=2"},
-    {"clear", "A: 1", [](MimeHeader& h) { h.clear(5); h.addMimeField("B", "2", false, noLog); }, "B=2"},
+     },
+     "A=9|B=2"},
+    {"copy of itself", "A: 1\r\nB: 2", [](MimeHeader& h) { h.copyMimeHeaderFrom(h, noLog); },
+     "A=1|B=2"},
+    {"clear", "A: 1",
+     [](MimeHeader& h) {
+         h.clear(5);
+         h.addMimeField("B", "2", false, noLog);
+     },
+     "B=2"},
     // Nothing given by a caller begins a line of its own.
-    {"CRLF in a value", "A: 1", [](MimeHeader& h) { h.addMimeField("B", "2\r\nEvil: 3", false, noLog); },
-     "A=1|B=2 Evil: 3"},
-    {"LF in a value", "A: 1", [](MimeHeader& h) { h.replaceMimeFieldUtf8("A", "2\nEvil: 3", noLog); }, "A=2 Evil: 3"},
-    {"CR in a value", "A: 1", [](MimeHeader& h) { h.addMimeFieldAllowEmpty("B", "2\rEvil: 3", noLog); },
-     "A=1|B=2 Evil: 3"},
-    {"end of header in a value", "A: 1", [](MimeHeader& h) { h.addMimeField("B", "2\r\n\r\nbody", false, noLog); },
-     "A=1|B=2 body"},
-    {"a fold in a value", "A: 1", [](MimeHeader& h) { h.addMimeField("B", "2\r\n 3", false, noLog); }, "A=1|B=2 3"},
-    {"line break in a name", "A: 1", [](MimeHeader& h) { h.addMimeField("B\r\nEvil", "2", false, noLog); },
-     "A=1|BEvil=2"},
-    {"colon in a name", "A: 1", [](MimeHeader& h) { h.replaceMimeFieldUtf8("B: x", "2", noLog); }, "A=1|Bx=2"},
+    {"CRLF in a value", "A: 1",
+     [](MimeHeader& h) { h.addMimeField("B", "2\r\nEvil: 3", false, noLog); }, "A=1|B=2 Evil: 3"},
+    {"LF in a value", "A: 1",
+     [](MimeHeader& h) { h.replaceMimeFieldUtf8("A", "2\nEvil: 3", noLog); }, "A=2 Evil: 3"},
+    {"CR in a value", "A: 1",
+     [](MimeHeader& h) { h.addMimeFieldAllowEmpty("B", "2\rEvil: 3", noLog); }, "A=1|B=2 Evil: 3"},
+    {"end of header in a value", "A: 1",
+     [](MimeHeader& h) { h.addMimeField("B", "2\r\n\r\nbody", false, noLog); }, "A=1|B=2 body"},
+    {"a fold in a value", "A: 1",
+     [](MimeHeader& h) { h.addMimeField("B", "2\r\n 3", false, noLog); }, "A=1|B=2 3"},
+    {"line break in a name", "A: 1",
+     [](MimeHeader& h) { h.addMimeField("B\r\nEvil", "2", false, noLog); }, "A=1|BEvil=2"},
+    {"colon in a name", "A: 1", [](MimeHeader& h) { h.replaceMimeFieldUtf8("B: x", "2", noLog); },
+     "A=1|Bx=2"},
 };
 
 TEST(MimeHeader, Changes) {
@@ -191,12 +214,19 @@ TEST(MimeHeader, Changes) {
 }
 
 TEST(MimeHeader, TouchedFieldsAreFoldedAndAscii) {
-    struct { const char *name, *value, *must, *mustNot; } const rows[] = {
-        {"Subject", "gr\xC3\xBC\xC3\x9F" "e", "=?utf-8?", "\xC3"},
+    struct {
+        const char *name, *value, *must, *mustNot;
+    } const rows[] = {
+        {"Subject",
+         "gr\xC3\xBC\xC3\x9F"
+         "e",
+         "=?utf-8?", "\xC3"},
         {"To", "J\xC3\xBCrgen <j@x.org>", "<j@x.org>", "\xC3"},
         {"Content-Disposition", "attachment; filename=\"\xC3\xBC.txt\"", "filename*=", "=?"},
-        {"X-Long", "word word word word word word word word word word word word word word word word"
-         " word word word word word word word word", "\r\n ", "=?"},
+        {"X-Long",
+         "word word word word word word word word word word word word word word word word"
+         " word word word word word word word word",
+         "\r\n ", "=?"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -215,8 +245,9 @@ TEST(MimeHeader, TouchedFieldsAreFoldedAndAscii) {
 TEST(MimeHeader, GettersAppendOrLeaveAlone) {
     MimeHeader header;
     StringBuffer clue;
-    header.loadMimeHeaderText("Content-Type: multipart/signed; protocol=\"a/b\"; x*=utf-8''%C3%A9\r\nX: 1",
-                              nullptr, 0, clue, noLog);
+    header.loadMimeHeaderText(
+        "Content-Type: multipart/signed; protocol=\"a/b\"; x*=utf-8''%C3%A9\r\nX: 1", nullptr, 0,
+        clue, noLog);
     const auto got = [](auto ask) {
         StringBuffer out = sb("<");
         out.append(ask(out) ? ">" : "!");
@@ -225,7 +256,8 @@ TEST(MimeHeader, GettersAppendOrLeaveAlone) {
     EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8("x", o, noLog); }), "<1>");
     EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8("Y", o, noLog); }), "<!");
     EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8(nullptr, o, noLog); }), "<!");
-    EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8_2("X-Mailer", 1, o, noLog); }), "<1>");
+    EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8_2("X-Mailer", 1, o, noLog); }),
+              "<1>");
     EXPECT_EQ(got([&](auto& o) { return header.getMimeFieldUtf8_2("X", 0, o, noLog); }), "<!");
     EXPECT_EQ(got([&](auto& o) { return header.getFieldNameUtf8(1, o, noLog); }), "<X>");
     EXPECT_EQ(got([&](auto& o) { return header.getFieldNameUtf8(2, o, noLog); }), "<!");

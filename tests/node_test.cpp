@@ -73,9 +73,10 @@ TEST(Node, WithoutMarkerNothingHappens) {
 }
 
 TEST(Node, ClearKeepsWhatIsNoContent) {
-    const NodePtr node = fromBytes("Content-Type: text/plain; charset=koi8-r; format=flowed\r\n"
-                                   "Content-ID: i\r\nContent-Disposition: d; filename=f\r\n"
-                                   "Content-Transfer-Encoding: 8bit\r\n\r\nbody");
+    const NodePtr node = fromBytes(
+        "Content-Type: text/plain; charset=koi8-r; format=flowed\r\n"
+        "Content-ID: i\r\nContent-Disposition: d; filename=f\r\n"
+        "Content-Transfer-Encoding: 8bit\r\n\r\nbody");
     node->addPart(typed("a/b"));
     node->setSignedData(reinterpret_cast<const unsigned char*>("x"), 1);
     node->setUseMmMessage(true);
@@ -88,7 +89,8 @@ TEST(Node, ClearKeepsWhatIsNoContent) {
     EXPECT_TRUE(node->m_contentType.m_type.isEmpty() && node->m_contentId.isEmpty() &&
                 node->m_disposition.isEmpty() && node->m_filename.isEmpty() &&
                 node->m_contentTransferEncoding.isEmpty() && node->m_signedData.isEmpty());
-    EXPECT_FALSE(node->m_modified || node->m_auxFlag || node->m_auxFlag2 || node->getFormatFlowed());
+    EXPECT_FALSE(node->m_modified || node->m_auxFlag || node->m_auxFlag2 ||
+                 node->getFormatFlowed());
     EXPECT_TRUE(node->m_useMmMessage);
     EXPECT_EQ(node->m_binarySafeState, 2);
     EXPECT_EQ(node->getNumParts(), 0);
@@ -183,9 +185,10 @@ TEST(Node, TheFirstHitInDocumentOrder) {
 }
 
 TEST(Node, Take) {
-    const NodePtr source = fromBytes("Content-Type: multipart/signed; smime-type=s; boundary=b; charset=utf-8\r\n"
-                                     "Content-ID: <i>\r\nContent-Disposition: d; filename=f\r\n"
-                                     "Content-Transfer-Encoding: 8bit\r\n\r\n--b\r\nA: 1\r\n\r\none\r\n--b--");
+    const NodePtr source = fromBytes(
+        "Content-Type: multipart/signed; smime-type=s; boundary=b; charset=utf-8\r\n"
+        "Content-ID: <i>\r\nContent-Disposition: d; filename=f\r\n"
+        "Content-Transfer-Encoding: 8bit\r\n\r\n--b\r\nA: 1\r\n\r\none\r\n--b--");
     source->addPart(nullptr);
     source->setMimeBodyBinary2(reinterpret_cast<const unsigned char*>("body"), 4, noLog);
     source->setSignedData(reinterpret_cast<const unsigned char*>("x"), 1);
@@ -201,7 +204,8 @@ TEST(Node, Take) {
     EXPECT_EQ(bodyOf(*source), "body");
     EXPECT_EQ(str(node->m_contentType.m_smimeType) + str(node->m_contentType.m_boundary), "sb");
     EXPECT_EQ(str(node->m_contentId) + str(node->m_disposition) + str(node->m_filename) +
-                  str(node->m_contentTransferEncoding), "<i>df8bit");
+                  str(node->m_contentTransferEncoding),
+              "<i>df8bit");
     ASSERT_EQ(node->getNumParts(), 1);
     EXPECT_EQ(bodyOf(*node->getPart(0)), "one");
     EXPECT_EQ(source->getNumParts(), 2);
@@ -219,9 +223,12 @@ TEST(Node, Take) {
 }
 
 TEST(Node, Clone) {
-    const std::string text = "Content-Type: multipart/mixed; boundary=b\r\nSubject: s\r\n\r\n"
-        "--b\r\nContent-Type: text/plain; charset=iso-8859-1\r\nContent-Transfer-Encoding: 8bit\r\n\r\ncaf\xE9\r\n"
-        "--b\r\nContent-Type: image/x\r\nContent-Transfer-Encoding: base64\r\n\r\nAAECAw==\r\n--b--\r\n";
+    const std::string text =
+        "Content-Type: multipart/mixed; boundary=b\r\nSubject: s\r\n\r\n"
+        "--b\r\nContent-Type: text/plain; charset=iso-8859-1\r\nContent-Transfer-Encoding: "
+        "8bit\r\n\r\ncaf\xE9\r\n"
+        "--b\r\nContent-Type: image/x\r\nContent-Transfer-Encoding: "
+        "base64\r\n\r\nAAECAw==\r\n--b--\r\n";
     const NodePtr node = fromBytes(text);
     node->m_useMmMessage = true;
     node->m_binarySafeState = 2;
@@ -236,9 +243,11 @@ TEST(Node, Clone) {
 }
 
 TEST(Node, CharsetsForTextAndMessageOnly) {
-    struct { const char *type, *one; } const rows[] = {
-        {"Text/plain", "<koi8-r"}, {"textual", "<koi8-r"}, {"MESSAGE/rfc822", "<koi8-r"},
-        {"messag/x", "<"}, {"application/xml", "<"}, {"xtext/plain", "<"}};
+    struct {
+        const char *type, *one;
+    } const rows[] = {{"Text/plain", "<koi8-r"},     {"textual", "<koi8-r"},
+                      {"MESSAGE/rfc822", "<koi8-r"}, {"messag/x", "<"},
+                      {"application/xml", "<"},      {"xtext/plain", "<"}};
     for (const auto& row : rows) {
         const NodePtr node = leaf(std::string("Content-Type: ") + row.type + "; charset=koi8-r");
         StringBuffer out = sb("<");

@@ -15,3 +15,5 @@ ExitStatus extract(const Options& options, Output& out);  // extract.cpp
 ExitStatus toXml(const Options& options, Output& out);    // xml.cpp
 ExitStatus fromXml(const Options& options, Output& out);
 ExitStatus structure(const Options& options, Output& out);
+ExitStatus compose(const Options& options, Output& out);  // compose.cpp
+ExitStatus convert(const Options& options, Output& out);  // convert.cpp

@@ -4,10 +4,9 @@
 
 #include <strings.h>
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 
-#include "foundation/_zqCharset.h"
 #include "foundation/zqMimeTypes.h"
 #include "tools/commands.h"
 #include "tools/folder.h"
@@ -76,11 +75,26 @@ std::string fileNameFor(const MimeMessage2& leaf, unsigned number) {
     return isMessage && !hasExtension(name, "eml") ? name + ".eml" : name;
 }
 
-// Text is stored as UTF-8 and goes out in its charset; what has none is stored as it came.
+// Text and XML are stored as UTF-8, everything else as it came; so is text that holds zero bytes
+// unless a transfer coding hid them or its charset has them.
+bool isStoredAsUtf8(const MimeMessage2& leaf) {
+    StringBuffer type;
+    type.setString(typeOf(leaf).c_str());
+    if (!type.containsSubstringNoCase("text/") && !type.containsSubstringNoCase("application/xml"))
+        return false;
+    constexpr int kUtf16LE = 1200, kUtf16BE = 1201;
+    const int codePage = leaf.getCharsetCodePage();
+    const char* const coding = leaf.getContentEncoding();
+    return codePage == kUtf16LE || codePage == kUtf16BE || strcasecmp(coding, "base64") == 0 ||
+           strcasecmp(coding, "quoted-printable") == 0 || !leaf.getMimeBodyDb().containsChar('\0');
+}
+
 // Kept on purpose: US-ASCII is ISO-8859-1, so that no byte is lost.
 int codePageFor(const MimeMessage2& leaf) {
+    constexpr int kNone = 0, kAscii = 20127, kLatin1 = 28591;
+    if (!isStoredAsUtf8(leaf)) return kNone;
     const int codePage = leaf.getCharsetCodePage();
-    return codePage == codepage::kAscii ? codepage::kLatin1 : codePage;
+    return codePage == kAscii ? kLatin1 : codePage;
 }
 
 std::optional<std::time_t> dateOf(const Message& message) {
@@ -115,7 +129,8 @@ private:
         std::string name = fileNameFor(leaf, number);
         const char* error =
             bytes.failed() ? "out of memory" : m_folder.save(name, view(bytes), m_date);
-        const std::string path = m_options.directory + "/" + name;
+        const std::string& directory = m_options.directory;
+        const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
         if (error) {
             reportError(path, error);
             m_status = kFailed;

@@ -38,7 +38,7 @@ void setDate(int fd, std::time_t date) {
 Folder::Folder(const std::string& path, Mode mode) : m_mode(mode) {
     const bool exists = mode == Mode::DryRun || mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
     if (exists) m_fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool isPlanned = mode == Mode::DryRun && errno == ENOENT;
+    const bool isPlanned = mode == Mode::DryRun && errno == ENOENT && !path.empty();
     if (m_fd < 0 && !isPlanned) m_error = errorText();
 }
 

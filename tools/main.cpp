@@ -8,6 +8,8 @@
 #include <exception>
 #include <sstream>
 
+#include "foundation/EncodingConvert.h"
+#include "foundation/_zqCharset.h"
 #include "tools/commands.h"
 #include "tools/nodes.h"
 
@@ -96,6 +98,79 @@ void addStructureOptions(CLI::App& app, Options& options) {
         "or whose indentation takes more than 256 MiB, are refused (see tree).");
 }
 
+std::string notAKnownCharset(const std::string& name) {
+    _zqCharset charset;
+    const bool isKnown =
+        charset.setByName(name.c_str()) && EncodingConvert::isKnown(charset.getCodePage());
+    return isKnown ? std::string() : "no charset \"" + name + "\"";
+}
+
+void addCharset(CLI::App& app, std::string& charset, const char* what) {
+    app.add_option("--charset", charset, what)->type_name("NAME")->check(notAKnownCharset);
+}
+
+void addList(CLI::App& app, const char* name, std::vector<std::string>& list, const char* type,
+             const char* what) {
+    app.add_option(name, list, what)->type_name(type)->allow_extra_args(false);
+}
+
+// Several behind one option, without what CLI11 calls extra arguments: it would then take the
+// name "[a]" for a list.
+void addFileList(CLI::App& app, const char* name, std::vector<std::string>& list,
+                 const char* what) {
+    app.add_option(name, list, what)
+        ->type_name("FILE ...")
+        ->expected(1, 1'000'000)
+        ->allow_extra_args(false);
+}
+
+void addComposeOptions(CLI::App& app, Options& options) {
+    ComposeOptions& compose = options.compose;
+    addList(app, "--from", compose.from, "LIST", "the sender: addr, or 'Name <addr>'");
+    addList(app, "--to", compose.to, "LIST", "recipients; this and the next may be repeated");
+    addList(app, "--cc", compose.cc, "LIST", "those who get a copy");
+    addList(app, "--bcc", compose.bcc, "LIST", "those who get one unseen; the field is written");
+    app.add_option("--subject", compose.subject)->type_name("TEXT");
+    app.add_option("--text", compose.text, "the plain text, in UTF-8; - for stdin")
+        ->type_name("FILE");
+    app.add_option("--html", compose.html, "the HTML text, in UTF-8; - for stdin")
+        ->type_name("FILE");
+    addFileList(app, "--attach", compose.attachments, "attachments");
+    addFileList(app, "--inline", compose.inlines, "files that the HTML shows as \"cid:NAME\"");
+    addList(app, "--header", compose.headers, "'Name: value'", "a further field, repeatable");
+    addCharset(app, compose.charset, "of the texts; us-ascii or utf-8 when not given");
+    app.add_option("--encoding", compose.encoding, "of the texts; the shortest when not given")
+        ->type_name("CODING")
+        ->check(CLI::IsMember({"7bit", "8bit", "quoted-printable", "base64"}));
+    app.footer(
+        "The message goes to standard output, in 7 bits unless --encoding 8bit is given.  Date\n"
+        "and Message-ID are made where --header does not give them, types are told by file names.\n"
+        "HTML refers to an inline file by cid: and its name without directories, as it is or\n"
+        "percent-encoded; the Content-ID that was made for the file takes the place of the name.");
+}
+
+void addConvertOptions(CLI::App& app, Options& options) {
+    ConvertOptions& convert = options.convert;
+    addFiles(app, options, "message; - for stdin")->expected(1);
+    CLI::Option* to7bit =
+        app.add_flag("--to-7bit", convert.to7bit, "8-bit parts in quoted-printable or base64");
+    app.add_flag("--to-8bit", convert.to8bit, "texts without a coding, where lines allow it")
+        ->excludes(to7bit);
+    addCharset(app, convert.charset, "texts in this charset, or else in utf-8");
+    app.add_flag("--remove-attachments", convert.removeAttachments, "drop what is attached");
+    app.add_option("--only", convert.only, "drop all parts but of these types")
+        ->type_name("TYPE ...")
+        ->check([](const std::string& type) {
+            const size_t slash = type.find('/');
+            return slash != 0 && slash + 1 < type.size() && slash != std::string::npos
+                       ? std::string()
+                       : "\"" + type + "\" is no type like text/plain or text/*";
+        });
+    app.footer(
+        "At least one option must say what to change; they combine.  Parts of multipart/signed\n"
+        "and multipart/encrypted stay as they are.");
+}
+
 constexpr Command kCommands[] = {
     {"tree", "Outline the parts of messages", addTreeOptions, tree},
     {"headers", "Show the header fields of messages, decoded", addHeadersOptions, headers},
@@ -105,6 +180,8 @@ constexpr Command kCommands[] = {
     {"to-xml", "Write a message as XML", addToXmlOptions, toXml},
     {"from-xml", "Write the message that XML describes", addFromXmlOptions, fromXml},
     {"structure", "Outline the content types of messages", addStructureOptions, structure},
+    {"compose", "Make a message from texts and files", addComposeOptions, compose},
+    {"convert", "Change codings, charset or parts of a message", addConvertOptions, convert},
 };
 
 void addCommonOptions(CLI::App& app, Options& options) {

@@ -6,6 +6,23 @@
 #include <string>
 #include <vector>
 
+struct ComposeOptions {
+    std::vector<std::string> from, to, cc, bcc;  // address lists
+    std::vector<std::string> headers;            // "Name: value"
+    std::string subject;
+    std::string text, html;  // files; empty when there is none
+    std::vector<std::string> attachments, inlines;
+    std::string charset, encoding;  // empty: to be chosen
+};
+
+struct ConvertOptions {
+    bool to7bit = false;
+    bool to8bit = false;
+    std::string charset;  // empty: no change
+    bool removeAttachments = false;
+    std::vector<std::string> only;  // "text/plain", "text/*"; empty: all
+};
+
 struct Options {
     std::vector<std::string> paths;  // files, directories, "-" for standard input
     bool strict = false;
@@ -24,6 +41,9 @@ struct Options {
     bool dryRun = false;
 
     bool xml = false;  // structure
+
+    ComposeOptions compose;
+    ConvertOptions convert;
 };
 
 // The program's exit statuses; of several, the highest stands.

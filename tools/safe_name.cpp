@@ -37,8 +37,8 @@ bool isDevice(std::string_view name) {
     const std::string_view stem = withoutTail(name.substr(0, name.find('.')));
     for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"})
         if (equalIgnoreCase(stem, device)) return true;
-    const bool isPort = equalIgnoreCase(stem.substr(0, 3), "COM") ||
-                        equalIgnoreCase(stem.substr(0, 3), "LPT");
+    const bool isPort =
+        equalIgnoreCase(stem.substr(0, 3), "COM") || equalIgnoreCase(stem.substr(0, 3), "LPT");
     const std::string_view number = isPort ? stem.substr(3) : std::string_view();
     return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "\u00B9" ||
            number == "\u00B2" || number == "\u00B3";

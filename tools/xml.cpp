@@ -62,8 +62,7 @@ const char* outlineFault(const std::vector<Node>& nodes) {
 }
 
 ExitStatus showStructure(const Message& message, const Options& options, Output& out) {
-    if (const char* fault = outlineFault(nodesOf(message.root)))
-        return failed(message.path, fault);
+    if (const char* fault = outlineFault(nodesOf(message.root))) return failed(message.path, fault);
     StringBuffer outline;
     message.root.getMimeStructure(options.xml ? 1 : 0, 0, outline, message.log);
     if (outline.failed()) return failed(message.path, "out of memory");
@@ -96,13 +95,13 @@ ExitStatus fromXml(const Options& options, Output& out) {
     const std::unique_ptr<MimeMessage2> message(
         MimeMessage2::createMimeFromXml(xml, "mime_message", /*addPreamble*/ false, log));
     if (!message)
-        return failed(path, log.text().empty() ? "no mime_message element with header and body"
-                                               : log.text());
+        return failed(
+            path, log.text().empty() ? "no mime_message element with header and body" : log.text());
     DataBuffer mail;
     message->getMimeTextDb(mail, /*bodyOnly*/ false, log);
     if (mail.failed()) return failed(path, "out of memory");
     out.writeContent(view(mail));
-    return kDone;
+    return log.text().empty() ? kDone : failed(path, log.text());
 }
 
 ExitStatus structure(const Options& options, Output& out) {

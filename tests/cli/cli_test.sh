@@ -3,43 +3,7 @@
 # The command-line program from outside: output, exit statuses, one-line errors, hostile
 # values, files that cannot be read and outputs that cannot be written.
 # usage: cli_test.sh PROGRAM
-set -u
-tool=$(realpath "$1")
-sample=$(realpath "$(dirname "$0")/../../examples/welcome.eml")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-# ok WHAT COMMAND...: the command must succeed.
-ok() {
-    "${@:2}" && return
-    echo "FAILED: $1"
-    echo "  status $status; stdout:"; head -c 1500 out | sed 's/^/    /'
-    echo "  stderr:"; head -c 1500 err | sed 's/^/    /'
-    failures=$((failures + 1))
-}
-run() { "$tool" "$@" >out 2>err </dev/null; status=$?; }
-is() { [ "$1" = "$2" ]; }
-has() { grep -qF -- "$1" "${2:-out}"; }
-hasnt() { ! has "$@"; }
-lines() { [ "$(wc -l <"$2")" -eq "$1" ]; }
-
-# fails STATUS TEXT ARGS...: nothing on stdout, one line on stderr that holds TEXT.
-fails() {
-    run "${@:3}"
-    ok "status $1: ${*:3}" is "$status" "$1"
-    ok "one line: ${*:3}" lines 1 err
-    ok "says $2: ${*:3}" has "$2" err
-    ok "nothing on stdout: ${*:3}" lines 0 out
-}
-
-# on_terminal ARGS...: stdout is a terminal; what it received goes to `out`.
-on_terminal() {
-    python3 -c 'import os, pty, sys; sys.exit(os.waitstatus_to_exitcode(pty.spawn(sys.argv[1:])))' \
-        "$tool" "$@" >out 2>err </dev/null
-    status=$?
-}
+. "$(dirname "$0")/support.sh" "$1"
 
 # --- what the commands show
 
@@ -215,5 +179,4 @@ ok "100,000 deep: the text at the bottom" has bottom
 run tree --json deep
 ok "100,000 deep: valid JSON" python3 -m json.tool out /dev/null
 
-[ "$failures" -eq 0 ] && echo "all passed"
-exit $((failures > 0))
+finish
