@@ -13,6 +13,7 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/xml_names.h"
 #include "foundation/xml_text.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -78,7 +79,7 @@ static bool setName(const char* name, StringBuffer& tag) {
 }
 
 static XmlElement* createElement(const char* tag, const char* content) {
-    XmlElement* const element = new (std::nothrow) XmlElement;
+    XmlElement* const element = notingRefusal(new (std::nothrow) XmlElement);
     if (!element) return nullptr;
     if (setName(tag, element->tag) && element->content.setString(content)) return element;
     delete element;
@@ -144,17 +145,17 @@ ClsXml::~ClsXml() {
 }
 
 ClsXml* ClsXml::createNewCls() {
-    XmlTree* const tree = new (std::nothrow) XmlTree;
+    XmlTree* const tree = notingRefusal(new (std::nothrow) XmlTree);
     if (!tree) return nullptr;
     tree->root = createElement("unnamed", nullptr);
-    ClsXml* const handle = tree->root ? new (std::nothrow) ClsXml(tree, tree->root) : nullptr;
+    ClsXml* const handle = tree->root ? notingRefusal(new (std::nothrow) ClsXml(tree, tree->root)) : nullptr;
     if (!handle) delete tree;
     return handle;
 }
 
 ClsXml* ClsXml::newChild(const char* tag, const char* content, LogBase* log) {
     XmlElement* const child = createElement(tag, content);
-    ClsXml* const handle = child ? new (std::nothrow) ClsXml(m_tree, child) : nullptr;
+    ClsXml* const handle = child ? notingRefusal(new (std::nothrow) ClsXml(m_tree, child)) : nullptr;
     if (handle) {
         appendChild(*m_element, child);
         return handle;
@@ -179,7 +180,7 @@ bool ClsXml::addAttributeUtf8(const char* name, const char* value) {
 }
 
 bool ClsXml::addAttribute(const char* name, const char* value, unsigned valueSize) {
-    if (!m_element->attributes) m_element->attributes = new (std::nothrow) XmlAttributes;
+    if (!m_element->attributes) m_element->attributes = notingRefusal(new (std::nothrow) XmlAttributes);
     XmlAttributes* const attributes = m_element->attributes;
     StringBuffer spelled;
     if (!attributes || !setName(name, spelled)) return false;

@@ -14,6 +14,7 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -94,6 +95,12 @@ bool DataBuffer::makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned in
     return true;
 }
 
+bool DataBuffer::refuse() {
+    MemoryWatch::noteRefusal();
+    m_failed = true;
+    return false;
+}
+
 // Exact the first time, since most bodies are stored once; by half again later.
 bool DataBuffer::grow(unsigned int needed) {
     if (needed <= m_capacity && m_data) return true;
@@ -105,9 +112,7 @@ bool DataBuffer::grow(unsigned int needed) {
 
 bool DataBuffer::reserve(unsigned int n) {
     if (m_data && n <= m_capacity) return true;
-    if (makeOwn(n > m_size ? n : m_size)) return true;
-    m_failed = true;
-    return false;
+    return makeOwn(n > m_size ? n : m_size) || refuse();
 }
 
 // The bytes move to storage that is this buffer's alone.
@@ -129,7 +134,7 @@ unsigned char* DataBuffer::getData2_rw() { return !m_shared || makeOwn(m_size) ?
 
 unsigned char* DataBuffer::extend(unsigned int n) {
     if (n > kMaxSize - m_size || !grow(m_size + n)) {
-        m_failed = true;
+        refuse();
         return nullptr;
     }
     unsigned char* at = m_data + m_size;
@@ -160,8 +165,7 @@ bool DataBuffer::append(const DataBuffer& d) { return append(d.m_data, d.m_size)
 
 bool DataBuffer::appendStr(const char* s) {
     const size_t n = s ? std::strlen(s) : 0;
-    if (n > kMaxSize) m_failed = true;
-    return n <= kMaxSize && append(s, static_cast<unsigned int>(n));
+    return n <= kMaxSize ? append(s, static_cast<unsigned int>(n)) : refuse();
 }
 
 bool DataBuffer::appendChar(unsigned char c) {
@@ -178,7 +182,10 @@ bool DataBuffer::takeData(DataBuffer& other) {
 }
 
 char* DataBuffer::release(unsigned int& capacity) {
-    if (m_shared && !makeOwn(m_size)) clear();
+    if (m_shared && !makeOwn(m_size)) {
+        refuse();
+        clear();
+    }
     char* block = reinterpret_cast<char*>(m_data);
     capacity = m_capacity;
     m_data = nullptr;

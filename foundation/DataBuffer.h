@@ -86,6 +86,7 @@ public:
 private:
     struct Shared;
 
+    bool refuse();
     bool grow(unsigned int needed);
     bool makeOwn(unsigned int capacity);
     void dropStorage();

@@ -8,16 +8,21 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "foundation/VantrelObject.h"
+#include "foundation/memory_watch.h"
 
 ExtPtrArray::~ExtPtrArray() { removeAllObjects(); }
 
 bool ExtPtrArray::grow() {
     if (m_size < m_capacity) return true;
-    if (m_capacity > INT_MAX / 2) return false;
+    if (m_capacity > INT_MAX / 2) {
+        MemoryWatch::noteRefusal();
+        return false;
+    }
     const int wanted = m_capacity == 0 ? 2 : m_capacity * 2;
-    void* block = std::realloc(m_items, size_t(wanted) * sizeof(VantrelObject*));
+    void* block = notingRefusal(std::realloc(m_items, size_t(wanted) * sizeof(VantrelObject*)));
     if (!block) return false;
     m_items = static_cast<VantrelObject**>(block);
     m_capacity = wanted;
@@ -48,6 +53,12 @@ VantrelObject* ExtPtrArray::removeAt(int i) {
 
 void ExtPtrArray::setAt(int i, VantrelObject* p) {
     if (i >= 0 && i < m_size) m_items[i] = p;
+}
+
+void ExtPtrArray::swap(ExtPtrArray& other) noexcept {
+    std::swap(m_items, other.m_items);
+    std::swap(m_size, other.m_size);
+    std::swap(m_capacity, other.m_capacity);
 }
 
 // The array stays usable while an element's destructor runs: each is taken out first.

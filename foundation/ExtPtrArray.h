@@ -31,6 +31,8 @@ public:
     // Overwrites a slot without deleting what it held, which becomes the caller's.
     void setAt(int i, VantrelObject* p);
 
+    void swap(ExtPtrArray& other) noexcept;
+
     // Deletes every element, last first, and empties the array.
     void removeAllObjects();
 

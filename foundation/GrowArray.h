@@ -9,6 +9,8 @@
 #include <new>
 #include <type_traits>
 
+#include "foundation/memory_watch.h"
+
 template <class T, unsigned Inline = 0>
 class GrowArray {
     static_assert(std::is_trivially_copyable<T>::value, "values are moved as bytes");
@@ -42,8 +44,9 @@ public:
     // Makes room for `n` values in all, if there is less.
     bool reserve(unsigned n) {
         if (n <= m_capacity) return true;
-        if (n > 0xFFFFFFFFu / sizeof(T)) return false;
-        T* block = static_cast<T*>(std::malloc(size_t(n) * sizeof(T)));
+        const bool isTooMuch = n > 0xFFFFFFFFu / sizeof(T);
+        void* const memory = isTooMuch ? nullptr : std::malloc(size_t(n) * sizeof(T));
+        T* const block = static_cast<T*>(notingRefusal(memory));
         if (!block) return false;
         if (m_size) std::memcpy(static_cast<void*>(block), data(), size_t(m_size) * sizeof(T));
         std::free(m_heap);

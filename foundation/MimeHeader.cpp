@@ -80,7 +80,7 @@ bool appendTidied(const char* text, unsigned size, StringBuffer& out) {
 bool cleanName(const char* name, StringBuffer& out) {
     for (const char* p = name ? name : ""; *p; ++p)
         if (kFieldNameBytes.has(*p)) out.appendChar(*p);
-    if (out.getSize() > kMaxNameSize) out.clear();
+    if (out.failed() || out.getSize() > kMaxNameSize) out.clear();
     return !out.isEmpty();
 }
 
@@ -225,6 +225,7 @@ bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, boo
         }
         StringBuffer value;
         appendValue(field, value);
+        if (value.failed()) out.markFailed();
         appendHeaderField(line, field.nameSize, value.getString(), value.getSize(), codePage, out);
     }
     return !out.failed();

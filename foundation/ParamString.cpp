@@ -10,6 +10,7 @@
 #include <new>
 
 #include "foundation/bytes.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -86,7 +87,7 @@ void ParamString::setString(const char* text, bool) {
         if (open == end) return;
 
         const char* const close = closing.find(open + 1);
-        StringBuffer* part = new (std::nothrow) StringBuffer;
+        StringBuffer* part = notingRefusal(new (std::nothrow) StringBuffer);
         if (part) appendUnescaped(open + 1, close, *part);
         if (!part || !m_quoted.appendSb(part)) {
             delete part;

@@ -16,6 +16,7 @@
 #include "foundation/LogNull.h"
 #include "foundation/bytes.h"
 #include "foundation/line_ends.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -95,6 +96,7 @@ void StringBuffer::setSize(unsigned int n) {
 }
 
 bool StringBuffer::refuse() {
+    MemoryWatch::noteRefusal();
     setTag(static_cast<unsigned char>(tag() | kFailed));
     return false;
 }
@@ -148,7 +150,7 @@ void StringBuffer::swap(StringBuffer& other) noexcept {
 }
 
 StringBuffer* StringBuffer::createNewSB(const char* s) {
-    StringBuffer* made = new (std::nothrow) StringBuffer;
+    StringBuffer* made = notingRefusal(new (std::nothrow) StringBuffer);
     if (made && !made->setString(s)) {
         delete made;
         made = nullptr;

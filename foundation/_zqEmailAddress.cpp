@@ -15,6 +15,7 @@
 #include "foundation/ExtPtrArray.h"
 #include "foundation/LogBase.h"
 #include "foundation/bytes.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -337,7 +338,7 @@ private:
     }
 
     void add(Span name, Span address) {
-        m_last = new (std::nothrow) _zqEmailAddress;
+        m_last = notingRefusal(new (std::nothrow) _zqEmailAddress);
         if (!m_last || !m_out.appendPtr(m_last)) {
             delete m_last;
             m_last = nullptr;

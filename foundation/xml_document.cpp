@@ -12,6 +12,7 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/LogBase.h"
 #include "foundation/LogNull.h"
+#include "foundation/memory_watch.h"
 
 XmlDocument::~XmlDocument() { std::free(static_cast<void*>(m_elements)); }
 
@@ -21,7 +22,7 @@ size_t XmlDocument::heapUsage() const {
 }
 
 XmlDocument* XmlDocument::read(const StringBuffer& xml, LogBase* log) {
-    XmlDocument* const document = new (std::nothrow) XmlDocument;
+    XmlDocument* const document = notingRefusal(new (std::nothrow) XmlDocument);
     if (document && document->takeText(xml)) {
         if (document->parse(log)) return document;
     } else if (log) {
@@ -71,7 +72,8 @@ bool XmlDocument::takeText(const StringBuffer& xml) {
 }
 
 bool XmlDocument::resizeElements(unsigned n) {
-    void* const block = std::realloc(static_cast<void*>(m_elements), n * sizeof(TreeNode));
+    void* const block =
+        notingRefusal(std::realloc(static_cast<void*>(m_elements), n * sizeof(TreeNode)));
     if (!block) return false;
     m_elements = static_cast<TreeNode*>(block);
     m_capacity = n;

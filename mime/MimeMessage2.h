@@ -367,7 +367,7 @@ private:
     bool hasGroupWiseMark(LogBase& log) const;
     bool isGroupWiseMail(LogBase& log) const;
     bool isPkcs7Mime() const;
-    void deleteSubparts();
+    static void deleteTrees(ExtPtrArray& roots);
     void applyParam(StringBuffer& field, const char* text, LogBase& log);
     bool decodedField(const char* name, StringBuffer& out, LogBase& log) const;
     void captureMainValue(const char* name, StringBuffer& out, LogBase& log) const;

@@ -10,6 +10,7 @@
 
 #include "foundation/_zqHtmlHelp.h"
 #include "foundation/bytes.h"
+#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 #include "mime/loader.h"
 
@@ -70,18 +71,18 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
     parseLeaf(node, contentType, encoding, body, size);
-    if (!node.m_mimeBody.failed()) return Progress::Done;
-    m_log.logError("Out of memory.");
-    return Progress::Failed;
+    return Progress::Done;
 }
 
 // What stands in front of the first delimiter is dropped (RFC 2046 5.1.1: the preamble), and
 // so is what stands behind the last.
 Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
                                     const char* body, unsigned size, bool isSigned) {
-    std::unique_ptr<Level> level(new (std::nothrow) Level(node, source, body, size));
+    std::unique_ptr<Level> level(notingRefusal(new (std::nothrow) Level(node, source, body, size)));
     if (!level) return Progress::Failed;
-    if (!level->splitter.findFirst(node.m_contentType.m_boundary, m_log)) {
+    const bool found = level->splitter.findFirst(node.m_contentType.m_boundary, m_log);
+    if (m_memory.wasRefused()) return Progress::Failed;
+    if (!found) {
         if (m_isStrict) {
             m_log.logError("First boundary string not found.");
             return Progress::Failed;
@@ -157,17 +158,20 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
                                m_log);
     };
 
-    m_log.verboseData("encoding", coding.getString());
-    m_log.verboseLong("entireBodyLen", static_cast<long>(size));
-    m_log.verboseLong("m_charset_cp", codePage);
-    m_log.verboseLong("isText", isText);
-    MimeMessage2::Label label = store();
+    MimeMessage2::Label label = MimeMessage2::Label::Right;
+    bool isStored = false;
     if (!isAttachment && codePage == codepage::kNone &&
         contentType.containsSubstringNoCase("text/html")) {
         m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
-        if (takeCharsetFromHtml(node, charset)) label = store();
+        label = store();
+        isStored = !takeCharsetFromHtml(node, charset);
     }
+    m_log.verboseData("encoding", coding.getString());
+    m_log.verboseLong("entireBodyLen", static_cast<long>(size));
     m_log.verboseData("charset", charset.getName());
+    m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
+    m_log.verboseLong("isText", isText);
+    if (!isStored) label = store();
     m_log.verboseLong("wasReally1252", label == MimeMessage2::Label::ReallyWindows1252);
     if (label == MimeMessage2::Label::ReallyWindows1252) node.setCharset("windows-1252", m_log);
     if (beginsWithXHtml(body, size)) node.setContentType("text/html", true, m_log);

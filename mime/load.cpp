@@ -103,11 +103,17 @@ bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* bod
     return finishLevels(openBody(node, source, nullptr, encoding, body, size));
 }
 
+// Damaged parts are the parts' own affair; parts that lack pieces for want of memory are not.
 bool Loader::finishLevels(Progress first) {
-    if (first != Progress::HasParts) return first == Progress::Done;
-    while (m_level)
-        if (!loadNextPart()) closeLevel(false);
-    return m_result;
+    bool ok = first == Progress::Done;
+    if (first == Progress::HasParts) {
+        while (m_level)
+            if (!loadNextPart()) closeLevel(false);
+        ok = m_result;
+    }
+    if (!m_memory.wasRefused()) return ok;
+    m_log.logError("Out of memory.");
+    return false;
 }
 
 // False when the level has failed.  Parts that open levels of their own are finished first.
@@ -132,7 +138,6 @@ bool Loader::addPart(const char* part, unsigned size) {
     MimeMessage2* child = MimeMessage2::createNewObject();
     if (!child || !level.node.m_subParts.appendPtr(child)) {
         VantrelObject::deleteObject(child);
-        m_log.logError("Out of memory.");
         return false;
     }
     level.node.m_modified = true;
@@ -141,9 +146,7 @@ bool Loader::addPart(const char* part, unsigned size) {
     level.signedPending = false;
     const SignedText kept = keepSigned(level, *child, part, size);
     if (hasParts) m_level->enclosing = kept;
-    if (!child->m_signedData.failed()) return true;
-    m_log.logError("Out of memory.");
-    return false;
+    return true;
 }
 
 Loader::SignedText Loader::keepSigned(const Level& level, MimeMessage2& node, const char* part,
@@ -204,7 +207,7 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
     StringBuffer repairBuf, convertBuf;
     HeaderEndSearch search(source, data, size, m_lineEndings, repairBuf, convertBuf, m_log);
     search.run();
-    if (repairBuf.failed() || convertBuf.failed()) return Progress::Failed;
+    if (m_memory.wasRefused()) return Progress::Failed;
     if (!search.endOfHeader()) return loadWithoutBlankLine(node, search.data(), search.size());
 
     m_log.verboseInfo("Found end-of-header.");
@@ -221,8 +224,8 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
     const char* const coding = node.m_contentTransferEncoding.getString();
     if (!search.isRepaired()) {
         progress = openBody(node, source, nullptr, coding, body, bodySize);
-    } else if (Repaired repaired{new (std::nothrow) RepairedText(
-                   text == convertBuf.getString() ? convertBuf : repairBuf)}) {
+    } else if (Repaired repaired{notingRefusal(new (std::nothrow) RepairedText(
+                   text == convertBuf.getString() ? convertBuf : repairBuf))}) {
         text = repaired->text.getString();
         SourceText& copy = repaired->source;
         progress = openBody(node, copy, std::move(repaired), coding, text + bodyAt, bodySize);
@@ -288,6 +291,7 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
                               bool inputIsUtf8, LogBase& log) {
     OperationContext context(log, "loadMime");
     if (!isAlive()) return false;
+    const MemoryWatch memory;
     if (!body) bodySize = 0;
     DataBuffer keptBody;
     keepIfWithin(m_mimeBody, reinterpret_cast<const char*>(body), keptBody);
@@ -317,5 +321,6 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
         VantrelObject* part = parts.elementAt(i);
         if (part && m_subParts.appendPtr(part)) parts.setAt(i, nullptr);
     }
-    return true;
+    if (memory.wasRefused()) log.logError("Out of memory.");
+    return !memory.wasRefused();
 }

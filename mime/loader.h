@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/memory_watch.h"
 #include "mime/MimeMessage2.h"
 #include "mime/header_end.h"
 #include "mime/multipart.h"
@@ -56,6 +57,7 @@ private:
     const bool m_isStrict;
     StringBuffer& m_charsetClue;
     LogBase& m_log;
+    const MemoryWatch m_memory;
     Level* m_level = nullptr;  // the innermost open one
     bool m_result = true;      // of the level closed last
 };

@@ -42,7 +42,8 @@ const char* MultipartSplitter::find(const StringBuffer& text) const {
 
 bool MultipartSplitter::startAfter(const char* match, const StringBuffer& matched,
                                    unsigned lineBreakLength) {
-    if (!match) return false;
+    const bool isWhole = !matched.failed() && !m_closeDelimiter.failed();
+    if (!match || !isWhole) return false;
     m_matchLength = matched.getSize();
     m_lineBreakLength = lineBreakLength;
     m_at = match + m_matchLength;

@@ -10,6 +10,7 @@
 
 #include "foundation/LogNull.h"
 #include "foundation/Psdk.h"
+#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 
 bool b_WasReally1252 = false;
@@ -35,7 +36,7 @@ __attribute__((noinline)) bool MimeMessage2::isAlive() const {
     return static_cast<const volatile uint32_t&>(m_magic) == kMagic;
 }
 
-MimeMessage2* MimeMessage2::createNewObject() { return new (std::nothrow) MimeMessage2; }
+MimeMessage2* MimeMessage2::createNewObject() { return notingRefusal(new (std::nothrow) MimeMessage2); }
 
 void MimeMessage2::clear() {
     if (!isAlive()) return;
@@ -49,14 +50,14 @@ void MimeMessage2::clear() {
     m_filename.weakClear();
     m_mimeHeader.clear(5);
     m_mimeBody.clear();
-    deleteSubparts();
+    deleteTrees(m_subParts);
 }
 
 // -- Child list
 
 // Limit: nesting must cost no machine stack, so the children of a doomed node join the list
 // of the doomed before it goes.
-void MimeMessage2::deleteSubparts() {
+void MimeMessage2::deleteTrees(ExtPtrArray& roots) {
     MimeMessage2* doomed = nullptr;
     const auto condemn = [&doomed](ExtPtrArray& parts) {
         for (int i = parts.getSize() - 1; i >= 0; --i) {
@@ -67,14 +68,14 @@ void MimeMessage2::deleteSubparts() {
             doomed = child;
         }
     };
-    condemn(m_subParts);
+    condemn(roots);
     while (doomed) {
         MimeMessage2* const node = doomed;
         doomed = node->m_nextDoomed;
         condemn(node->m_subParts);
         deleteObject(node);
     }
-    m_subParts.removeAllObjects();
+    roots.removeAllObjects();
 }
 
 void MimeMessage2::addPart(MimeMessage2* part) {
@@ -111,13 +112,16 @@ MimeMessage2* MimeMessage2::getPart(int index) const {
 int MimeMessage2::getNumParts() const { return isAlive() ? m_subParts.getSize() : 0; }
 
 void MimeMessage2::removeSubparts() {
-    if (isAlive()) deleteSubparts();
+    if (isAlive()) deleteTrees(m_subParts);
 }
 
 // -- Copies
 
+// The source may be a descendant: the old children go last.
 void MimeMessage2::takeMimeMessage(MimeMessage2& source, LogBase& log) {
     if (!isAlive() || &source == this) return;
+    ExtPtrArray oldParts;
+    oldParts.swap(m_subParts);
     clear();
     m_contentType.copyFrom(source.m_contentType);
     m_auxFlag = source.m_auxFlag;
@@ -132,6 +136,7 @@ void MimeMessage2::takeMimeMessage(MimeMessage2& source, LogBase& log) {
         VantrelObject* child = source.m_subParts.elementAt(i);
         if (child && m_subParts.appendPtr(child)) source.m_subParts.setAt(i, nullptr);
     }
+    deleteTrees(oldParts);
 }
 
 MimeMessage2* MimeMessage2::cloneMimeMessage(LogBase* log) {
@@ -140,9 +145,12 @@ MimeMessage2* MimeMessage2::cloneMimeMessage(LogBase* log) {
     LogBase& sink = log ? *log : silent;
     StringBuffer text;
     if (!getMimeTextSb(text, false, sink)) return nullptr;
+    const MemoryWatch memory;
     MimeMessage2* copy = createNewObject();
     if (copy) copy->loadMimeComplete(text, sink, false);
-    return copy;
+    if (!memory.wasRefused()) return copy;
+    deleteObject(copy);
+    return nullptr;
 }
 
 // -- Accessors

@@ -4,17 +4,17 @@
 // buffer.  Multiparts whose parts are still to be written wait on a list.
 
 #include "foundation/GrowArray.h"
+#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 
 class TreeWriter {
 public:
     TreeWriter(DataBuffer& out, LogBase& log) : m_out(out), m_log(log) {}
 
-    // False when memory ran out; what was appended then makes no sense.
-    bool write(const MimeMessage2& root) {
+    // When memory is refused on the way, what was appended makes no sense.
+    void write(const MimeMessage2& root) {
         writeBody(root);
-        while (!m_open.isEmpty() && m_ok) writeNextPart();
-        return m_ok && !m_out.failed();
+        while (!m_open.isEmpty()) writeNextPart();
     }
 
 private:
@@ -32,15 +32,12 @@ private:
     void writeNextPart();
     void writeHead(const MimeMessage2* part);
     void delimiter(const MimeMessage2& node, const char* tail);
-    void open(const MimeMessage2& node, int next, Kind kind) {
-        m_ok = m_open.push(Open{&node, next, kind}) && m_ok;
-    }
+    void open(const MimeMessage2& node, int next, Kind kind) { m_open.push(Open{&node, next, kind}); }
 
     DataBuffer& m_out;
     LogBase& m_log;
     StringBuffer m_head;  // reused for every header
     GrowArray<Open, 16> m_open;
-    bool m_ok = true;
 };
 
 void TreeWriter::delimiter(const MimeMessage2& node, const char* tail) {
@@ -54,7 +51,6 @@ void TreeWriter::writeHead(const MimeMessage2* part) {
     m_head.weakClear();
     if (part) part->getMimeHeader(m_head, m_log);
     m_head.append("\r\n\r\n");
-    m_ok = m_ok && !m_head.failed();
     m_out.append(m_head);
 }
 
@@ -106,15 +102,16 @@ void MimeMessage2::appendPreamble(StringBuffer& out) const {
 void MimeMessage2::getMimeTextDb(DataBuffer& out, bool bodyOnly, LogBase& log) const {
     OperationContext context(log, "getMimeTextDb");
     if (!isAlive()) return;
+    const MemoryWatch memory;
     if (!bodyOnly) {
         StringBuffer head;
         getMimeHeader(head, log);
         head.append("\r\n\r\n");
         appendPreamble(head);
         out.append(head);
-        if (head.failed()) out.markFailed();
     }
     assemble2(out, log);
+    if (memory.wasRefused()) out.markFailed();
 }
 
 bool MimeMessage2::getMimeTextSb(StringBuffer& out, bool bodyOnly, LogBase& log) const {
@@ -127,16 +124,20 @@ bool MimeMessage2::getMimeTextSb(StringBuffer& out, bool bodyOnly, LogBase& log)
 
 void MimeMessage2::getMimeBodyAll(DataBuffer& out, LogBase& log) const {
     if (!isAlive()) return;
+    const MemoryWatch memory;
     StringBuffer preamble;
     appendPreamble(preamble);
     out.append(preamble);
     assemble2(out, log);
+    if (memory.wasRefused()) out.markFailed();
 }
 
 void MimeMessage2::assemble2(DataBuffer& out, LogBase& log) const {
     if (!isAlive()) return;
     const unsigned int before = out.getSize();
-    if (TreeWriter(out, log).write(*this)) return;
+    const MemoryWatch memory;
+    TreeWriter(out, log).write(*this);
+    if (!memory.wasRefused()) return;
     log.logError("Out of memory.");
     out.shorten(out.getSize() - before);
     out.markFailed();

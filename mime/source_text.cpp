@@ -10,6 +10,7 @@
 #include <new>
 
 #include "foundation/bytes.h"
+#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -119,7 +120,7 @@ SourceText::Index* SourceText::indexFor(const char* needle, unsigned size) {
     for (Index* index : m_indexes)
         if (index->suits(needle, size)) return index;
     if (m_indexed > static_cast<size_t>(m_end - m_begin)) dropIndexes();
-    Index* made = new (std::nothrow) Index(needle, size);
+    Index* made = notingRefusal(new (std::nothrow) Index(needle, size));
     if (!made || !made->build(m_begin, m_end) || !m_indexes.push(made)) {
         delete made;
         return nullptr;

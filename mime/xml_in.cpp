@@ -11,6 +11,7 @@
 #include "foundation/TreeNode.h"
 #include "foundation/header_fields.h"
 #include "foundation/zqStrings.h"
+#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 
 namespace {
@@ -135,7 +136,7 @@ private:
     void open(TreeNode& element) {
         TreeNode* const header = element.getChild("header", nullptr);
         TreeNode* const body = element.getChild("body", nullptr);
-        Open* const made = header && body ? new (std::nothrow) Open : nullptr;
+        Open* const made = header && body ? notingRefusal(new (std::nothrow) Open) : nullptr;
         if (!made) return;
         m_log.enterContext("createMimeFromTree", m_log.m_verbose);
         made->outer = m_open;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Changing how stored bodies will be written.
 
+#include <gtest/gtest.h>
+
 #include <random>
 
 #include "tests/node_support.h"

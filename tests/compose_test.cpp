@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // New containers, and the boundaries that they are made with.
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <random>
 #include <thread>

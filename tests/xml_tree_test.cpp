@@ -230,6 +230,34 @@ TEST(XmlTree, LeafAndMultipart) {
     EXPECT_EQ(bodyOf(*back), "");
 }
 
+TEST(XmlTree, FormOfField) {
+    struct Row {
+        const char* field;
+        const char* element;
+    };
+    const Row rows[] = {
+        {"X-A:  <&> ", "<X-A>&lt;&amp;&gt;</X-A>"},
+        {"to: Group: a@b;", "<_x74_o>Group: a@b;</_x74_o>"},
+        {"Content-Type: a/b ; X=1;y = \"2\" ;", "<Content-Type X=\"1\" y=\"2\">a/b</Content-Type>"},
+        {"Content-Type: a/b; x=1 (c)", "<Content-Type>a/b; x=1 (c)</Content-Type>"},
+        {"Content-Type: a/b; x=1; novalue", "<Content-Type>a/b; x=1; novalue</Content-Type>"},
+        {"Content-Type: a/b; x=1; x=2", "<Content-Type>a/b; x=1; x=2</Content-Type>"},
+        {"Content-Description: a; b=c", "<Content-Description>a; b=c</Content-Description>"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.field);
+        const std::string xml = toXml(*fromBytes(std::string(row.field) + "\r\n\r\nx"));
+        EXPECT_NE(xml.find("\n" + std::string(row.element) + "\n"), std::string::npos) << xml;
+    }
+}
+
+TEST(XmlTree, LongFieldsAreFolded) {
+    std::string subject = "Subject:";
+    for (int i = 0; i < 40; ++i) subject += " word";
+    const NodePtr back = fromXml(toXml(*fromBytes(subject + "\r\n\r\nx")));
+    EXPECT_LE(headerOf(*back).find('\r'), 78u);
+}
+
 TEST(XmlTree, Structure) {
     const NodePtr node = fromBytes(
         "Content-Type: multipart/mixed; boundary=b\r\n\r\n"
