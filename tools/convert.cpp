@@ -151,6 +151,7 @@ void Converter::findNodes() {
 void Converter::run() {
     findNodes();
     keepSealed();
+    findNodes();
     if (m_options.removeAttachments || !m_options.only.empty()) removeParts();
     findNodes();
     for (size_t i = 0; i < m_nodes.size(); ++i) {

@@ -84,7 +84,7 @@ fails 2 "required"
 fails 2 "no command frobnicate" frobnicate x
 fails 2 "FILE" tree
 fails 2 "--frobnicate" tree --frobnicate "$sample"
-fails 2 "no part 1.9 in $sample" body --part 1.9 "$sample"
+fails 2 "no part 1.10 in $sample" body --part 1.10 "$sample"
 fails 2 "no part number" body --part one "$sample"
 fails 2 "excludes" body --html --text "$sample"
 fails 2 "received 2" rewrite "$sample" "$sample"
