@@ -14,13 +14,13 @@
 #include "foundation/bytes.h"
 #include "foundation/charset_codecs.h"
 
-namespace charset {
-
 namespace {
 
 constexpr unsigned int kMaxSize = 0xFFFFFFFFu;
 
 }  // namespace
+
+namespace charset {
 
 Output::Output(DataBuffer& buffer) : m_buffer(buffer), m_before(buffer.getSize()) {}
 
@@ -117,6 +117,32 @@ bool convert(const Codec& from, const Codec& to, Source in, DataBuffer& out) {
     return run(to.encode, to, {text.getData2(), text.getData2() + text.getSize()}, out);
 }
 
+// The charsets of 7 bits that switch by escape sequences, and their forms of 8 bits.
+struct Forms {
+    int sevenBit, eightBit;
+};
+
+constexpr Forms kForms[] = {{50220, 51932}, {50225, 51949}, {52936, 51936}};
+
+bool decodesWhole(const Codec& codec, Source in) {
+    DataBuffer text;
+    return run(codec.decode, codec, in, text) && !text.containsSubstring("\xEF\xBF\xBD", kMaxSize);
+}
+
+// Tolerated: 8-bit text that is labelled with a charset of 7 bits by a mailer that forgot to
+// convert it.  It is read as UTF-8, or in the 8-bit form of the charset, when that reads all of
+// it.
+const Codec* actualCodec(const Codec* declared, Source in) {
+    for (const Forms& forms : kForms) {
+        if (!declared || declared->codePage != forms.sevenBit) continue;
+        if (bytes::isAscii(reinterpret_cast<const char*>(in.p), in.size())) return declared;
+        if (utf8::validPrefix(in.p, in.size()) == in.size()) return findCodec(kUtf8);
+        const Codec* const eightBit = findCodec(forms.eightBit);
+        return decodesWhole(*eightBit, in) ? eightBit : declared;
+    }
+    return declared;
+}
+
 bool liesIn(const unsigned char* p, const DataBuffer& buffer) {
     return buffer.getData2() && p >= buffer.getData2() && p <= buffer.getData2() + buffer.getSize();
 }
@@ -126,7 +152,7 @@ bool liesIn(const unsigned char* p, const DataBuffer& buffer) {
 bool EncodingConvert::EncConvert(int fromCodePage, int toCodePage, const unsigned char* data,
                                  unsigned int length, DataBuffer& out, LogBase& log) {
     if (!data || length == 0) return true;
-    const Codec* const from = findCodec(fromCodePage);
+    const Codec* const from = actualCodec(findCodec(fromCodePage), {data, data + length});
     const Codec* const to = findCodec(toCodePage);
     if (!from || !to) {
         log.verboseLong("codePageNotConverted", from ? toCodePage : fromCodePage);
