@@ -4,7 +4,7 @@
 
 #include "foundation/StringBuffer.h"
 
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -194,8 +194,8 @@ bool StringBuffer::append(const DataBuffer& d) {
 
 bool StringBuffer::append(int n) {
     char digits[16];
-    std::snprintf(digits, sizeof digits, "%d", n);
-    return append(digits);
+    const char* const end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+    return appendN(digits, static_cast<unsigned>(end - digits));
 }
 
 // `s` may point into this buffer, which growing moves.

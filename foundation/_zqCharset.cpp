@@ -8,6 +8,7 @@
 #include "foundation/_zqCharset.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 #include <string_view>
@@ -581,6 +582,19 @@ constexpr size_t kLongestName =
         return a.name.size() < b.name.size();
     }) -> name.size();
 
+// The canonical rows by code page, for the way back.
+constexpr auto kCanonical = [] {
+    std::array<CharsetRow, std::count_if(std::begin(kRows), std::end(kRows),
+                                         [](const CharsetRow& row) { return row.isCanonical; })>
+        rows{};
+    std::copy_if(std::begin(kRows), std::end(kRows), rows.begin(),
+                 [](const CharsetRow& row) { return row.isCanonical; });
+    std::sort(rows.begin(), rows.end(), [](const CharsetRow& a, const CharsetRow& b) {
+        return a.codePage < b.codePage;
+    });
+    return rows;
+}();
+
 // The name without what surrounds it in careless parameters: blanks and quotes.
 std::string_view trimmed(std::string_view name) {
     const auto isAround = [](char c) { return bytes::isSpace(c) || c == '"' || c == '\''; };
@@ -628,8 +642,8 @@ int _zqCharset::codePageOf(const char* name, unsigned int length) {
 }
 
 const char* _zqCharset::nameOf(int codePage) {
-    const auto* const hit = std::find_if(
-        std::begin(kRows), std::end(kRows),
-        [codePage](const CharsetRow& row) { return row.isCanonical && row.codePage == codePage; });
-    return hit != std::end(kRows) ? hit->name.data() : nullptr;
+    const auto hit = std::lower_bound(
+        kCanonical.begin(), kCanonical.end(), codePage,
+        [](const CharsetRow& row, int wanted) { return row.codePage < wanted; });
+    return hit != kCanonical.end() && hit->codePage == codePage ? hit->name.data() : nullptr;
 }

@@ -148,8 +148,8 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
     const bool isText = !isAttachment && isTextBody(contentType, codePage, body, size);
 
     // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
-    _zqCharset charset;
-    charset.setByCodePage(codePage == codepage::kAscii ? codepage::kLatin1 : codePage);
+    _zqCharset charset(node.m_charset);
+    if (codePage == codepage::kAscii) charset.setByCodePage(codepage::kLatin1);
     std::atomic_ref<bool>(b_WasReally1252).store(false, std::memory_order_relaxed);
     StringBuffer coding;  // a setter may change the node's own
     coding.setString(encoding);

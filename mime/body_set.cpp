@@ -116,7 +116,7 @@ MimeMessage2::Label MimeMessage2::decodeBody(const char* encoding, const void* d
     OperationContext context(log, "setMimeBodyByEncoding");
     StringBuffer coding;
     coding.setString(encoding);
-    const _zqCharset charset(declared);
+    _zqCharset charset(declared);
     log.verboseData("encoding", coding.getString());
     log.verboseLong("isText", isText);
     log.verboseLong("bIsUtf8", bIsUtf8);
@@ -130,9 +130,8 @@ MimeMessage2::Label MimeMessage2::decodeBody(const char* encoding, const void* d
     } else if (coding.equalsIgnoreCase2("uuencode", 8)) {
         uudecodeBody(data, size, charset, isText, log);
     } else {
-        _zqCharset utf8;
-        utf8.setByCodePage(codepage::kUtf8);
-        setMimeBody8Bit_2(data, size, bIsUtf8 ? utf8 : charset, isText, log);
+        if (bIsUtf8) charset.setByCodePage(codepage::kUtf8);
+        setMimeBody8Bit_2(data, size, charset, isText, log);
         // RFC 2046 5.2.1: an attached message may not be labelled binary.
         if (coding.equalsIgnoreCase2("binary", 6) &&
             m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
