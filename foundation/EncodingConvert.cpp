@@ -122,7 +122,7 @@ struct Forms {
     int sevenBit, eightBit;
 };
 
-constexpr Forms kForms[] = {{50220, 51932}, {50225, 51949}, {52936, 51936}};
+constexpr Forms kForms[] = {{50220, 51932}, {50225, 51949}};
 
 bool decodesWhole(const Codec& codec, Source in) {
     DataBuffer text;

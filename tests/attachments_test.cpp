@@ -124,9 +124,22 @@ TEST_F(Attachments, Names) {
 // Whatever they become: one file, in the directory.
 TEST_F(Attachments, HostileNamesStayInside) {
     const std::string kNames[] = {
-        "a\nb", "a\rb", "\x1B[31m", "\x01", " ", "  .. ", ".. .", "../ ", "..\xC0\xAF..\xC0\xAFx",
-        "x\0/../y"s, std::string(300, 'n') + ".pdf", std::string(5000, '.'), "\x7F", "../\t",
-        std::string(200, '/') + "x", "a." + std::string(400, 'e'),
+        "a\nb",
+        "a\rb",
+        "\x1B[31m",
+        "\x01",
+        " ",
+        "  .. ",
+        ".. .",
+        "../ ",
+        "..\xC0\xAF..\xC0\xAFx",
+        "x\0/../y"s,
+        std::string(300, 'n') + ".pdf",
+        std::string(5000, '.'),
+        "\x7F",
+        "../\t",
+        std::string(200, '/') + "x",
+        "a." + std::string(400, 'e'),
     };
     for (const std::string& name : kNames) {
         SCOPED_TRACE(name);
@@ -184,9 +197,10 @@ TEST_F(Attachments, LogTellsOfEachNode) {
     LogText log;
     extract(*root, log);
     const std::string path = (m_outer / "in" / "a").string();
-    EXPECT_EQ(linesOf(log), "contentType: multipart/mixed|contentType: image/png|"
-                            "disposition: attachment|filename: ../a|savingFile: " +
-                                path + "|contentType: text/plain|");
+    EXPECT_EQ(linesOf(log),
+              "contentType: multipart/mixed|contentType: image/png|"
+              "disposition: attachment|filename: ../a|savingFile: " +
+                  path + "|contentType: text/plain|");
 }
 
 TEST_F(Attachments, DeadNodesAreSkipped) {

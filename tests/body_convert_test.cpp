@@ -146,8 +146,8 @@ TEST(Convert8Bit, EachLeaf) {
         {"8-bit at byte 4096", "Content-Disposition: attachment", std::string(4095, 'a') + "\x80",
          "base64"},
         {"inline without coding", "Content-Disposition: inline", kHigh, ""},
-        {"7bit attachment",
-         "Content-Disposition: attachment\r\nContent-Transfer-Encoding: 7bit", kHigh, "7bit"},
+        {"7bit attachment", "Content-Disposition: attachment\r\nContent-Transfer-Encoding: 7bit",
+         kHigh, "7bit"},
     };
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.what);

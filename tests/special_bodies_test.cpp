@@ -39,8 +39,11 @@ private:
     }
 
     static constexpr std::pair<const char*, const char*> kShort[] = {
-        {"alt", "multipart/alternative"}, {"mix", "multipart/mixed"}, {"rel", "multipart/related"},
-        {"html", "text/html"},            {"txt", "text/plain"}};
+        {"alt", "multipart/alternative"},
+        {"mix", "multipart/mixed"},
+        {"rel", "multipart/related"},
+        {"html", "text/html"},
+        {"txt", "text/plain"}};
 
     const char* m_at;
     int m_count = 0;
@@ -141,8 +144,10 @@ TEST(UuDecodeAttachment, OnlyOfThatCoding) {
         const char* coding;
         bool isDecoded;
     };
-    static constexpr Row kRows[] = {{"X-UUencode", true}, {"x-uuencode", true},
-                                    {"uuencode", false},  {"7bit", false},
+    static constexpr Row kRows[] = {{"X-UUencode", true},
+                                    {"x-uuencode", true},
+                                    {"uuencode", false},
+                                    {"7bit", false},
                                     {"", false}};
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.coding);

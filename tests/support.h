@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What the tests share: the engine's buffers to and from standard strings, and inputs that
-// end exactly where their memory does.
+// What the tests share: the engine's buffers to and from standard strings, inputs that end
+// exactly where their memory does, rows of input and output, and made-up texts.
+
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -43,3 +46,35 @@ private:
     size_t m_size;
     std::unique_ptr<char[]> m_data;
 };
+
+inline const unsigned char* raw(std::string_view s) {
+    return reinterpret_cast<const unsigned char*>(s.data());
+}
+
+// What a function makes of a text.
+struct TextRow {
+    const char* what;
+    std::string in, out;
+};
+
+template <class Rows, class Function>
+void expectRows(const Rows& rows, Function function) {
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(function(row.in), row.out);
+    }
+}
+
+inline std::string repeated(std::string_view s, size_t n) {
+    std::string all;
+    while (n--) all += s;
+    return all;
+}
+
+// `n` bytes of an alphabet, or of all values when it is empty.
+inline std::string randomBytes(std::mt19937& random, size_t n, std::string_view alphabet = "") {
+    std::string text(n, '\0');
+    for (char& c : text)
+        c = static_cast<char>(alphabet.empty() ? random() : alphabet[random() % alphabet.size()]);
+    return text;
+}

@@ -81,9 +81,9 @@ bool hasFieldName(const std::string& header) {
 constexpr const char* kOwnFields[] = {"MIME-Version", "Content-Type", "Content-Transfer-Encoding"};
 
 // RFC 5322 3.6.
-constexpr const char* kOnceOnly[] = {"Date",     "From",       "Sender", "Reply-To", "To",
-                                     "Cc",       "Bcc",        "Subject", "Message-ID",
-                                     "In-Reply-To", "References"};
+constexpr const char* kOnceOnly[] = {"Date",       "From",        "Sender",    "Reply-To",
+                                     "To",         "Cc",          "Bcc",       "Subject",
+                                     "Message-ID", "In-Reply-To", "References"};
 
 size_t timesGiven(const ComposeOptions& options, const std::string& name) {
     const std::pair<const char*, bool> fields[] = {{"From", !options.from.empty()},
@@ -239,9 +239,9 @@ StringBuffer Composer::readText(const std::string& path) {
 void Composer::chooseCharset(MimeMessage2& part, const std::string& path,
                              const StringBuffer& text) {
     const std::string& wanted = m_options.charset;
-    part.setCharset(!wanted.empty()   ? wanted.c_str()
+    part.setCharset(!wanted.empty()  ? wanted.c_str()
                     : text.is7bit(0) ? "us-ascii"
-                                      : "utf-8",
+                                     : "utf-8",
                     m_log);
     if (!EncodingConvert::canHold(part.getCharsetCodePage(), text.getString(), text.getSize()))
         fail(path, "the charset " + wanted + " cannot hold this text");
@@ -251,8 +251,7 @@ void Composer::chooseCoding(MimeMessage2& part, const std::string& path) {
     const DataBuffer bytes = wireBytes(part, m_log);
     const WireFacts facts = factsOf(view(bytes));
     std::string coding = m_options.encoding;
-    if (coding.empty())
-        coding = facts.is7bit && facts.fitsLines() ? "7bit" : shorterCoding(bytes);
+    if (coding.empty()) coding = facts.is7bit && facts.fitsLines() ? "7bit" : shorterCoding(bytes);
     if (coding == "7bit" && !facts.is7bit) fail(path, "7bit cannot hold this text");
     if ((coding == "7bit" || coding == "8bit") && !facts.fitsLines())
         fail(path, coding + " cannot hold lines of more than 998 bytes, nor zero bytes");
@@ -303,8 +302,7 @@ Part Composer::filePart(const std::string& path, const char* disposition) {
     if (const char* reason = readWhole(path, bytes)) fail(path, reason);
     const std::string name = headerText(baseName(path), m_log);
     const size_t dot = name.rfind('.');
-    std::string type =
-        zqExtensionToContentType(dot == std::string::npos ? "" : name.c_str() + dot);
+    std::string type = zqExtensionToContentType(dot == std::string::npos ? "" : name.c_str() + dot);
     if (type.starts_with("message/") || type.starts_with("multipart/"))
         type = "application/octet-stream";
     Part part = newPart();

@@ -83,8 +83,8 @@ void makeEmptyText(MimeMessage2& root, LogBase& log) {
 size_t findLine(std::string_view source, std::string_view text, size_t at) {
     for (; (at = source.find(text, at)) != std::string_view::npos; at += text.size()) {
         const size_t behind = source.find_first_not_of(" \t", at + text.size());
-        const bool ends = behind == std::string_view::npos || source[behind] == '\r' ||
-                          source[behind] == '\n';
+        const bool ends =
+            behind == std::string_view::npos || source[behind] == '\r' || source[behind] == '\n';
         if (ends && (at == 0 || source[at - 1] == '\n' || source[at - 1] == '\r')) break;
     }
     return at;
@@ -97,8 +97,8 @@ struct Source {
 
 class Converter {
 public:
-    Converter(const Source& source, MimeMessage2& root, const ConvertOptions& options,
-              LogBase& log, int depth = 0)
+    Converter(const Source& source, MimeMessage2& root, const ConvertOptions& options, LogBase& log,
+              int depth = 0)
         : m_source(source), m_root(root), m_log(log), m_options(options), m_depth(depth) {}
 
     void run();
@@ -235,6 +235,12 @@ void Converter::removeParts() {
 
 void Converter::convertLeaf(size_t index) {
     MimeMessage2& leaf = *m_nodes[index].message;
+    if (leaf.isMultipart()) {
+        // RFC 2045 6.4: damaged as it is, a multipart may not be encoded.
+        if (m_options.to7bit && !leaf.getMimeBodyDb().is7bit(0))
+            tell(index, "8-bit multipart without parts, left as it is");
+        return;
+    }
     const bool isTextLeaf = isText(leaf), was8bit = is8bit(leaf);
     if (isTextLeaf) nameCharset(leaf);
     if (!m_options.charset.empty() && isTextLeaf) toCharset(index);
@@ -244,13 +250,15 @@ void Converter::convertLeaf(size_t index) {
     if (is8bit(leaf) && !was8bit) label8bit(index);
 }
 
-// The engine stores text without a charset that is not UTF-8 as if it were ISO-8859-1, and
-// writes it in UTF-8.
+// The engine stores such text as if it were ISO-8859-1, and does not say so when it writes it.
 void Converter::nameCharset(MimeMessage2& leaf) {
+    constexpr int kNone = 0, kAscii = 20127;
     StringBuffer declared;
-    const bool isNamed = leaf.getCharsetCodePage() != 0 ||
-                         leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
-    if (!isNamed && !leaf.isAttachment(m_log) && !leaf.getMimeBodyDb().is7bit(0))
+    const int codePage = leaf.getCharsetCodePage();
+    const bool isUnnamed =
+        codePage == kNone && !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
+    if ((isUnnamed || codePage == kAscii) && !leaf.isAttachment(m_log) &&
+        !leaf.getMimeBodyDb().is7bit(0))
         leaf.setCharset("utf-8", m_log);
 }
 
@@ -293,8 +301,7 @@ void Converter::fixCoding(MimeMessage2& leaf) {
     const DataBuffer bytes = wireBytes(leaf, m_log);
     const WireFacts facts = factsOf(view(bytes));
     if (!facts.fitsLines()) leaf.setContentEncoding(shorterCoding(bytes), m_log);
-    else if (!facts.is7bit && !is8bit(leaf))
-        leaf.setContentEncoding("8bit", m_log);
+    else if (!facts.is7bit && !is8bit(leaf)) leaf.setContentEncoding("8bit", m_log);
 }
 
 // -- Codings
@@ -344,8 +351,8 @@ void Converter::headerTo7bit(size_t index) {
         part.getHeaderFieldValue(i, /*decode*/ false, value, m_log);
         if (!text.is7bit(0) && !name.isEmpty()) {
             text.clear();
-            appendHeaderField(name.getString(), name.getSize(), value.getString(),
-                              value.getSize(), part.getCharsetCodePage(), text);
+            appendHeaderField(name.getString(), name.getSize(), value.getString(), value.getSize(),
+                              part.getCharsetCodePage(), text);
         }
         if (!text.is7bit(0)) tell(index, "no 7-bit form for the field " + std::string(view(text)));
         if (i > 0) header.append("\r\n");

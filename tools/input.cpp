@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Finds the files that the paths name, reads each whole (readFile), loads it and hands it to
+// Finds the files that the paths name, reads each whole (readWhole), loads it and hands it to
 // the command: forEachMessage, called by every command that reads mail.
 
 #include "tools/input.h"
@@ -155,7 +155,7 @@ private:
         MimeMessage2 root;
         {
             DataBuffer bytes;
-            if (const char* reason = readFile(path, bytes)) return fail(path, reason);
+            if (const char* reason = readWhole(path, bytes)) return fail(path, reason);
             if (!root.loadMimeCompleteDb(bytes, *m_log)) return fail(path, "not a MIME message");
         }
         if (m_severalMessages && m_heading == Heading::Path) writeHeading(path);
@@ -185,10 +185,6 @@ private:
 };
 
 }  // namespace
-
-const char* readFile(const std::string& path, DataBuffer& bytes) {
-    return readWhole(path, bytes);
-}
 
 ExitStatus forEachMessage(const Options& options, Output& out, Heading heading,
                           const ShowMessage& show) {

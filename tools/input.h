@@ -11,10 +11,6 @@
 #include "tools/options.h"
 #include "tools/output.h"
 
-// Reads a file, or standard input for "-".  Null when `bytes` holds it all, else the reason
-// why not.
-const char* readFile(const std::string& path, DataBuffer& bytes);
-
 struct Message {
     std::string path;
     MimeMessage2& root;

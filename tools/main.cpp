@@ -159,7 +159,7 @@ void addConvertOptions(CLI::App& app, Options& options) {
     addCharset(app, convert.charset, "texts in this charset, or else in utf-8");
     app.add_flag("--remove-attachments", convert.removeAttachments, "drop what is attached");
     app.add_option("--only", convert.only, "drop all parts but of these types")
-        ->type_name("TYPE ...")
+        ->type_name("TYPE")
         ->check([](const std::string& type) {
             const size_t slash = type.find('/');
             return slash != 0 && slash + 1 < type.size() && slash != std::string::npos

@@ -156,7 +156,7 @@ import base64
 head = "Content-Type: text/plain\r\nContent-Transfer-Encoding: base64\r\n"
 for i, text in enumerate([b"x" * 999, b"nul\0", b"cr\rlf\n", b"x" * 998 + b"\r\n"]):
     if i == 0: print("Content-Type: multipart/mixed; boundary=B\r\n\r\n--B", end="\r\n")
-    print(head + "\r\n" + base64.encodebytes(text).decode() + "--B" + "--" * (i == 3), end="\r\n")
+    print(head + "\r\n" + base64.encodebytes(text).decode().replace("\n", "\r\n") + "--B" + "--" * (i == 3), end="\r\n")
 PY
 converted mail-long --to-8bit
 ok "to-8bit: only lines that may be sent so" is "$(leaves | grep -oE 'base64|8bit' | tr '\n' ' ')" \
@@ -184,7 +184,7 @@ converted mail --remove-attachments --only 'text/*' --charset utf-8 --to-7bit
 ok "combined" is "$(leaves | tail -3 | grep -cE 'charset=utf-8 +(base64|quoted)')" 3
 {
     printf 'Content-Type: multipart/mixed; boundary=A\n\n--A\n'
-    printf 'Content-Type: multipart/mixed; boundary=B\n\n--B\nContent-Type: a/b\n\n1\n--B--\n\n--A\n\n2\n--A--\n'
+    printf 'Content-Type: multipart/mixed; boundary=B\n\n--B\nContent-Type: a/b\n\n1\n--B--\n\n--A\nContent-Type: text/plain\n\nsecond\n--A--\n'
 } | crlf >nested
 converted nested --only text/plain
 ok "only: an emptied multipart goes, one with a child stays" is "$(shape)" "multipart/mixed text/plain "
