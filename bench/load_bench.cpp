@@ -76,9 +76,10 @@ std::string attachment() {
 std::string manyParts() {
     std::string text = header("multipart/mixed; boundary=\"parts_0042\"") + "\r\n";
     for (int i = 0; i < 2000; ++i)
-        text += "--parts_0042\r\nContent-Type: text/plain; charset=utf-8\r\n"
-                "Content-Disposition: inline; filename=\"" +
-                std::to_string(i) + ".txt\"\r\n\r\n" + prose(300) + "\r\n";
+        text +=
+            "--parts_0042\r\nContent-Type: text/plain; charset=utf-8\r\n"
+            "Content-Disposition: inline; filename=\"" +
+            std::to_string(i) + ".txt\"\r\n\r\n" + prose(300) + "\r\n";
     return text + "--parts_0042--\r\n";
 }
 
@@ -86,7 +87,8 @@ std::string nested() {
     std::string text = header("multipart/mixed; boundary=\"n0\"") + "\r\n", tail;
     for (int i = 0; i < 1000; ++i) {
         const std::string inner = "n" + std::to_string(i + 1), outer = "n" + std::to_string(i);
-        text += "--" + outer + "\r\nContent-Type: multipart/mixed; boundary=\"" + inner + "\"\r\n\r\n";
+        text +=
+            "--" + outer + "\r\nContent-Type: multipart/mixed; boundary=\"" + inner + "\"\r\n\r\n";
         tail = "\r\n--" + outer + "--\r\n" + tail;
     }
     return text + "--n1000\r\n\r\n" + prose(1000) + "\r\n--n1000--\r\n" + tail;
