@@ -39,8 +39,7 @@ void makeSafe(StringBuffer& name) {
 
 }  // namespace
 
-void MimeMessage2::extractPartsToFiles(ExtPtrArray& savedPaths, XString& directory,
-                                       LogBase& log) {
+void MimeMessage2::extractPartsToFiles(ExtPtrArray& savedPaths, XString& directory, LogBase& log) {
     struct Level {
         MimeMessage2* node;
         int next;

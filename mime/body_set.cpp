@@ -156,8 +156,8 @@ void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const Str
 
 void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    OperationContext context(log, "setMimeBodyBase64");
     if (!isAlive()) return;
+    OperationContext context(log, "setMimeBodyBase64");
     m_modified = true;
     const int codePage = charset.getCodePage();
     const NewBody fresh(m_mimeBody);
@@ -281,8 +281,8 @@ void MimeMessage2::setMimeBodyString_UnencodedX(XString& text, LogBase& log) {
 }
 
 bool MimeMessage2::setBodyFromPlainText(XString& text, LogBase& log) {
-    OperationContext context(log, "setBodyFromPlainText");
     if (!isAlive()) return false;
+    OperationContext context(log, "setBodyFromPlainText");
     setMimeBodyString(text, log);
     if (!text.is7bit() && m_charset.getCodePage() == codepage::kNone) {
         setContentType("text/plain", false, log);

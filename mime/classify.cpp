@@ -74,8 +74,9 @@ bool MimeMessage2::isEnvelopedData(LogBase& log) const {
 }
 
 bool MimeMessage2::isSignedData(LogBase& log) const {
+    if (!isAlive()) return false;
     OperationContext context(log, "isSignedData");
-    if (!isAlive() || !isPkcs7Mime()) return false;
+    if (!isPkcs7Mime()) return false;
     return hasGroupWiseMark(log) || m_contentType.m_smimeType.equalsIgnoreCase("signed-data") ||
            m_contentType.m_protocol.containsSubstring("signature");
 }

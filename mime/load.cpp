@@ -289,8 +289,8 @@ bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
 bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
                               const unsigned char* body, unsigned int bodySize, ExtPtrArray& parts,
                               bool inputIsUtf8, LogBase& log) {
-    OperationContext context(log, "loadMime");
     if (!isAlive()) return false;
+    OperationContext context(log, "loadMime");
     const MemoryWatch memory;
     if (!body) bodySize = 0;
     DataBuffer keptBody;

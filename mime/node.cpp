@@ -36,7 +36,9 @@ __attribute__((noinline)) bool MimeMessage2::isAlive() const {
     return static_cast<const volatile uint32_t&>(m_magic) == kMagic;
 }
 
-MimeMessage2* MimeMessage2::createNewObject() { return notingRefusal(new (std::nothrow) MimeMessage2); }
+MimeMessage2* MimeMessage2::createNewObject() {
+    return notingRefusal(new (std::nothrow) MimeMessage2);
+}
 
 void MimeMessage2::clear() {
     if (!isAlive()) return;

@@ -32,7 +32,9 @@ private:
     void writeNextPart();
     void writeHead(const MimeMessage2* part);
     void delimiter(const MimeMessage2& node, const char* tail);
-    void open(const MimeMessage2& node, int next, Kind kind) { m_open.push(Open{&node, next, kind}); }
+    void open(const MimeMessage2& node, int next, Kind kind) {
+        m_open.push(Open{&node, next, kind});
+    }
 
     DataBuffer& m_out;
     LogBase& m_log;

@@ -49,8 +49,7 @@ Step stepToHtml(const MimeMessage2& node, MimeMessage2*& next) {
 
 MimeMessage2* MimeMessage2::getHtmlBodyObject(LogBase&) {
     MimeMessage2* current = this;
-    while (current->isAlive() && !current->isMultipartAlternative() &&
-           current->getNumParts() > 0) {
+    while (current->isAlive() && !current->isMultipartAlternative() && current->getNumParts() > 0) {
         MimeMessage2* next = nullptr;
         const Step step = stepToHtml(*current, next);
         if (step == Step::Found) return next;
@@ -66,8 +65,7 @@ MimeMessage2* MimeMessage2::getHtmlBodyObject(LogBase&) {
 // alternatives it gives the body of the multipart itself.
 bool MimeMessage2::getHtmlBody(DataBuffer& out, LogBase&) {
     const MimeMessage2* current = this;
-    while (current->isAlive() && !current->isMultipartAlternative() &&
-           current->getNumParts() > 0) {
+    while (current->isAlive() && !current->isMultipartAlternative() && current->getNumParts() > 0) {
         const MimeMessage2* first = current->getPart(0);
         if (!first) break;
         current = first;

@@ -10,8 +10,8 @@
 #include "foundation/GrowArray.h"
 #include "foundation/TreeNode.h"
 #include "foundation/header_fields.h"
-#include "foundation/zqStrings.h"
 #include "foundation/memory_watch.h"
+#include "foundation/zqStrings.h"
 #include "mime/internal.h"
 
 namespace {
@@ -57,8 +57,8 @@ MimeMessage2* MimeMessage2::createMimeFromXml(const StringBuffer& xml, const cha
     return element ? createMimeFromTree(*element, addPreamble, log) : nullptr;
 }
 
-bool MimeMessage2::createMultipleFromXml(const StringBuffer& xml, const char* tag,
-                                         ExtPtrArray& out, bool addPreamble, LogBase& log) {
+bool MimeMessage2::createMultipleFromXml(const StringBuffer& xml, const char* tag, ExtPtrArray& out,
+                                         bool addPreamble, LogBase& log) {
     const ParsedXml document(xml, log);
     if (!document.root()) return false;
     findMimeAndCreate(*document.root(), tag ? tag : kMessageTag, out, addPreamble, log);
@@ -194,8 +194,7 @@ void XmlTreeBuilder::keepSigned(MimeMessage2& node) {
     if (!content || !node.isMultipartSigned(m_log)) return;
     if (++m_open->signatures <= kMaxSignatures)
         content->getMimeTextDb(content->m_signedData, /*bodyOnly*/ false, m_log);
-    else
-        m_log.logError("Signatures nest too deep, what they sign is left out.");
+    else m_log.logError("Signatures nest too deep, what they sign is left out.");
 }
 
 MimeMessage2* MimeMessage2::createMimeFromTree(TreeNode& mimeElement, bool addPreamble,
@@ -254,8 +253,7 @@ bool MimeMessage2::buildHeaderFromXml(TreeNode& header, StringBuffer& headerText
     for (int i = 0; TreeNode* field = header.getChild(i); ++i) {
         if (isXmlAddressField(field->getTag()))
             buildAddressesFromXml(*field, headerText, /*reserved*/ false, log);
-        else
-            appendField(*field, headerText);
+        else appendField(*field, headerText);
     }
     return true;
 }

@@ -22,8 +22,7 @@ bool MimeMessage2::getMimeXml(StringBuffer& out, LogBase& log) {
 // The header and the "body" element with its content, but without the parts; gives a handle
 // to "body".
 bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
-    if (!isAlive() || !m_mimeHeader.mimeHeaderToXml(xml, getCharsetCodePage(), nullptr, log))
-        return false;
+    if (!m_mimeHeader.mimeHeaderToXml(xml, getCharsetCodePage(), nullptr, log)) return false;
     body = xml.newChild("body", nullptr, nullptr);
     if (!body || m_mimeBody.isEmpty()) return body != nullptr;
     StringBuffer text;
@@ -45,6 +44,7 @@ bool MimeMessage2::getMimeXmlR(ClsXml& xml, LogBase& log) {
     GrowArray<Level, 8> levels;
     const auto open = [&](MimeMessage2* node, ClsXml& element) {
         ClsXml* body = nullptr;
+        if (!node->isAlive()) return false;
         log.enterContext("getMimeXml", log.m_verbose);
         if (node->startXml(element, body, log) && levels.push(Level{node, body, 0})) return true;
         if (body) body->deleteSelf();
