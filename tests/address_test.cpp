@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "foundation/ExtPtrArray.h"
 #include "foundation/LogNull.h"
 #include "foundation/_zqEmailAddress.h"
@@ -11,37 +7,27 @@
 
 namespace {
 
-const _zqEmailAddress& at(const ExtPtrArray& list, int i) {
-    return *static_cast<const _zqEmailAddress*>(list.elementAt(i));
-}
-
-// "name|address" for each mailbox, joined by " ; ".
-std::string parse(std::string_view text) {
-    const std::string copy(text);
-    const Exact exact(std::string_view(copy.c_str(), copy.size() + 1));
+// "name|address" for each mailbox, joined by " ; ", behind what is in the list already.
+std::string parse(const std::string& text) {
+    const Exact exact(std::string_view(text.c_str(), text.size() + 1));
     ExtPtrArray list;
     LogNull log;
+    list.appendPtr(nullptr);
     EXPECT_TRUE(_zqEmailAddress::parseAndLoadList(exact.data(), list, 0, log));
     std::string out;
-    for (int i = 0; i < list.getSize(); ++i) {
-        if (i) out += " ; ";
-        out += str(at(list, i).m_displayName.getUtf8Sb()) + "|" +
-               str(at(list, i).m_address.getUtf8Sb());
+    for (int i = 1; i < list.getSize(); ++i) {
+        auto& one = *static_cast<_zqEmailAddress*>(list.elementAt(i));
+        out += i > 1 ? " ; " : "";
+        out += str(one.m_displayName.getUtf8Sb()) + "|" + str(one.m_address.getUtf8Sb());
     }
     return out;
 }
 
-struct Row {
-    const char *what, *in, *out;
-};
-
-constexpr Row kRows[] = {
+const TextRow kRows[] = {
     {"name and angle", "Joe Q. Bloggs <a@b>, x@y", "Joe Q. Bloggs|a@b ; |x@y"},
     {"quoted name", R"("Bloggs, Joe" <a@b>,"x"<c@d>)", "Bloggs, Joe|a@b ; x|c@d"},
     {"escapes in a name", R"("The \"Joe\" \\ <x>" <a@b>)", R"(The "Joe" \ <x>|a@b)"},
     {"quoted and bare words", R"(Dr. "J. R." Bloggs <a@b>)", "Dr. J. R. Bloggs|a@b"},
-    {"bare address", "a@b", "|a@b"},
-    {"only an angle", " < a@b > ", "|a@b"},
     {"comment as a name", "a@b ( Joe (of \\) x) Bloggs)", "Joe (of ) x) Bloggs|a@b"},
     {"comment beside a name", "(x) Joe (y, z) <a@b (w)>", "Joe|a@b"},
     {"comments without separators", "a@b (Joe) c@d (Jim)", "Joe|a@b ; Jim|c@d"},
@@ -51,26 +37,24 @@ constexpr Row kRows[] = {
     {"empty group among others", "a@b, Nobody: ; c@d", "|a@b ; |c@d"},
     {"at sign in a group name", "\"a@b\": c@d;", "|c@d"},
     {"group without an end", "\"Fri, ends\": a@b", "|a@b"},
-    {"colon behind an address", "a@[IPv6:2001:db8::1], b@c:25", "|a@[IPv6:2001:db8::1] ; |b@c:25"},
+    {"colon behind an address", "a@[v6:2::1], b@c:25", "|a@[v6:2::1] ; |b@c:25"},
     {"route", "Joe <@x,@y:a@b>", "Joe|a@b"},
     {"colon in an angle", "<a@[IPv6:1::2]>", "|a@[IPv6:1::2]"},
     {"semicolons", "a@b; Joe <c@d>;;", "|a@b ; Joe|c@d"},
     {"doubled commas", ", ,a@b,,c@d,", "|a@b ; |c@d"},
-    {"missing separators", "<a@b> <c@d> Joe <e@f>\"x\" <g@h>", "|a@b ; |c@d ; Joe|e@f ; x|g@h"},
+    {"no separators", "<a@b> <c@d> Joe <e@f>\"x\" <g@h>", "|a@b ; |c@d ; Joe|e@f ; x|g@h"},
     {"missing angles", "Joe Bloggs a@b c@d Jim", "Joe Bloggs|a@b ; Jim|c@d"},
     {"address as a name", "a@b <a@b>, \"c@d\" <c@d>", "a@b|a@b ; c@d|c@d"},
     {"at sign in a name", "Joe @ Work <a@b>", "Joe @ Work|a@b"},
     {"blanks around the at sign", "a @ b, < c @ d . e >", "|a@b ; |c@d.e"},
-    {"encoded word", "=?utf-8?Q?M=FCller?= <a@b>", "=?utf-8?Q?M=FCller?=|a@b"},
-    {"comma in an encoded word", "=?utf-8?Q?M=FCller, \"H:<?= <a@b>,c@d",
-     "=?utf-8?Q?M=FCller, \"H:<?=|a@b ; |c@d"},
+    {"comma in a word", "=?u?Q?M=FC, \"H:<?= <a@b>,c@d", "=?u?Q?M=FC, \"H:<?=|a@b ; |c@d"},
     {"encoded word that is none", "=?x?Q?a, b? <a@b>", "|=?x?Q?a ; b?|a@b"},
     {"encoded word in no coding", "=?x?Z?a, b?= <c@d>", "|=?x?Z?a ; b?=|c@d"},
     {"encoded word made by a comment", "=?u?Q?x(?)a@b?=", "?|=?u?Q?x a@b?="},
     {"encoded word in quotes", "\"=?x?B?YQ==?= b\" <a@b>", "=?x?B?YQ==?= b|a@b"},
     {"folds", "Joe\r\n\tBloggs\r\n <a@b>,\r\n c@d\n", "Joe\tBloggs|a@b ; |c@d"},
     {"fold in quotes", "\"Bloggs,\r\n Joe\" <a@b>", "Bloggs, Joe|a@b"},
-    {"line break without a blank", "a@b\nc@d", "|a@b ; |c@d"},
+    {"bare line break", "a@b\nc@d", "|a@b ; |c@d"},
     {"quoted local part", R"("a b"@c, <"x>,\"y"@d>)", R"(|"a b"@c ; |"x>,\"y"@d)"},
     {"quote that is never closed", "\"Joe <a@b>, c@d", "Joe|a@b ; |c@d"},
     {"angle that is never closed", "Joe <a@b", "Joe|a@b"},
@@ -80,38 +64,16 @@ constexpr Row kRows[] = {
     {"comment that is never closed", "a@b (Joe, c@d", "Joe|a@b ; |c@d"},
     {"doubled angles", "Joe <<a@b>>, c@d", "Joe|a@b ; |c@d"},
     {"empty angle", "Joe <>, <>", "|Joe"},
-    {"words without an address", "Joe Bloggs, \"x, y\", postmaster (z)",
-     "|Joe Bloggs ; |\"x, y\" ; z|postmaster"},
-    {"UTF-8", "J\xC3\xB6rg <j\xC3\xB6rg@m\xC3\xBCller.de>",
-     "J\xC3\xB6rg|j\xC3\xB6rg@m\xC3\xBCller.de"},
-    {"raw bytes", "J\xF6rg <a@b>", "J\xF6rg|a@b"},
-    {"nothing", " \t(only a comment)", ""},
+    {"no address", "Joe Bloggs, \"x, y\", me (z)", "|Joe Bloggs ; |\"x, y\" ; z|me"},
 };
 
-TEST(EmailAddress, Rows) {
-    for (const Row& row : kRows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(parse(row.in), row.out);
-    }
-}
-
-TEST(EmailAddress, AppendsToTheArray) {
-    ExtPtrArray list;
-    LogNull log;
-    EXPECT_TRUE(_zqEmailAddress::parseAndLoadList("a@b", list, 0, log));
-    EXPECT_TRUE(_zqEmailAddress::parseAndLoadList(nullptr, list, 0, log));
-    EXPECT_TRUE(_zqEmailAddress::parseAndLoadList("c@d", list, 0, log));
-    ASSERT_EQ(list.getSize(), 2);
-    EXPECT_STREQ(at(list, 1).m_address.getUtf8(), "c@d");
-}
+TEST(EmailAddress, Rows) { expectRows(kRows, parse); }
 
 // Names and addresses of every kind, written as RFC 5322 asks, come back.
 TEST(EmailAddress, WrittenListsReadBack) {
     std::mt19937 random(5);
-    const auto text = [&](std::string_view bytes) {
-        std::string s;
-        for (auto n = 1 + random() % 8; n; --n) s += bytes[random() % bytes.size()];
-        return s;
+    const auto text = [&](std::string_view set) {
+        return randomBytes(random, 1 + random() % 8, set);
     };
     for (int round = 0; round < 2000; ++round) {
         std::string list, expected;
@@ -119,8 +81,7 @@ TEST(EmailAddress, WrittenListsReadBack) {
             const std::string name = "n" + text("ab,;:<>()@[]\"\\.=? '") + "n";
             const std::string address = text("ab.+=?") + "@" + text("cd-.");
             std::string quoted;
-            for (char c : name)
-                quoted += (c == '"' || c == '\\') ? std::string("\\") + c : std::string(1, c);
+            for (char c : name) quoted += (c == '"' || c == '\\' ? "\\" : "") + std::string(1, c);
             list += "\"" + quoted + "\" <" + address + ">" + (n > 1 ? ", " : "");
             expected += name + "|" + address + (n > 1 ? " ; " : "");
         }
@@ -130,31 +91,18 @@ TEST(EmailAddress, WrittenListsReadBack) {
 
 // Would take minutes if any step looked at the rest of the text again.
 TEST(EmailAddress, LongListsTakeLinearTime) {
-    const auto repeat = [](std::string_view s, int n) {
-        std::string all;
-        while (n--) all += s;
-        return all;
-    };
-    ExtPtrArray list;
-    LogNull log;
-    const std::string many = repeat("Joe <a@b>, ", 100000);
-    EXPECT_TRUE(_zqEmailAddress::parseAndLoadList(many.c_str(), list, 0, log));
-    EXPECT_EQ(list.getSize(), 100000);
-    EXPECT_EQ(parse("a@b " + repeat("(", 100000) + "x" + repeat(")", 100000)).size(), 200003u);
+    EXPECT_EQ(parse(repeated("J <a@b>, ", 100000)).size(), 799997u);
+    EXPECT_EQ(parse("a@b " + repeated("(", 100000) + "x" + repeated(")", 100000)).size(), 200003u);
     for (const char* s :
          {"(", "\"", "\\\"", "<", "<\"", "a@b \"", "=?x?Q?", "=?", "=?a?b? \"", "@[", "a@b (", ":",
           "a@b(x)", "a ", "<@a:", "a@b(", "=?u?Q?x(?)\"?=\" \"\\\""})
-        parse(repeat(s, 200000));
+        parse(repeated(s, 200000));
 }
 
 TEST(EmailAddress, AnyBytes) {
     std::mt19937 random(7);
-    const std::string_view bytes = "ab@@..,;:<>()\"\"\\ \r\n=?Q[]\xC3\xB6";
-    for (int round = 0; round < 20000; ++round) {
-        std::string text;
-        for (auto n = random() % 30; n; --n) text += bytes[random() % bytes.size()];
-        parse(text);
-    }
+    for (int round = 0; round < 20000; ++round)
+        parse(randomBytes(random, random() % 30, "ab@@..,;:<>()\"\"\\ \r\n=?Q[]\xC3\xB6"));
 }
 
 }  // namespace

@@ -4,8 +4,9 @@
 // as it stands and with its line ends changed to LF and to CR.  NAME.tree holds one section
 // for each outline, headed by the ways of loading that give it.
 //
-// A difference is printed and the outlines found are put into NAME.tree.new in the build
-// directory.  With MIMETREE_ACCEPT=1 in the environment they replace the golden instead.
+// Where they differ, the outlines found are put into NAME.tree.new in the build directory, and
+// the command that shows the difference is printed.  With MIMETREE_ACCEPT=1 in the environment they
+// replace the golden instead.
 
 #include <gtest/gtest.h>
 
@@ -85,28 +86,6 @@ std::string sectionsOf(const std::string& mail) {
     return out;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::istringstream in(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
-// The lines that differ, between those that both begin and end with.
-std::string difference(const std::string& expected, const std::string& found) {
-    std::vector<std::string> a = linesOf(expected), b = linesOf(found);
-    size_t same = 0;
-    while (same < a.size() && same < b.size() && a[same] == b[same]) ++same;
-    while (a.size() > same && b.size() > same && a.back() == b.back()) {
-        a.pop_back();
-        b.pop_back();
-    }
-    std::string out = "from line " + std::to_string(same + 1) + '\n';
-    for (size_t i = same; i < a.size(); ++i) out += "- " + a[i] + '\n';
-    for (size_t i = same; i < b.size(); ++i) out += "+ " + b[i] + '\n';
-    return out;
-}
-
 std::string fileContent(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
@@ -139,6 +118,6 @@ TEST(Golden, Outlines) {
         if (expected == found) continue;
         const std::string kept = MIMETREE_OUTPUT_DIR "/" + sample.name + ".tree.new";
         save(kept, found);
-        ADD_FAILURE() << difference(expected, found) << "The whole is in " << kept;
+        ADD_FAILURE() << "diff " << golden << ' ' << kept;
     }
 }

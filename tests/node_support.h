@@ -33,8 +33,7 @@ inline NodePtr fromBytes(std::string_view bytes, LogBase& log = noLog) {
 // A leaf with this header and this body, as a loader would make it.
 inline NodePtr leaf(const std::string& header, std::string_view body = "") {
     NodePtr node = fromBytes(header + "\r\n\r\n");
-    node->setMimeBodyBinary2(reinterpret_cast<const unsigned char*>(body.data()),
-                             static_cast<unsigned>(body.size()), noLog);
+    node->setMimeBodyBinary2(raw(body), static_cast<unsigned>(body.size()), noLog);
     node->m_modified = false;
     return node;
 }
@@ -62,6 +61,40 @@ inline std::string outline(const MimeMessage2& node) {
     return text + "]";
 }
 
+// All that a load leaves in a tree: "header|facts|body|signed bytes(part)(part)".
+inline std::string contentOf(const MimeMessage2& node) {
+    std::string text = headerOf(node) + "|" + node.getContentType() + ";" + node.getCharset();
+    for (const StringBuffer* fact :
+         {&node.m_contentType.m_boundary, &node.m_contentType.m_name, &node.m_disposition,
+          &node.m_filename, &node.m_contentId, &node.m_contentTransferEncoding})
+        text += ";" + str(*fact);
+    text += "|" + bodyOf(node) + "|" + str(node.m_signedData);
+    for (int i = 0; i < node.getNumParts(); ++i)
+        text += "(" + (node.getPart(i) ? contentOf(*node.getPart(i)) : "") + ")";
+    return text;
+}
+
+// "|" for a line break, so that a header fits its row; and back.
+inline std::string crlf(std::string_view text) {
+    StringBuffer out = sb(text);
+    out.replaceAllOccurances("|", "\r\n");
+    return str(out);
+}
+
+inline std::string barred(std::string_view text) {
+    StringBuffer out = sb(text);
+    out.replaceAllOccurances("\r\n", "|");
+    return str(out);
+}
+
+// What a getter puts behind "<", then ">" where it answers true and "!" where not.
+template <typename Getter>
+std::string got(Getter get) {
+    StringBuffer out = sb("<");
+    out.append(get(out) ? ">" : "!");
+    return str(out);
+}
+
 // The lines of a log without contexts, indentation and empty ones, "|" behind each.
 inline std::string linesOf(const LogText& log) {
     std::string text;
@@ -73,4 +106,13 @@ inline std::string linesOf(const LogText& log) {
         if (!line.empty() && !line.ends_with(':')) text.append(line).append("|");
     }
     return text;
+}
+
+// What a log is told by `work`.
+template <typename Work>
+std::string told(Work work, bool verbose = true) {
+    LogText log;
+    log.m_verbose = verbose;
+    work(log);
+    return linesOf(log);
 }

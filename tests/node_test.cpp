@@ -3,8 +3,6 @@
 // The node as an object: its marker, the child list and who owns what, searches, and the two
 // ways to copy a node.
 
-#include <gtest/gtest.h>
-
 #include <new>
 
 #include "foundation/Psdk.h"
@@ -16,6 +14,12 @@ MimeMessage2* typed(const char* type) {
     return leaf(std::string("Content-Type: ") + type).release();
 }
 
+std::string flagsOf(const MimeMessage2& n) {
+    return std::string(n.m_modified ? "modified " : "") + (n.m_auxFlag ? "aux " : "") +
+           (n.m_auxFlag2 ? "aux2 " : "") + (n.m_useMmMessage ? "mm " : "") +
+           (n.m_contentType.m_formatFlowed ? "flowed " : "") + std::to_string(n.m_binarySafeState);
+}
+
 TEST(Node, WithoutMarkerNothingHappens) {
     alignas(MimeMessage2) unsigned char place[sizeof(MimeMessage2)];
     auto* node = new (place) MimeMessage2;
@@ -23,21 +27,21 @@ TEST(Node, WithoutMarkerNothingHappens) {
     node->~MimeMessage2();
     EXPECT_EQ(node->m_magic, 0u);
 
-    NodePtr doomed = leaf("A: 1", "body");
-    NodePtr part(typed("a/b"));
-    doomed->addPart(typed("c/d"));
-    doomed->m_magic = 0;
+    NodePtr doomed = leaf("A: 1", "body"), part(typed("a/b"));
     MimeMessage2& n = *doomed;
+    n.addPart(typed("c/d"));
+    n.m_modified = false;
+    const std::string before = contentOf(n);
+    n.m_magic = 0;
     const auto count = Psdk::numCorruptObjects();
     EXPECT_EQ(bodyOf(n), "body");
     EXPECT_EQ(Psdk::numCorruptObjects(), count + 1);
-    n.m_modified = false;
     n.clear();
     n.addPart(part.get());
     n.addPartInFront(part.get());
     n.replacePart(0, part.get(), noLog);
     n.removePart(0, noLog);
-    n.setSignedData(reinterpret_cast<const unsigned char*>("x"), 1);
+    n.setSignedData(raw("x"), 1);
     n.setUseMmMessage(true);
     n.setBoundary("b", noLog);
     n.setFilenameUtf8("x", noLog);
@@ -46,254 +50,142 @@ TEST(Node, WithoutMarkerNothingHappens) {
     n.clearMimeBody();
     StringBuffer text, clue;
     DataBuffer data = db("A: 1\r\n\r\nb");
-    EXPECT_FALSE(n.getMimeTextSb(text, false, noLog));
-    EXPECT_FALSE(n.getHeaderFieldUtf8("A", text, noLog));
-    EXPECT_FALSE(n.loadMimeComplete(text, noLog, false));
-    EXPECT_FALSE(n.loadMimeCompleteDb(data, noLog));
-    EXPECT_FALSE(n.parseMimeBody("", "x", 1, false, clue, noLog, false));
+    EXPECT_FALSE(n.getMimeTextSb(text, false, noLog) || n.getHeaderFieldUtf8("A", text, noLog) ||
+                 n.loadMimeComplete(text, noLog, false) || n.loadMimeCompleteDb(data, noLog) ||
+                 n.parseMimeBody("", "x", 1, false, clue, noLog, false));
     n.getMimeBodyEncoded2(text, noLog);
     n.assemble2(data, noLog);
     n.copyMimeBody(data, noLog);
-    EXPECT_EQ(n.extractPart(0), nullptr);
-    EXPECT_EQ(n.getPart(0), nullptr);
-    EXPECT_EQ(n.getNumParts(), 0);
-    EXPECT_EQ(n.getNumHeaderFields(), 0);
-    EXPECT_EQ(n.getContentType(), nullptr);
-    EXPECT_EQ(n.cloneMimeMessage(nullptr), nullptr);
-    EXPECT_EQ(n.findByVantrelObjectId(n.m_objectId), nullptr);
-    EXPECT_EQ(n.findContentType(nullptr, "c/d"), nullptr);
-    EXPECT_FALSE(n.m_modified);
-    EXPECT_FALSE(n.getUseMmMessage());
-    EXPECT_TRUE(text.isEmpty());
-    EXPECT_EQ(str(data), "A: 1\r\n\r\nb");
+    EXPECT_FALSE(n.extractPart(0) || n.getPart(0) || n.getNumParts() || n.getNumHeaderFields() ||
+                 n.getContentType() || n.cloneMimeMessage(nullptr) || n.getUseMmMessage() ||
+                 n.findByVantrelObjectId(n.m_objectId) || n.findContentType(nullptr, "c/d"));
+    EXPECT_EQ(str(text) + str(data), "A: 1\r\n\r\nb");
     n.m_magic = 0xa4ee21fb;
-    EXPECT_EQ(written(n).substr(0, 8), "A: 1\r\n\r\n");
-    EXPECT_EQ(n.getNumParts(), 1);
-    EXPECT_TRUE(n.getSignedData().isEmpty());
+    EXPECT_EQ(contentOf(n), before);
+    EXPECT_EQ(flagsOf(n), "aux2 0");
+}
+
+NodePtr fullNode() {
+    NodePtr node = fromBytes(
+        "Content-Type: multipart/signed; smime-type=s; boundary=b; charset=koi8-r; "
+        "format=flowed\r\n"
+        "Content-ID: <i>\r\nContent-Disposition: d; filename=f\r\n"
+        "Content-Transfer-Encoding: 8bit\r\n\r\n--b\r\nA: 1\r\n\r\none\r\n--b--");
+    node->addPart(nullptr);
+    node->setMimeBodyBinary2(raw("body"), 4, noLog);
+    node->setSignedData(raw("x"), 1);
+    node->m_auxFlag = node->m_useMmMessage = true;
+    node->m_auxFlag2 = false;
+    node->m_binarySafeState = 2;
+    return node;
 }
 
 TEST(Node, ClearKeepsWhatIsNoContent) {
-    const NodePtr node = fromBytes(
-        "Content-Type: text/plain; charset=koi8-r; format=flowed\r\n"
-        "Content-ID: i\r\nContent-Disposition: d; filename=f\r\n"
-        "Content-Transfer-Encoding: 8bit\r\n\r\nbody");
-    node->addPart(typed("a/b"));
-    node->setSignedData(reinterpret_cast<const unsigned char*>("x"), 1);
-    node->setUseMmMessage(true);
-    node->m_auxFlag = true;
-    node->m_auxFlag2 = false;
-    node->m_binarySafeState = 2;
+    const NodePtr node = fullNode();
     node->clear();
-    EXPECT_EQ(written(*node), "\r\n\r\n");
-    EXPECT_EQ(node->getCharsetCodePage(), 20866);
-    EXPECT_TRUE(node->m_contentType.m_type.isEmpty() && node->m_contentId.isEmpty() &&
-                node->m_disposition.isEmpty() && node->m_filename.isEmpty() &&
-                node->m_contentTransferEncoding.isEmpty() && node->m_signedData.isEmpty());
-    EXPECT_FALSE(node->m_modified || node->m_auxFlag || node->m_auxFlag2 ||
-                 node->getFormatFlowed());
-    EXPECT_TRUE(node->m_useMmMessage);
-    EXPECT_EQ(node->m_binarySafeState, 2);
-    EXPECT_EQ(node->getNumParts(), 0);
+    EXPECT_EQ(contentOf(*node), "|;koi8-r;;;;;;||");
+    EXPECT_EQ(flagsOf(*node), "mm 2");
+}
+
+TEST(Node, Take) {
+    const NodePtr source = fullNode(),
+                  node = leaf("Content-Type: text/plain; charset=utf-8", "old");
+    const std::string header = headerOf(*source);
+    node->addPart(typed("a/b"));
+    node->setSignedData(raw("y"), 1);
+    node->takeMimeMessage(*source, noLog);
+    for (int again = 0; again < 2; ++again) {
+        EXPECT_EQ(
+            contentOf(*node),
+            header +
+                "|multipart/signed;utf-8;b;;d;f;<i>;8bit|body|(A: 1|;;;;;;;|one|A: 1\r\n\r\none)");
+        EXPECT_EQ(flagsOf(*node) + str(node->m_contentType.m_smimeType),
+                  "modified aux aux2 flowed 0s");
+        node->takeMimeMessage(*node, noLog);
+    }
+    EXPECT_EQ(contentOf(*source), header + "|multipart/signed;koi8-r;b;;d;f;<i>;8bit|body|x()()");
 }
 
 TEST(Node, Children) {
     NodePtr node(MimeMessage2::createNewObject());
-    EXPECT_TRUE(node->m_auxFlag2);
-    MimeMessage2 *const a = typed("x/a"), *const b = typed("x/b"), *const c = typed("x/c");
-    node->addPart(a);
-    EXPECT_TRUE(node->m_modified);
-    node->m_modified = false;
-    node->addPartInFront(b);
-    EXPECT_TRUE(node->m_modified);
-    node->m_modified = false;
-    EXPECT_EQ(node->getPart(0), b);
-    EXPECT_EQ(node->getPart(1), a);
-    EXPECT_EQ(node->getPart(-1), nullptr);
-    node->replacePart(-1, c, noLog);
-    node->replacePart(2, c, noLog);
-    EXPECT_EQ(node->getNumParts(), 2);
-    node->replacePart(0, c, noLog);
-    EXPECT_EQ(node->getPart(0), c);
-    EXPECT_STREQ(b->getContentType(), "x/b");  // the caller's again
-    delete b;
-    node->removePart(0, noLog);
-    node->removePart(7, noLog);
-    node->removePart(-1, noLog);
-    EXPECT_EQ(node->getNumParts(), 1);
-    EXPECT_FALSE(node->m_modified);
-    EXPECT_EQ(node->extractPart(99), nullptr);
-    EXPECT_TRUE(node->m_modified);
-    EXPECT_EQ(node->extractPart(0), a);
-    node->addPart(a);
-    node->replacePart(0, nullptr, noLog);
-    EXPECT_EQ(node->getNumParts(), 1);
-    delete a;
-    node->m_modified = false;
-    node->removeSubparts();
-    EXPECT_EQ(node->getNumParts(), 0);
-    EXPECT_FALSE(node->m_modified);
+    std::string log;  // the children, "!" behind a step that marked the node modified
+    const auto step = [&](const auto& change) {
+        change();
+        for (int i = 0; i < node->getNumParts(); ++i) log += node->getPart(i)->getContentType();
+        log += node->m_modified ? "! " : " ";
+        node->m_modified = false;
+    };
+    NodePtr a(typed("a")), b(typed("b")), c(typed("c"));
+    step([&] { node->addPart(a.release()); });
+    step([&] { node->addPartInFront(b.get()); });
+    for (int i : {-1, 2, 0}) step([&] { node->replacePart(i, c.get(), noLog); });
+    c.release();
+    for (int i : {-1, 7, 0}) step([&] { node->removePart(i, noLog); });
+    step([&] { EXPECT_EQ(node->extractPart(99), nullptr); });
+    step([&] { a.reset(node->extractPart(0)); });
+    step([&] { node->addPart(a.release()); });
+    step([&] { node->removeSubparts(); });
+    EXPECT_EQ(log, "a! ba! ba ba ca ca ca a a! ! a!  ");
+    EXPECT_STREQ(b->getContentType(), "b");  // the caller's again
+    EXPECT_FALSE(node->getPart(-1) || node->getPart(0));
 }
 
-// mixed(null, related(html), Alternative(plain, HTML, related), message(html))
-struct Tree {
-    NodePtr root{typed("multipart/mixed")};
+// mixed(null, message(inner), x(other, related(html)), html)
+TEST(Node, Searches) {
+    const NodePtr root(typed("multipart/mixed"));
     MimeMessage2 *related = typed("Multipart/Related"), *html = typed("text/html"),
                  *alternative = typed("multipart-x"), *other = typed("text/x-other"),
-                 *message = typed("message/rfc822"), *inner = typed("text/inner");
-    Tree() {
-        root->addPart(nullptr);
-        root->addPart(message);
-        message->addPart(inner);
-        root->addPart(alternative);
-        alternative->addPart(other);
-        alternative->addPart(related);
-        related->addPart(html);
-    }
-};
-
-TEST(Node, Searches) {
-    const Tree t;
-    MimeMessage2* parent = nullptr;
-    EXPECT_EQ(t.root->findContentType(&parent, "TEXT/html"), t.html);
-    EXPECT_EQ(parent, t.related);
-    EXPECT_EQ(t.root->findContentType(nullptr, "text/x-OTHER"), t.other);
-    EXPECT_EQ(t.root->findContentType(&parent, "multipart/mixed"), nullptr);
-    EXPECT_EQ(parent, t.related);
-    EXPECT_EQ(t.root->findContentType(&parent, "text/inner"), nullptr);
-    EXPECT_EQ(t.root->findContentType(&parent, "message/rfc822"), t.message);
-    EXPECT_EQ(parent, t.root.get());
-    EXPECT_EQ(t.root->findMultipartRelated(), t.related);
-    EXPECT_EQ(t.related->findMultipartRelated(), nullptr);
-    for (MimeMessage2* node : {t.root.get(), t.inner, t.html, t.other})
-        EXPECT_EQ(t.root->findByVantrelObjectId(node->m_objectId), node);
-    EXPECT_EQ(t.message->findByVantrelObjectId(t.html->m_objectId), nullptr);
+                 *message = typed("message/rfc822"), *inner = typed("text/inner"),
+                 *parent = nullptr;
+    for (MimeMessage2* part :
+         {static_cast<MimeMessage2*>(nullptr), message, alternative, typed("text/html")})
+        root->addPart(part);
+    message->addPart(inner);
+    alternative->addPart(other);
+    alternative->addPart(related);
+    related->addPart(html);
+    EXPECT_EQ(root->findContentType(&parent, "TEXT/html"), html);
+    EXPECT_EQ(parent, related);
+    EXPECT_FALSE(root->findContentType(&parent, "multipart/mixed") ||
+                 root->findContentType(&parent, "text/inner") || related->findMultipartRelated());
+    EXPECT_EQ(parent, related);
+    EXPECT_EQ(root->findContentType(&parent, "message/rfc822"), message);
+    EXPECT_EQ(parent, root.get());
+    EXPECT_EQ(root->findMultipartRelated(), related);
+    for (MimeMessage2* node : {root.get(), inner, html, other})
+        EXPECT_EQ(root->findByVantrelObjectId(node->m_objectId), node);
+    EXPECT_EQ(message->findByVantrelObjectId(html->m_objectId), nullptr);
 
     // Without its marker a node is found by its id, and its children are not.
-    t.related->m_magic = 0;
-    EXPECT_EQ(t.root->findByVantrelObjectId(t.related->m_objectId), t.related);
-    EXPECT_EQ(t.root->findByVantrelObjectId(t.html->m_objectId), nullptr);
-    EXPECT_EQ(t.root->findMultipartRelated(), nullptr);
-    EXPECT_EQ(t.root->findContentType(nullptr, "text/html"), nullptr);
-    t.related->m_magic = 0xa4ee21fb;
-}
-
-TEST(Node, TheFirstHitInDocumentOrder) {
-    const Tree t;
-    t.root->addPart(typed("text/html"));
-    EXPECT_EQ(t.root->findContentType(nullptr, "text/html"), t.html);
-    EXPECT_EQ(t.root->findContentType(nullptr, nullptr), nullptr);
-}
-
-TEST(Node, Take) {
-    const NodePtr source = fromBytes(
-        "Content-Type: multipart/signed; smime-type=s; boundary=b; charset=utf-8\r\n"
-        "Content-ID: <i>\r\nContent-Disposition: d; filename=f\r\n"
-        "Content-Transfer-Encoding: 8bit\r\n\r\n--b\r\nA: 1\r\n\r\none\r\n--b--");
-    source->addPart(nullptr);
-    source->setMimeBodyBinary2(reinterpret_cast<const unsigned char*>("body"), 4, noLog);
-    source->setSignedData(reinterpret_cast<const unsigned char*>("x"), 1);
-    source->m_auxFlag = source->m_useMmMessage = true;
-    source->m_binarySafeState = 1;
-    const std::string before = headerOf(*source);
-    const NodePtr node = leaf("Content-Type: text/plain; charset=koi8-r", "old");
-    node->addPart(typed("a/b"));
-    node->setSignedData(reinterpret_cast<const unsigned char*>("y"), 1);
-    node->takeMimeMessage(*source, noLog);
-    EXPECT_EQ(headerOf(*node), before);
-    EXPECT_EQ(bodyOf(*node), "body");
-    EXPECT_EQ(bodyOf(*source), "body");
-    EXPECT_EQ(str(node->m_contentType.m_smimeType) + str(node->m_contentType.m_boundary), "sb");
-    EXPECT_EQ(str(node->m_contentId) + str(node->m_disposition) + str(node->m_filename) +
-                  str(node->m_contentTransferEncoding),
-              "<i>df8bit");
-    ASSERT_EQ(node->getNumParts(), 1);
-    EXPECT_EQ(bodyOf(*node->getPart(0)), "one");
-    EXPECT_EQ(source->getNumParts(), 2);
-    EXPECT_EQ(source->getPart(0), nullptr);
-    EXPECT_TRUE(node->m_modified && node->m_auxFlag);
-    EXPECT_EQ(node->getCharsetCodePage(), 20866);
-    EXPECT_TRUE(node->m_signedData.isEmpty());
-    EXPECT_FALSE(node->m_useMmMessage);
-    EXPECT_EQ(node->m_binarySafeState, 0);
-    EXPECT_EQ(headerOf(*source), before);
-
-    node->takeMimeMessage(*node, noLog);
-    EXPECT_EQ(bodyOf(*node), "body");
-    EXPECT_EQ(node->getNumParts(), 1);
-}
-
-TEST(Node, Clone) {
-    const std::string text =
-        "Content-Type: multipart/mixed; boundary=b\r\nSubject: s\r\n\r\n"
-        "--b\r\nContent-Type: text/plain; charset=iso-8859-1\r\nContent-Transfer-Encoding: "
-        "8bit\r\n\r\ncaf\xE9\r\n"
-        "--b\r\nContent-Type: image/x\r\nContent-Transfer-Encoding: "
-        "base64\r\n\r\nAAECAw==\r\n--b--\r\n";
-    const NodePtr node = fromBytes(text);
-    node->m_useMmMessage = true;
-    node->m_binarySafeState = 2;
-    const NodePtr copy(node->cloneMimeMessage(nullptr));
-    ASSERT_TRUE(copy);
-    EXPECT_EQ(outline(*copy), outline(*node));
-    EXPECT_FALSE(copy->m_useMmMessage);
-    EXPECT_EQ(copy->m_binarySafeState, 0);
-    EXPECT_EQ(written(*copy), text);
-    copy->getPart(0)->clearMimeBody();
-    EXPECT_EQ(bodyOf(*node->getPart(0)), "caf\xC3\xA9");
+    related->m_magic = 0;
+    EXPECT_EQ(root->findByVantrelObjectId(related->m_objectId), related);
+    EXPECT_FALSE(root->findByVantrelObjectId(html->m_objectId) || root->findMultipartRelated());
+    EXPECT_EQ(root->findContentType(nullptr, "text/html"), root->getPart(3));
+    related->m_magic = 0xa4ee21fb;
 }
 
 TEST(Node, CharsetsForTextAndMessageOnly) {
-    struct {
-        const char *type, *one;
-    } const rows[] = {{"Text/plain", "<koi8-r"},     {"textual", "<koi8-r"},
-                      {"MESSAGE/rfc822", "<koi8-r"}, {"messag/x", "<"},
-                      {"application/xml", "<"},      {"xtext/plain", "<"}};
-    for (const auto& row : rows) {
-        const NodePtr node = leaf(std::string("Content-Type: ") + row.type + "; charset=koi8-r");
-        StringBuffer out = sb("<");
-        node->getCharset(out);
-        EXPECT_EQ(str(out), row.one) << row.type;
-        node->getCharset2(out);
-        EXPECT_EQ(str(out), "koi8-r");
+    StringBuffer out;
+    for (const char* type :
+         {"Text/plain", "textual", "MESSAGE/rfc822", "messag/x", "a/xml", "xtext/x"}) {
+        leaf(std::string("Content-Type: ") + type + "; charset=koi8-r")->getCharset(out);
+        out.appendChar('|');
     }
+    EXPECT_EQ(str(out), "koi8-r|koi8-r|koi8-r||||");
+    leaf("Content-Type: a/xml; charset=koi8-r")->getCharset2(out);
+    EXPECT_EQ(str(out), "koi8-r");
 }
 
 TEST(Node, BodiesAndSignedDataFromTheNodeItself) {
     const NodePtr node = leaf("A: 1", "0123456789");
     DataBuffer out = db("old");
     node->copyMimeBody(out, noLog);
-    EXPECT_EQ(str(out), "0123456789");
     node->setSignedData(out.getData2(), 10);
     node->setSignedData(node->m_signedData.getData2() + 5, 5);
-    EXPECT_EQ(str(node->getSignedData()), "56789");
     node->copyMimeBody(node->m_mimeBody, noLog);
-    EXPECT_EQ(bodyOf(*node), "0123456789");
+    EXPECT_EQ(contentOf(*node), "A: 1|;;;;;;;|0123456789|56789");
     node->extractMimeBody(out, noLog);
-    EXPECT_EQ(str(out), "0123456789");
-    EXPECT_EQ(bodyOf(*node), "");
-}
-
-// Nesting must not cost machine stack, neither to make nor to walk nor to destroy.
-TEST(Node, DeepTrees) {
-    NodePtr root = leaf("Content-Type: multipart/mixed; boundary=b");
-    MimeMessage2* at = root.get();
-    for (int i = 0; i < 300000; ++i) {
-        MimeMessage2* child = MimeMessage2::createNewObject();
-        child->m_contentType.m_type.setString("multipart/x");
-        at->addPart(child);
-        at = child;
-    }
-    at->m_contentType.m_type.setString("text/plain");
-    EXPECT_EQ(root->findByVantrelObjectId(at->m_objectId), at);
-    EXPECT_EQ(root->findContentType(nullptr, "text/plain"), at);
-    EXPECT_EQ(root->findMultipartRelated(), nullptr);
-    EXPECT_FALSE(root->containsSignedParts(noLog));
-    EXPECT_FALSE(root->containsEncryptedParts(noLog));
-    StringBuffer charset;
-    EXPECT_FALSE(root->find8bitInfo(charset));
-    DataBuffer out;
-    root->getMimeTextDb(out, false, noLog);
-    EXPECT_GT(out.getSize(), 300000u);
+    EXPECT_EQ(str(out) + bodyOf(*node), "0123456789");
 }
 
 }  // namespace

@@ -9,105 +9,63 @@
 
 namespace {
 
-constexpr char kPreamble[] = "This is a multi-part message in MIME format.\r\n\r\n";
+// `tree` says, in order, what is done to a root without parts: "B" sets a boundary, "1" and
+// "2" add a part, "0" a slot without a node, "i" puts a part into the first, "s" and "p" make
+// the root signed, by S/MIME and by OpenPGP, "x" takes the marker from the first part and "h"
+// its header; "P" asks for preambles everywhere.
+void build(MimeMessage2& n, char step) {
+    switch (step) {
+        case 'B': n.m_contentType.m_boundary.setString("b"); return;
+        case '0': n.addPart(nullptr); return;
+        case '1': n.addPart(leaf("A: 1", "one").release()); return;
+        case '2': n.addPart(leaf("B: 2", "two\r\n").release()); return;
+        case 'i':
+            n.getPart(0)->addPart(leaf("C: 3", "c").release());
+            n.getPart(0)->m_contentType.m_boundary.setString("i");
+            return;
+        case 'p':
+            n.m_mimeHeader.addMimeField("Content-Type", "x; protocol=\"application/PGP-signature\"",
+                                        false, noLog);
+            [[fallthrough]];
+        case 's':
+            n.m_contentType.m_type.setString("Multipart/Signed");
+            if (n.getPart(0)) n.getPart(0)->setSignedData(raw("raw\n\0"), 5);
+            return;
+        case 'x': n.getPart(0)->m_magic = 0; return;
+        case 'h': return n.getPart(0)->m_mimeHeader.clear(5);
+        case 'P': n.setUseMmMessage(true);
+    }
+    if (n.getPart(0)) n.getPart(0)->setUseMmMessage(true);
+}
 
 struct Row {
-    const char* what;
-    void (*change)(MimeMessage2&);
-    const char *head, *preamble, *body;
-};
-
-// The node is a multipart with the boundary "b" and the parts "one" and "two".
-constexpr Row kRows[] = {
-    {"two parts", [](MimeMessage2&) {}, "X: 0\r\n\r\n", "",
-     "--b\r\nA: 1\r\n\r\none\r\n--b\r\nB: 2\r\n\r\ntwo\r\n--b--\r\n"},
-    {"preamble", [](MimeMessage2& n) { n.setUseMmMessage(true); }, "X: 0\r\n\r\n", kPreamble,
-     "--b\r\nA: 1\r\n\r\none\r\n--b\r\nB: 2\r\n\r\ntwo\r\n--b--\r\n"},
-    {"preamble of a part",
-     [](MimeMessage2& n) {
-         n.getPart(0)->setUseMmMessage(true);
-         n.getPart(0)->addPart(leaf("C: 3", "c").release());
-         n.getPart(0)->m_contentType.m_boundary.setString("i");
-     },
-     "X: 0\r\n\r\n", "",
-     "--b\r\nA: 1\r\n\r\n--i\r\nC: 3\r\n\r\nc\r\n--i--\r\n\r\n--b\r\nB: 2\r\n\r\ntwo\r\n--b--\r\n"},
-    {"no parts",
-     [](MimeMessage2& n) {
-         n.removeSubparts();
-         n.setUseMmMessage(true);
-     },
-     "X: 0\r\n\r\n", "", "own"},
-    {"slot without a node",
-     [](MimeMessage2& n) {
-         delete n.getPart(0);
-         n.replacePart(0, nullptr, noLog);
-         n.removePart(1, noLog);
-         n.setUseMmMessage(true);
-     },
-     "X: 0\r\n\r\n", kPreamble, "--b\r\n\r\n\r\n\r\n--b--\r\n"},
-    {"no boundary",
-     [](MimeMessage2& n) {
-         n.m_contentType.m_boundary.clear();
-         n.removePart(1, noLog);
-     },
-     "X: 0\r\n\r\n", "", "--\r\nA: 1\r\n\r\none\r\n----\r\n"},
-    {"body that ends with a line break",
-     [](MimeMessage2& n) {
-         n.getPart(0)->m_mimeBody.appendStr("\r\n");
-         n.removePart(1, noLog);
-     },
-     "X: 0\r\n\r\n", "", "--b\r\nA: 1\r\n\r\none\r\n\r\n--b--\r\n"},
-    {"part whose marker is gone", [](MimeMessage2& n) { n.getPart(0)->m_magic = 0; },
-     "X: 0\r\n\r\n", "", "--b\r\n\r\n\r\n\r\n--b\r\nB: 2\r\n\r\ntwo\r\n--b--\r\n"},
-    {"part without a header",
-     [](MimeMessage2& n) {
-         n.getPart(0)->m_mimeHeader.clear(5);
-         n.removePart(1, noLog);
-     },
-     "X: 0\r\n\r\n", "", "--b\r\n\r\n\r\none\r\n--b--\r\n"},
-    {"signed, three parts",
-     [](MimeMessage2& n) {
-         n.m_contentType.m_type.setString("Multipart/Signed");
-         n.getPart(0)->setSignedData(reinterpret_cast<const unsigned char*>("raw\n\0"), 5);
-         n.addPart(leaf("C: 3", "three").release());
-         n.setUseMmMessage(true);
-     },
-     "X: 0\r\n\r\n", kPreamble, "--b\r\nraw\n~\r\n--b\r\nB: 2\r\n\r\ntwo\r\n--b--\r\n"},
-    {"signed, one part",
-     [](MimeMessage2& n) {
-         n.m_contentType.m_type.setString("multipart/signed");
-         n.removePart(1, noLog);
-     },
-     "X: 0\r\n\r\n", "", "--b\r\n\r\n--b\r\n--b--\r\n"},
-    {"signed, no parts",
-     [](MimeMessage2& n) {
-         n.m_contentType.m_type.setString("multipart/signed");
-         n.removeSubparts();
-     },
-     "X: 0\r\n\r\n", "", "--b\r\n\r\n--b\r\n--b--\r\n"},
-    {"OpenPGP is written as any other",
-     [](MimeMessage2& n) {
-         n.m_contentType.m_type.setString("multipart/signed");
-         n.removePart(1, noLog);
-         n.m_mimeHeader.addMimeField("Content-Type", "x; protocol=\"application/PGP-signature\"",
-                                     false, noLog);
-     },
-     "X: 0\r\nContent-Type: x; protocol=\"application/PGP-signature\"\r\n\r\n", "",
-     "--b\r\nA: 1\r\n\r\none\r\n--b--\r\n"},
+    const char* tree;
+    std::string_view body;
+} constexpr kRows[] = {
+    {"B12", "--b|A: 1||one|--b|B: 2||two||--b--|"},
+    {"B12P", "--b|A: 1||one|--b|B: 2||two||--b--|"},
+    {"B1i2P", "--b|A: 1||--i|C: 3||c|--i--||--b|B: 2||two||--b--|"},
+    {"BP", "own"},
+    {"B0P", "--b||||--b--|"},
+    {"1", "--|A: 1||one|----|"},
+    {"B12x", "--b||||--b|B: 2||two||--b--|"},
+    {"B1h", "--b|||one|--b--|"},
+    {"B122sP", "--b|raw\n\0|--b|B: 2||two||--b--|"sv},
+    {"B1s", "--b|raw\n\0|--b|--b--|"sv},
+    {"Bs", "--b||--b|--b--|"},
+    {"B1p", "--b|A: 1||one|--b--|"},
 };
 
 TEST(Serialize, Frames) {
     for (const Row& row : kRows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.tree);
         const NodePtr node = leaf("X: 0", "own");
-        node->m_contentType.m_boundary.setString("b");
-        node->addPart(leaf("A: 1", "one").release());
-        node->addPart(leaf("B: 2", "two").release());
-        row.change(*node);
-        const bool wasModified = node->m_modified;
-        const std::string head = row.head, preamble = row.preamble;
-        std::string body = row.body;
-        std::replace(body.begin(), body.end(), '~', '\0');
+        for (const char* step = row.tree; *step; ++step) build(*node, *step);
+        const bool wasModified = node->m_modified, isPreamble = strchr(row.tree, 'P');
+        const std::string head = headerOf(*node) + "\r\n\r\n", body = crlf(row.body);
+        const std::string preamble = isPreamble && node->getNumParts()
+                                         ? "This is a multi-part message in MIME format.\r\n\r\n"
+                                         : "";
         DataBuffer all = db("<"), bodyOnly = db("<"), bodyAll = db("<"), assembled = db("<");
         node->getMimeTextDb(all, false, noLog);
         node->getMimeTextDb(bodyOnly, true, noLog);
@@ -117,58 +75,27 @@ TEST(Serialize, Frames) {
         EXPECT_EQ(str(bodyOnly), "<" + body);
         EXPECT_EQ(str(bodyAll), "<" + preamble + body);
         EXPECT_EQ(str(assembled), "<" + body);
-        StringBuffer text = sb("<");
-        EXPECT_TRUE(node->getMimeTextSb(text, false, noLog));
-        EXPECT_EQ(str(text), "<" + head + preamble + body);
+        EXPECT_EQ(got([&](auto& out) { return node->getMimeTextSb(out, false, noLog); }),
+                  "<" + head + preamble + body + ">");
         EXPECT_EQ(node->m_modified, wasModified);
-        for (int i = 0; i < node->getNumParts(); ++i)
-            if (MimeMessage2* part = node->getPart(i)) part->m_magic = 0xa4ee21fb;
+        if (node->getPart(0)) node->getPart(0)->m_magic = 0xa4ee21fb;
     }
 }
 
 // Mail that is well formed is written back byte for byte.
 TEST(Serialize, RoundTrips) {
-    for (const char* text : {
-             "Content-Type: text/plain\r\n\r\nhi",
-             "subject:  =?utf-8?q?a?=\r\n\t=?utf-8?q?b?=\r\nX : y\r\njunk line\r\n\r\nbody\nwith "
-             "LF",
-             "Content-Type: text/plain; charset=\"Shift_JIS\"\r\n\r\n\x82\xA0\x82\xA2",
-             "Content-Type: text/plain; charset=utf-16\r\nContent-Transfer-Encoding: "
-             "base64\r\n\r\nYQBiAA==",
-             "Content-Type: application/x\r\nContent-Transfer-Encoding: base64\r\n\r\nAAECAw==",
-             "Content-Type: Multipart/Mixed;\r\n boundary=\"a b\"\r\n\r\n--a b\r\nA: "
-             "1\r\n\r\none\r\n\r\n--a b\r\n"
-             "Content-Type: multipart/x; boundary=c\r\n\r\n--c\r\nB: "
-             "2\r\n\r\ntwo\r\n--c--\r\n\r\n--a b--\r\n",
-             "Content-Type: multipart/signed; boundary=b; protocol=\"x/y\"\r\n\r\n--b\r\nA:  1\nB: "
-             "2\n\n  x \n\n\r\n"
-             "--b\r\nContent-Type: x/y\r\n\r\nsig\r\n--b--\r\n",
-         }) {
-        const NodePtr node = fromBytes(text);
-        EXPECT_EQ(written(*node), text);
-        StringBuffer again;
-        EXPECT_TRUE(node->getMimeTextSb(again, false, noLog));
-        EXPECT_EQ(str(again), text);
+    for (const char* row :
+         {"Content-Type: text/plain||hi",
+          "subject:  =?utf-8?q?a?=|\t=?utf-8?q?b?=|X : y|junk line||body\nwith LF",
+          "Content-Type: text/plain; charset=\"Shift_JIS\"||\x82\xA0\x82\xA2",
+          "Content-Type: a/b; charset=utf-16|Content-Transfer-Encoding: base64||YQBiAA==",
+          "Content-Type: Multipart/Mixed;| boundary=\"a b\"||--a b|A: 1||one||--a b|"
+          "Content-Type: multipart/x; boundary=c||--c|B: 2||two|--c--||--a b--|",
+          "Content-Type: multipart/signed; boundary=b; protocol=\"x/y\"||--b|A:  1\nB: 2\n\n  x"
+          " \n\n|--b|Content-Type: x/y||sig|--b--|"}) {
+        const NodePtr node = fromBytes(crlf(row));
+        EXPECT_EQ(barred(written(*node)), row);
     }
-}
-
-TEST(Serialize, LogContext) {
-    LogText log;
-    log.m_verbose = true;
-    DataBuffer out;
-    leaf("A: 1")->getMimeTextDb(out, false, log);
-    EXPECT_TRUE(log.text().beginsWith("getMimeTextDb:\n  "));
-    log.clear();
-    log.logInfo("after");
-    EXPECT_EQ(str(log.text()), "after\n");
-    log.clear();
-    const NodePtr dead = leaf("A: 1");
-    dead->m_magic = 0;
-    out.clear();
-    dead->getMimeTextDb(out, false, log);
-    EXPECT_TRUE(out.isEmpty());
-    EXPECT_EQ(str(log.text()), "getMimeTextDb:\n");
-    dead->m_magic = 0xa4ee21fb;
 }
 
 }  // namespace

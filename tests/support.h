@@ -74,7 +74,9 @@ inline std::string repeated(std::string_view s, size_t n) {
 // `n` bytes of an alphabet, or of all values when it is empty.
 inline std::string randomBytes(std::mt19937& random, size_t n, std::string_view alphabet = "") {
     std::string text(n, '\0');
-    for (char& c : text)
-        c = static_cast<char>(alphabet.empty() ? random() : alphabet[random() % alphabet.size()]);
+    for (char& c : text) {
+        const auto value = random();
+        c = alphabet.empty() ? static_cast<char>(value) : alphabet[value % alphabet.size()];
+    }
     return text;
 }
