@@ -10,10 +10,10 @@
 #include <new>
 
 #include "foundation/LogBase.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/xml_names.h"
 #include "foundation/xml_text.h"
-#include "foundation/memory_watch.h"
 
 namespace {
 
@@ -148,14 +148,16 @@ ClsXml* ClsXml::createNewCls() {
     XmlTree* const tree = notingRefusal(new (std::nothrow) XmlTree);
     if (!tree) return nullptr;
     tree->root = createElement("unnamed", nullptr);
-    ClsXml* const handle = tree->root ? notingRefusal(new (std::nothrow) ClsXml(tree, tree->root)) : nullptr;
+    ClsXml* const handle =
+        tree->root ? notingRefusal(new (std::nothrow) ClsXml(tree, tree->root)) : nullptr;
     if (!handle) delete tree;
     return handle;
 }
 
 ClsXml* ClsXml::newChild(const char* tag, const char* content, LogBase* log) {
     XmlElement* const child = createElement(tag, content);
-    ClsXml* const handle = child ? notingRefusal(new (std::nothrow) ClsXml(m_tree, child)) : nullptr;
+    ClsXml* const handle =
+        child ? notingRefusal(new (std::nothrow) ClsXml(m_tree, child)) : nullptr;
     if (handle) {
         appendChild(*m_element, child);
         return handle;
@@ -180,7 +182,8 @@ bool ClsXml::addAttributeUtf8(const char* name, const char* value) {
 }
 
 bool ClsXml::addAttribute(const char* name, const char* value, unsigned valueSize) {
-    if (!m_element->attributes) m_element->attributes = notingRefusal(new (std::nothrow) XmlAttributes);
+    if (!m_element->attributes)
+        m_element->attributes = notingRefusal(new (std::nothrow) XmlAttributes);
     XmlAttributes* const attributes = m_element->attributes;
     StringBuffer spelled;
     if (!attributes || !setName(name, spelled)) return false;

@@ -11,10 +11,10 @@
 #include <utility>
 
 #include "foundation/FileSave.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes.h"
-#include "foundation/memory_watch.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <cstring>
 #include <utility>
 
+#include "foundation/MemoryWatch.h"
 #include "foundation/VantrelObject.h"
-#include "foundation/memory_watch.h"
 
 ExtPtrArray::~ExtPtrArray() { removeAllObjects(); }
 

@@ -9,7 +9,7 @@
 #include <new>
 #include <type_traits>
 
-#include "foundation/memory_watch.h"
+#include "foundation/MemoryWatch.h"
 
 template <class T, unsigned Inline = 0>
 class GrowArray {

@@ -358,8 +358,8 @@ const char* pieceEnd(const char* p, unsigned size) {
 void appendExtended(const char* name, const StringBuffer& value, StringBuffer& out) {
     constexpr size_t kColumns = 76, kNumber = 6, kLeast = 30;
     const size_t nameSize = std::strlen(name) + kNumber;
-    const auto room = static_cast<unsigned>(nameSize < kColumns - kLeast ? kColumns - nameSize
-                                                                         : kLeast);
+    const auto room =
+        static_cast<unsigned>(nameSize < kColumns - kLeast ? kColumns - nameSize : kLeast);
     StringBuffer text;
     text.append("utf-8''");
     appendEscaped(value, text);

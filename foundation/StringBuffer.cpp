@@ -14,9 +14,9 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/FileSave.h"
 #include "foundation/LogNull.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/bytes.h"
 #include "foundation/line_ends.h"
-#include "foundation/memory_watch.h"
 
 namespace {
 

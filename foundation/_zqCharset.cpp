@@ -589,9 +589,8 @@ constexpr auto kCanonical = [] {
         rows{};
     std::copy_if(std::begin(kRows), std::end(kRows), rows.begin(),
                  [](const CharsetRow& row) { return row.isCanonical; });
-    std::sort(rows.begin(), rows.end(), [](const CharsetRow& a, const CharsetRow& b) {
-        return a.codePage < b.codePage;
-    });
+    std::sort(rows.begin(), rows.end(),
+              [](const CharsetRow& a, const CharsetRow& b) { return a.codePage < b.codePage; });
     return rows;
 }();
 
@@ -642,8 +641,8 @@ int _zqCharset::codePageOf(const char* name, unsigned int length) {
 }
 
 const char* _zqCharset::nameOf(int codePage) {
-    const auto hit = std::lower_bound(
-        kCanonical.begin(), kCanonical.end(), codePage,
-        [](const CharsetRow& row, int wanted) { return row.codePage < wanted; });
+    const auto hit =
+        std::lower_bound(kCanonical.begin(), kCanonical.end(), codePage,
+                         [](const CharsetRow& row, int wanted) { return row.codePage < wanted; });
     return hit != kCanonical.end() && hit->codePage == codePage ? hit->name.data() : nullptr;
 }

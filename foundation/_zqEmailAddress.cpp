@@ -14,8 +14,8 @@
 #include "foundation/ByteSet.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/LogBase.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/bytes.h"
-#include "foundation/memory_watch.h"
 
 namespace {
 

@@ -19,8 +19,9 @@
 #include "foundation/zqStrings.h"
 
 bool isXmlAddressField(const char* tag) {
-    static const char* const kNames[] = {"from", "return-path", "ZQX-Bounce-Address", "sender",
-                                         "reply-to", "to", "cc", "bcc", "x-rcpt-to"};
+    static const char* const kNames[] = {"from",   "return-path", "ZQX-Bounce-Address",
+                                         "sender", "reply-to",    "to",
+                                         "cc",     "bcc",         "x-rcpt-to"};
     for (const char* name : kNames)
         if (zqStrEqualsIgnoreCase(tag, name)) return true;
     return false;
@@ -100,8 +101,7 @@ bool addEntries(ClsXml& field, const ExtPtrArray& list) {
 
 // -- Parameters
 
-constexpr ByteSet kPlainNameBytes =
-    ByteSet("-.*").range('a', 'z').range('A', 'Z').range('0', '9');
+constexpr ByteSet kPlainNameBytes = ByteSet("-.*").range('a', 'z').range('A', 'Z').range('0', '9');
 
 // RFC 2045 8: a description is free text, whatever looks like a parameter in it.
 bool hasParams(const StringBuffer& name) {

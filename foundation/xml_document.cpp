@@ -12,7 +12,7 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/LogBase.h"
 #include "foundation/LogNull.h"
-#include "foundation/memory_watch.h"
+#include "foundation/MemoryWatch.h"
 
 XmlDocument::~XmlDocument() { std::free(static_cast<void*>(m_elements)); }
 

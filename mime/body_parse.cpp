@@ -8,9 +8,9 @@
 #include <cstring>
 #include <new>
 
+#include "foundation/MemoryWatch.h"
 #include "foundation/_zqHtmlHelp.h"
 #include "foundation/bytes.h"
-#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 #include "mime/loader.h"
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "foundation/memory_watch.h"
+#include "foundation/MemoryWatch.h"
 #include "mime/MimeMessage2.h"
 #include "mime/header_end.h"
 #include "mime/multipart.h"

@@ -9,8 +9,8 @@
 #include <new>
 
 #include "foundation/LogNull.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/Psdk.h"
-#include "foundation/memory_watch.h"
 #include "mime/internal.h"
 
 bool b_WasReally1252 = false;

@@ -4,7 +4,7 @@
 // buffer.  Multiparts whose parts are still to be written wait on a list.
 
 #include "foundation/GrowArray.h"
-#include "foundation/memory_watch.h"
+#include "foundation/MemoryWatch.h"
 #include "mime/internal.h"
 
 class TreeWriter {

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <new>
 
+#include "foundation/MemoryWatch.h"
 #include "foundation/bytes.h"
-#include "foundation/memory_watch.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 #include "foundation/ClsXml.h"
 #include "foundation/ContentCoding.h"
 #include "foundation/GrowArray.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/TreeNode.h"
 #include "foundation/header_fields.h"
-#include "foundation/memory_watch.h"
 #include "foundation/zqStrings.h"
 #include "mime/internal.h"
 

@@ -232,6 +232,16 @@ TEST(Convert, BrokenCharactersDoNotSwallowMarkup) {
 }
 
 // The result does not depend on where output space runs out, nor does noise do harm.
+// Tolerated: a mailer that labels what it has not converted.
+TEST(Convert, EightBitTextWithASevenBitLabel) {
+    const TextRow rows[] = {
+        {"UTF-8", "a \xE3\x82\xA8", "a \xE3\x82\xA8"},
+        {"EUC-JP", "a \xA5\xA8", "a \xE3\x82\xA8"},
+        {"neither", "a \xA5\xA8 \xFF", "a \xEF\xBF\xBD\xEF\xBF\xBD \xEF\xBF\xBD"},
+    };
+    expectRows(rows, [](const std::string& in) { return decoded(50220, in); });
+}
+
 TEST(Convert, NoiseOfEveryLength) {
     std::mt19937 random(7);
     forSamples([&](int codePage, const std::string&, const std::string&) {

@@ -63,7 +63,7 @@ std::string outlineOf(const std::string& mail, As as) {
     MimeMessage2 node;
     LogText log;
     const bool loaded = load(node, mail, as, log);
-    return (loaded ? "" : "load failed\n") + outline(node) + errorLines(log);
+    return (loaded ? "" : "load failed\n") + wholeOutline(node) + errorLines(log);
 }
 
 std::string sectionsOf(const std::string& mail) {

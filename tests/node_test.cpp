@@ -106,6 +106,15 @@ TEST(Node, Take) {
     EXPECT_EQ(contentOf(*source), header + "|multipart/signed;koi8-r;b;;d;f;<i>;8bit|body|x()()");
 }
 
+TEST(Node, TakesItsOwnGrandchild) {
+    const NodePtr node = fromBytes(
+        "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
+        "Content-Type: multipart/mixed; boundary=c\r\n\r\n--c\r\nA: "
+        "1\r\n\r\ninner\r\n--c--\r\n--b--");
+    node->takeMimeMessage(*node->getPart(0)->getPart(0), noLog);
+    EXPECT_EQ(headerOf(*node) + "|" + outline(*node), "A: 1|inner");
+}
+
 TEST(Node, Children) {
     NodePtr node(MimeMessage2::createNewObject());
     std::string log;  // the children, "!" behind a step that marked the node modified

@@ -100,13 +100,6 @@ bool load(MimeMessage2& node, std::string_view mail, As as) {
     return load(node, mail, as, log);
 }
 
-std::string written(const MimeMessage2& node) {
-    DataBuffer out;
-    LogNull log;
-    node.getMimeTextDb(out, /*bodyOnly*/ false, log);
-    return str(out);
-}
-
 std::vector<MimeMessage2*> nodesOf(MimeMessage2& node) {
     std::vector<MimeMessage2*> nodes, waiting{&node};
     while (!waiting.empty()) {
@@ -132,7 +125,7 @@ std::string escaped(std::string_view text) {
     return out;
 }
 
-std::string outline(const MimeMessage2& root) {
+std::string wholeOutline(const MimeMessage2& root) {
     std::string out;
     addNodes(root, 0, out);
     LogNull log;

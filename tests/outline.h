@@ -10,6 +10,7 @@
 
 #include "foundation/LogBase.h"
 #include "mime/MimeMessage2.h"
+#include "tests/node_support.h"
 
 struct Sample {
     std::string name;  // "multipart/nest"
@@ -26,8 +27,6 @@ enum class As { Bytes, Text };
 bool load(MimeMessage2& node, std::string_view mail, As as, LogBase& log);
 bool load(MimeMessage2& node, std::string_view mail, As as);
 
-std::string written(const MimeMessage2& node);
-
 // `node` and the nodes under it, in document order.
 std::vector<MimeMessage2*> nodesOf(MimeMessage2& node);
 
@@ -36,4 +35,4 @@ std::string escaped(std::string_view text);
 
 // A line a node, in document order and indented by level, with what the node holds; then the
 // decoded header fields of the root.
-std::string outline(const MimeMessage2& root);
+std::string wholeOutline(const MimeMessage2& root);

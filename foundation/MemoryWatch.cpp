@@ -2,7 +2,7 @@
 
 // The count of refusals, one a thread.
 
-#include "foundation/memory_watch.h"
+#include "foundation/MemoryWatch.h"
 
 namespace {
 
