@@ -121,7 +121,7 @@ bool DataBuffer::makeOwn(unsigned int capacity) {
         m_shared ? std::malloc(size_t(capacity) + 1) : std::realloc(m_data, size_t(capacity) + 1);
     if (!block) return false;
     if (m_shared) {
-        std::memcpy(block, m_data, m_size);
+        if (m_size) std::memcpy(block, m_data, m_size);
         dropStorage();
     }
     m_data = static_cast<unsigned char*>(block);

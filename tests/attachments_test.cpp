@@ -64,37 +64,33 @@ NodePtr mixed(Parts... parts) {
 }
 
 TEST_F(Attachments, InTreeOrder) {
-    EXPECT_EQ(saved(mixed(named("z", "A\0\xFF\r\n"sv), mixed(named("b", "B"), leaf("X: y", "no")),
-                          named("c", "C"))),
-              "in/z in/b in/c|in/b=B|in/c=C|in/z=A\0\xFF\r\n"s);
-    EXPECT_EQ(saved(mixed(named("x", "first"), named("x", "2nd"))), "in/x in/x|in/x=2nd");
-    EXPECT_EQ(saved(mixed(named("d/", "A"), named("b", "B"),
+    fs::create_directory(m_outer / "in/taken");
+    NodePtr dead = named("dead", "D");
+    dead->m_magic = 0;
+    EXPECT_EQ(saved(dead), "");
+    NodePtr inner = mixed(std::move(dead), named("taken", "T"), leaf("X: y"), named("x", "1st"));
+    EXPECT_EQ(saved(mixed(named("z", "A\0\xFF\r\n"sv), std::move(inner), named("x", "2nd"))),
+              "in/z in/taken in/x in/x|in/x=2nd|in/z=A\0\xFF\r\n"s);
+}
+
+// The number counts the files.  Kept on purpose: text in another charset is not written.
+TEST_F(Attachments, MadeUpNamesAndText) {
+    EXPECT_EQ(saved(mixed(named("d/", "A"), named("b", "B", "text/plain"),
                           named("/", "C", "text/plain; charset=utf-8"),
-                          named("..", "D", "Text/plain"))),
-              "in/part_1.dat in/b in/part_3.txt in/part_4.dat"
-              "|in/b=B|in/part_1.dat=A|in/part_3.txt=C|in/part_4.dat=D");
-    fs::create_directory(m_outer / "in" / "taken");
-    EXPECT_EQ(saved(mixed(named("taken", "A"), named("b", "B"))), "in/taken in/b|in/b=B");
+                          named("..", "D", "text/plain; charset=iso-8859-1"),
+                          named("d/.", "E", "text/plain"))),
+              "in/part_1.dat in/b in/part_3.txt in/part_4.txt in/part_5.dat|in/b=B|"
+              "in/part_1.dat=A|in/part_3.txt=C|in/part_4.txt=|in/part_5.dat=E");
 }
 
 // Whatever a name says: one file, in the directory.
 TEST_F(Attachments, Names) {
     const std::pair<std::string, std::string> kRows[] = {
         {"../../x.txt", "x.txt"},
-        {"/etc/passwd", "passwd"},
         {"C:\\temp\\report.doc", "report.doc"},
-        {"c:report.doc", "report.doc"},
         {"a/b\\c/d", "d"},
-        {"dir\\", "part_1.dat"},
         {"../..", "part_1.dat"},
-        {".", "part_1.dat"},
-        {" ", "part_1.dat"},
-        {"  .. ", "part_1.dat"},
-        {"../ ", "part_1.dat"},
         {repeated(".", 5000), "part_1.dat"},
-        {"~", "~"},
-        {"...x", "...x"},
-        {"%2e%2e%2fx", "%2e%2e%2fx"},
         {"$HOME;`id`|*", "$HOME;`id`|*"},
         {"\xD0\xB6 \xF0\x9F\x98\x80.txt", "\xD0\xB6 \xF0\x9F\x98\x80.txt"},
         {"..\xC0\xAF..\xC0\xAFx", "..\xC0\xAF..\xC0\xAFx"},
@@ -111,16 +107,6 @@ TEST_F(Attachments, Names) {
     }
 }
 
-// Kept on purpose: the text of a part in another charset is not written.
-TEST_F(Attachments, TextInAnotherCharsetIsAnEmptyFile) {
-    for (const auto& [charset, body] :
-         {std::pair("", "\xC3\xA4"), {"utf-8", "\xC3\xA4"}, {"iso-8859-1", ""}, {"us-ascii", ""}}) {
-        NodePtr node = named("t", "\xC3\xA4", "text/plain");
-        node->setCharset(charset, noLog);
-        EXPECT_EQ(saved(node), "in/t|in/t="s + body) << charset;
-    }
-}
-
 TEST_F(Attachments, LogTellsOfEachNode) {
     NodePtr root = mixed(named("../a", "A", "image/png"), leaf("Content-Type: text/plain"));
     root->m_subParts.appendPtr(nullptr);
@@ -130,39 +116,25 @@ TEST_F(Attachments, LogTellsOfEachNode) {
                   (m_outer / "in/a").string() + "|contentType: text/plain|");
 }
 
-TEST_F(Attachments, DeadNodesAreSkipped) {
-    const NodePtr root = mixed(named("a", "A"), named("b", "B"));
-    root->getPart(0)->m_magic = 0;
-    EXPECT_EQ(saved(root), "in/b|in/b=B");
-    root->getPart(0)->m_magic = 0xa4ee21fb;
-    root->m_magic = 0;
-    EXPECT_EQ(saved(root), "");
-    root->m_magic = 0xa4ee21fb;
-}
-
 TEST(RelativeFilenames, OnTheWholeTree) {
-    static constexpr const char* kRows[][3] = {  // file name, name, both then
+    static constexpr const char* kRows[][3] = {
+        // file name, name, both then
         {"C:\\temp\\report.doc", "../../b.c", "report.doc;b.c"},
         {"b.c", "B.c", "b.c;B.c"},
         {"x/y", "", "y;"},
-        {"", "x/y", ";y"},
-        {"a/..", "a/", ";"},
-    };
-    const auto names = [](const MimeMessage2& node) {
-        return str(node.m_filename) + ";" + str(node.m_contentType.m_name);
+        {"", "a/", ";"},
     };
     for (const auto& [filename, name, both] : kRows) {
         SCOPED_TRACE(both);
         NodePtr part = leaf("Content-Type: a/b", "x");
         part->setNameUtf8(name, noLog);
         if (*filename) part->setFilenameUtf8(filename, noLog);
-        NodePtr root = leaf("Content-Type: multipart/mixed");
-        root->addPart(part.release());
+        NodePtr root = mixed(std::move(part));
         root->m_subParts.appendPtr(nullptr);
         root->makeAttachmentFilenamesRelative(noLog);
-        EXPECT_EQ(names(*root->getPart(0)), both);
-        root->getPart(0)->cacheAll(noLog);
-        EXPECT_EQ(names(*root->getPart(0)), both) << "in the fields";
+        MimeMessage2& changed = *root->getPart(0);
+        changed.cacheAll(noLog);
+        EXPECT_EQ(str(changed.m_filename) + ";" + str(changed.m_contentType.m_name), both);
     }
 }
 
