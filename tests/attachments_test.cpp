@@ -89,7 +89,6 @@ TEST_F(Attachments, Names) {
         {"../../x.txt", "x.txt"},
         {"C:\\temp\\report.doc", "report.doc"},
         {"a/b\\c/d", "d"},
-        {"../..", "part_1.dat"},
         {repeated(".", 5000), "part_1.dat"},
         {"$HOME;`id`|*", "$HOME;`id`|*"},
         {"\xD0\xB6 \xF0\x9F\x98\x80.txt", "\xD0\xB6 \xF0\x9F\x98\x80.txt"},
@@ -125,7 +124,6 @@ TEST(RelativeFilenames, OnTheWholeTree) {
         {"", "a/", ";"},
     };
     for (const auto& [filename, name, both] : kRows) {
-        SCOPED_TRACE(both);
         NodePtr part = leaf("Content-Type: a/b", "x");
         part->setNameUtf8(name, noLog);
         if (*filename) part->setFilenameUtf8(filename, noLog);

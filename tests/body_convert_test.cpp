@@ -113,7 +113,6 @@ TEST(UrlEncodeBody, TextAndItsEncodedForm) {
         {"unknown", "\xC3\xA4", "\xC3\xA4%C3%A4"},
     };
     for (const auto& [charset, in, out] : kRows) {
-        SCOPED_TRACE(charset);
         NodePtr node = leaf("Content-Transfer-Encoding: 8bit", in);
         node->urlEncodeBody(charset, noLog);
         EXPECT_EQ(stateOf(*node) + bodyOf(*node), std::string("8bit 0 changed;") + out);

@@ -39,7 +39,6 @@ TEST(HtmlBody, Found) {
         // The body of getHtmlBodyObject's node, and what getHtmlBody appends; "" for none.
         {"TEXT/Html", "1", "1"},
         {"!html", "", ""},
-        {"txt", "", ""},
         {"-html", "1", "1"},
         {"application/xhtml-text/html", "", ""},
         {"mix(0)", "", ""},
