@@ -24,8 +24,7 @@ std::string rewritten(std::string_view text, BareCr bareCr, Count count, Complet
 }
 
 std::string plain(std::string_view text, BareCr bareCr) {
-    return rewritten(text, bareCr, line_ends::scalar::countIncomplete,
-                     line_ends::scalar::complete);
+    return rewritten(text, bareCr, line_ends::scalar::countIncomplete, line_ends::scalar::complete);
 }
 
 std::string fast(std::string_view text, BareCr bareCr) {
