@@ -25,7 +25,10 @@ bool appendEncoded(const void* data, unsigned int size, uint64_t bound, StringBu
                    Encode encode) {
     if (size == 0) return true;
     // Limit: a StringBuffer holds less than 4 GiB.
-    if (bound > UINT32_MAX) return false;
+    if (bound > UINT32_MAX) {
+        out.markFailed();
+        return false;
+    }
     const auto room = static_cast<unsigned int>(bound);
     char* const start = out.extend(room);
     if (start == nullptr) return false;

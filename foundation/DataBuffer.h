@@ -31,8 +31,8 @@ public:
     // True when a growth was refused since the buffer was last cleared.
     bool failed() const { return m_failed; }
 
-    // For writers whose output was cut short for want of memory elsewhere.
-    void markFailed() { m_failed = true; }
+    // For writers whose output was cut short for want of room elsewhere.
+    void markFailed() { refuse(); }
 
     // True when none of the first `n` bytes (0: of all bytes) has its high bit set.
     bool is7bit(unsigned int n) const;

@@ -44,8 +44,8 @@ public:
     // True when a growth was refused since the content was last cleared or set.
     bool failed() const { return (tag() & kFailed) != 0; }
 
-    // For writers whose output was cut short for want of memory elsewhere.
-    void markFailed() { setTag(static_cast<unsigned char>(tag() | kFailed)); }
+    // For writers whose output was cut short for want of room elsewhere.
+    void markFailed() { refuse(); }
 
     bool equals(const char* s) const;
     bool equals(const StringBuffer& s) const;

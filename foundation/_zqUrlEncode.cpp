@@ -27,7 +27,11 @@ bool _zqUrlEncode::urlEncode3(const unsigned char* data, unsigned int size, Stri
     const uint64_t encoded = encodedSize(data, size);
     if (encoded == 0) return true;
     // Limit: a StringBuffer holds less than 4 GiB.
-    char* to = encoded > UINT32_MAX ? nullptr : out.extend(static_cast<unsigned int>(encoded));
+    if (encoded > UINT32_MAX) {
+        out.markFailed();
+        return false;
+    }
+    char* to = out.extend(static_cast<unsigned int>(encoded));
     if (to == nullptr) return false;
     for (unsigned int i = 0; i < size; ++i) {
         if (kUnreserved.has(static_cast<char>(data[i]))) {

@@ -8,7 +8,6 @@
 
 #include "foundation/ByteSet.h"
 #include "foundation/ClsXml.h"
-#include "foundation/EncodedWords.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/HeaderParams.h"
 #include "foundation/LogNull.h"
@@ -280,11 +279,12 @@ void MimeHeader::foldLongFields() {
     constexpr unsigned kLineSize = 78;
     for (Field& field : m_fields) {
         const char* const line = m_text.getString() + field.start;
-        StringBuffer name;
-        name.appendN(line, field.nameSize);
-        const bool isAscii = bytes::isAscii(line, field.size);
-        const bool mustChange =
-            isAscii ? field.size > kLineSize : isXmlAddressField(name.getString());
+        bool mustChange = field.size > kLineSize;
+        if (!bytes::isAscii(line, field.size)) {
+            StringBuffer name;
+            name.appendN(line, field.nameSize);
+            mustChange = isXmlAddressField(name.getString());
+        }
         if (field.nameSize == 0 || !mustChange) continue;
         field.isRaw = false;
         m_asRead = false;

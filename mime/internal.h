@@ -12,7 +12,7 @@ constexpr int kUtf32LE = 12000, kUtf32BE = 12001;
 constexpr int kAscii = 20127, kLatin1 = 28591, kUtf8 = 65001;
 }  // namespace codepage
 
-// A stay in a log context that only the verbose log is told of by name.
+// The context of an operation, its sink told whether the log is verbose.
 class OperationContext : public LogContextExitor {
 public:
     OperationContext(LogBase& log, const char* name) : LogContextExitor(log, name, log.m_verbose) {}

@@ -199,7 +199,12 @@ void XmlTreeBuilder::keepSigned(MimeMessage2& node) {
 
 MimeMessage2* MimeMessage2::createMimeFromTree(TreeNode& mimeElement, bool addPreamble,
                                                LogBase& log) {
-    return XmlTreeBuilder(addPreamble, log).build(mimeElement);
+    const MemoryWatch memory;
+    MimeMessage2* const made = XmlTreeBuilder(addPreamble, log).build(mimeElement);
+    if (!memory.wasRefused()) return made;
+    log.logError("Out of memory.");
+    deleteObject(made);
+    return nullptr;
 }
 
 // -- Header

@@ -5,6 +5,7 @@
 
 #include "foundation/ClsXml.h"
 #include "foundation/GrowArray.h"
+#include "foundation/MemoryWatch.h"
 #include "foundation/zqStrings.h"
 #include "mime/internal.h"
 
@@ -12,9 +13,12 @@ bool MimeMessage2::getMimeXml(StringBuffer& out, LogBase& log) {
     if (!isAlive()) return false;
     ClsXml* xml = ClsXml::createNewCls();
     if (!xml) return false;
+    const MemoryWatch memory;
     xml->put_TagUtf8("mime_message");
     getMimeXmlR(*xml, log);
-    const bool written = xml->getXml(false, out, log);
+    const bool isWhole = !memory.wasRefused();
+    if (!isWhole) log.logError("Out of memory.");
+    const bool written = isWhole && xml->getXml(false, out, log);
     xml->deleteSelf();
     return written;
 }
@@ -30,8 +34,7 @@ bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
     const bool isEncoded = m_contentTransferEncoding.equalsIgnoreCase2("base64", 6) ||
                            m_contentTransferEncoding.equalsIgnoreCase2("quoted-printable", 16);
     if (!isEncoded) body->put_Cdata(true);
-    if (!body->setContent(text.getString(), text.getSize())) log.logError("Out of memory.");
-    return true;
+    return body->setContent(text.getString(), text.getSize());
 }
 
 // A child that cannot be converted is left as far as it got, and its siblings go on.

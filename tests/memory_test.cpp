@@ -157,6 +157,20 @@ TEST(Memory, CloneAndWrite) {
         });
 }
 
+TEST(Memory, XmlBothWays) {
+    const NodePtr node = fromBytes(kSample);
+    StringBuffer xml;
+    ASSERT_TRUE(node->getMimeXml(xml, noLog));
+    expectAllOrNothing([&] {
+        StringBuffer out;
+        return outcome(node->getMimeXml(out, noLog), [&] { return str(out); });
+    });
+    expectAllOrNothing([&] {
+        const NodePtr made(MimeMessage2::createMimeFromXml(xml, "mime_message", false, noLog));
+        return outcome(made != nullptr, [&] { return contentOf(*made); });
+    });
+}
+
 const std::string kLong =
     "a text a good deal longer than the inside of a buffer, and not ASCII, \xC3\xA9";
 
