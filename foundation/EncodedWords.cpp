@@ -17,12 +17,11 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes.h"
+#include "foundation/code_pages.h"
 
 #include <cstring>
 
 namespace {
-
-constexpr int kUtf8 = 65001;
 
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
@@ -212,8 +211,8 @@ private:
     bool flush() {
         if (m_pending.isEmpty()) return true;
         m_text.shorten(m_text.getSize());
-        const bool converted = EncodingConvert::EncConvert(m_codePage, kUtf8, m_pending.getData2(),
-                                                           m_pending.getSize(), m_text, m_log);
+        const bool converted = EncodingConvert::EncConvert(
+            m_codePage, codepage::kUtf8, m_pending.getData2(), m_pending.getSize(), m_text, m_log);
         m_pending.shorten(m_pending.getSize());
         return converted && m_out.append(m_text);
     }
@@ -309,7 +308,7 @@ bool WordWriter::write(const char* p, const char* end, unsigned& column) {
 // ISO-2022 text is always Base64: escape sequences make long Q words.
 void WordWriter::chooseForm(const char* p, const char* end) {
     if (!fitsWords(m_codePage) || !EncodingConvert::canHold(m_codePage, p, sizeOf(p, end)))
-        m_codePage = kUtf8;
+        m_codePage = codepage::kUtf8;
     if (const char* name = _zqCharset::nameOf(m_codePage)) m_charset = name;
     const size_t nameSize = std::strlen(m_charset);
     m_frame = static_cast<unsigned>(nameSize) + 7;
@@ -321,9 +320,10 @@ void WordWriter::chooseForm(const char* p, const char* end) {
 void WordWriter::convert(const char* p, unsigned n) {
     m_bytes = asBytes(p);
     m_size = n;
-    if (m_codePage == kUtf8) return;
+    if (m_codePage == codepage::kUtf8) return;
     m_converted.shorten(m_converted.getSize());
-    m_ok = m_ok && EncodingConvert::EncConvert(kUtf8, m_codePage, m_bytes, n, m_converted, m_log);
+    m_ok = m_ok &&
+           EncodingConvert::EncConvert(codepage::kUtf8, m_codePage, m_bytes, n, m_converted, m_log);
     m_bytes = m_converted.getData2();
     m_size = m_converted.getSize();
 }
@@ -415,7 +415,8 @@ unsigned int appendEncodedWords(const char* text, unsigned int size, int codePag
     DataBuffer valid;
     if (!_zqUtf::isValidUtf8(asBytes(text), size, 0)) {
         LogNull log;
-        if (!EncodingConvert::EncConvert(kUtf8, kUtf8, asBytes(text), size, valid, log))
+        if (!EncodingConvert::EncConvert(codepage::kUtf8, codepage::kUtf8, asBytes(text), size,
+                                         valid, log))
             return column;
         text = reinterpret_cast<const char*>(valid.getData2());
         size = valid.getSize();

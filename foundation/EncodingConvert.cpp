@@ -13,6 +13,7 @@
 #include "foundation/LogBase.h"
 #include "foundation/bytes.h"
 #include "foundation/charset_codecs.h"
+#include "foundation/code_pages.h"
 
 namespace {
 
@@ -82,8 +83,6 @@ using charset::Codec;
 using charset::Output;
 using charset::Source;
 
-constexpr int kUtf8 = 65001;
-
 const Codec* findCodec(int codePage) {
     const charset::CodecList lists[] = {charset::unicodeCodecs(), charset::singleByteCodecs(),
                                         charset::multiByteCodecs(), charset::statefulCodecs()};
@@ -110,8 +109,8 @@ bool run(Step step, const Codec& codec, Source in, DataBuffer& buffer) {
 }
 
 bool convert(const Codec& from, const Codec& to, Source in, DataBuffer& out) {
-    if (to.codePage == kUtf8) return run(from.decode, from, in, out);
-    if (from.codePage == kUtf8) return run(to.encode, to, in, out);
+    if (to.codePage == codepage::kUtf8) return run(from.decode, from, in, out);
+    if (from.codePage == codepage::kUtf8) return run(to.encode, to, in, out);
     DataBuffer text;
     if (!run(from.decode, from, in, text)) return false;
     return run(to.encode, to, {text.getData2(), text.getData2() + text.getSize()}, out);
@@ -136,7 +135,7 @@ const Codec* actualCodec(const Codec* declared, Source in) {
     for (const Forms& forms : kForms) {
         if (!declared || declared->codePage != forms.sevenBit) continue;
         if (bytes::isAscii(reinterpret_cast<const char*>(in.p), in.size())) return declared;
-        if (utf8::validPrefix(in.p, in.size()) == in.size()) return findCodec(kUtf8);
+        if (utf8::validPrefix(in.p, in.size()) == in.size()) return findCodec(codepage::kUtf8);
         const Codec* const eightBit = findCodec(forms.eightBit);
         return decodesWhole(*eightBit, in) ? eightBit : declared;
     }

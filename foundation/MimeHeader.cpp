@@ -19,11 +19,9 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes.h"
+#include "foundation/code_pages.h"
 
 namespace {
-
-constexpr int kUtf8 = 65001;
-constexpr int kWindows1252 = 1252;
 
 // Limit: a longer run of bytes before a colon is no name but a line of its own.
 constexpr unsigned kMaxNameSize = 0xFFFF;
@@ -168,14 +166,14 @@ MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size)
 bool MimeHeader::decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log) {
     const int clue = _zqCharset::codePageOf(charsetClue.getString(), charsetClue.getSize());
     const bool clueFits = clue != 0 && EncodingConvert::keepsAscii(clue);
-    const int legacy = codePage ? codePage : clueFits ? clue : kWindows1252;
+    const int legacy = codePage ? codePage : clueFits ? clue : codepage::kWindows1252;
     for (Field& field : m_fields) {
         const char* line = m_text.getString() + field.start;
         if (bytes::isAscii(line, field.size)) continue;
         const bool isUtf8 =
             _zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(line), field.size, 0);
         if (!isUtf8 && !recodeField(field, legacy, log)) return false;
-        if (m_detectedCP == 0 || !isUtf8) m_detectedCP = isUtf8 ? kUtf8 : legacy;
+        if (m_detectedCP == 0 || !isUtf8) m_detectedCP = isUtf8 ? codepage::kUtf8 : legacy;
     }
     if (m_waste > 0) compact();
     return true;
@@ -184,8 +182,9 @@ bool MimeHeader::decodeHighBytes(int codePage, const StringBuffer& charsetClue, 
 bool MimeHeader::recodeField(Field& field, int codePage, LogBase& log) {
     DataBuffer utf8;
     const char* line = m_text.getString() + field.start;
-    if (!EncodingConvert::EncConvert(codePage, kUtf8, reinterpret_cast<const unsigned char*>(line),
-                                     field.size, utf8, log))
+    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8,
+                                     reinterpret_cast<const unsigned char*>(line), field.size, utf8,
+                                     log))
         return false;
     const unsigned start = m_text.getSize();
     if (!m_text.append(utf8)) return false;

@@ -16,13 +16,12 @@
 #include "foundation/LogNull.h"
 #include "foundation/MemoryWatch.h"
 #include "foundation/bytes.h"
+#include "foundation/code_pages.h"
 #include "foundation/line_ends.h"
 
 namespace {
 
 constexpr unsigned kMaxSize = 0xFFFFFFFFu;
-constexpr int kUtf8 = 65001;
-constexpr int kAnsi = 1252;
 
 const char* textOf(const char* s) { return s ? s : ""; }
 
@@ -405,7 +404,7 @@ bool StringBuffer::convertEncoding(int fromCodePage, int toCodePage, LogBase& lo
 
 bool StringBuffer::cvUtf8ToAnsi() {
     LogNull log;
-    return convertEncoding(kUtf8, kAnsi, log);
+    return convertEncoding(codepage::kUtf8, codepage::kWindows1252, log);
 }
 
 bool StringBuffer::qbDecode(LogBase&) {

@@ -4,13 +4,8 @@
 // What several sources of the node share and nobody else needs.
 
 #include "foundation/GrowArray.h"
+#include "foundation/code_pages.h"
 #include "mime/MimeMessage2.h"
-
-namespace codepage {
-constexpr int kNone = 0, kUtf16LE = 1200, kUtf16BE = 1201, kWindows1252 = 1252;
-constexpr int kUtf32LE = 12000, kUtf32BE = 12001;
-constexpr int kAscii = 20127, kLatin1 = 28591, kUtf8 = 65001;
-}  // namespace codepage
 
 // The context of an operation, its sink told whether the log is verbose.
 class OperationContext : public LogContextExitor {

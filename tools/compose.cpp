@@ -16,6 +16,7 @@
 #include "foundation/_zqEmailAddress.h"
 #include "foundation/_zqUrlEncode.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/code_pages.h"
 #include "foundation/zqMimeTypes.h"
 #include "foundation/zqStrings.h"
 #include "tools/commands.h"
@@ -27,7 +28,6 @@ namespace {
 using Part = std::unique_ptr<MimeMessage2>;
 using Parts = std::vector<Part>;
 
-constexpr int kUtf8 = 65001;
 constexpr const char* kTo7bit = "needs 8 bits; --encoding 8bit allows them";
 
 Part newPart() {
@@ -57,7 +57,7 @@ std::string baseName(const std::string& path) { return path.substr(path.rfind('/
 // as ISO-8859-1.  Limit: a line break would begin a field of its own.
 std::string headerText(const std::string& argument, LogBase& log) {
     DataBuffer utf8;
-    if (!EncodingConvert::EncConvert(kUtf8, kUtf8,
+    if (!EncodingConvert::EncConvert(codepage::kUtf8, codepage::kUtf8,
                                      reinterpret_cast<const unsigned char*>(argument.data()),
                                      static_cast<unsigned>(argument.size()), utf8, log))
         throw std::bad_alloc();

@@ -12,6 +12,7 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/HeaderWriter.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/code_pages.h"
 #include "tools/commands.h"
 #include "tools/input.h"
 #include "tools/nodes.h"
@@ -252,12 +253,11 @@ void Converter::convertLeaf(size_t index) {
 
 // The engine stores such text as if it were ISO-8859-1, and does not say so when it writes it.
 void Converter::nameCharset(MimeMessage2& leaf) {
-    constexpr int kNone = 0, kAscii = 20127;
     StringBuffer declared;
     const int codePage = leaf.getCharsetCodePage();
-    const bool isUnnamed =
-        codePage == kNone && !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
-    if ((isUnnamed || codePage == kAscii) && !leaf.isAttachment(m_log) &&
+    const bool isUnnamed = codePage == codepage::kNone &&
+                           !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
+    if ((isUnnamed || codePage == codepage::kAscii) && !leaf.isAttachment(m_log) &&
         !leaf.getMimeBodyDb().is7bit(0))
         leaf.setCharset("utf-8", m_log);
 }

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "foundation/code_pages.h"
 #include "foundation/zqMimeTypes.h"
 #include "tools/commands.h"
 #include "tools/folder.h"
@@ -82,19 +83,18 @@ bool isStoredAsUtf8(const MimeMessage2& leaf) {
     type.setString(typeOf(leaf).c_str());
     if (!type.containsSubstringNoCase("text/") && !type.containsSubstringNoCase("application/xml"))
         return false;
-    constexpr int kUtf16LE = 1200, kUtf16BE = 1201;
     const int codePage = leaf.getCharsetCodePage();
     const char* const coding = leaf.getContentEncoding();
-    return codePage == kUtf16LE || codePage == kUtf16BE || strcasecmp(coding, "base64") == 0 ||
-           strcasecmp(coding, "quoted-printable") == 0 || !leaf.getMimeBodyDb().containsChar('\0');
+    return codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE ||
+           strcasecmp(coding, "base64") == 0 || strcasecmp(coding, "quoted-printable") == 0 ||
+           !leaf.getMimeBodyDb().containsChar('\0');
 }
 
 // Kept on purpose: US-ASCII is ISO-8859-1, so that no byte is lost.
 int codePageFor(const MimeMessage2& leaf) {
-    constexpr int kNone = 0, kAscii = 20127, kLatin1 = 28591;
-    if (!isStoredAsUtf8(leaf)) return kNone;
+    if (!isStoredAsUtf8(leaf)) return codepage::kNone;
     const int codePage = leaf.getCharsetCodePage();
-    return codePage == kAscii ? kLatin1 : codePage;
+    return codePage == codepage::kAscii ? codepage::kLatin1 : codePage;
 }
 
 std::optional<std::time_t> dateOf(const Message& message) {
