@@ -2,7 +2,7 @@
 # The short way: `make run` and `make test` install what is missing (Debian), build and go.
 
 FILE ?= examples/welcome.eml
-mimetree := build/release/tools/mimetree
+mimetree := build/release/cli/mimetree
 
 .PHONY: build run test packages clean
 
@@ -23,7 +23,7 @@ test: build
 	ctest --preset release
 
 packages:
-	@tools/install-packages.sh build
+	@cmake/install-packages.sh build
 
 clean:
 	rm -rf build

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "foundation/base64.h"
-#include "foundation/quoted_printable.h"
+#include "foundation/coding/base64.h"
+#include "foundation/coding/quoted_printable.h"
 
 namespace {
 

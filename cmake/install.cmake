@@ -6,14 +6,11 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mimetree)
 
 install(TARGETS mimetree EXPORT mimetreeTargets
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree)
-# Headers that are named as a type (or zq...) are for users; those in small letters are shared
-# between the engine's sources.
-install(DIRECTORY foundation mime
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree
-    FILES_MATCHING
-    PATTERN "*.h"
-    REGEX "/[a-y][a-z_0-9]*\\.h$" EXCLUDE
-    PATTERN "tables" EXCLUDE)
+# Public headers stand on top; those in the rooms below are shared between the engine's sources.
+file(GLOB foundation_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/foundation/*.h)
+file(GLOB mime_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/mime/*.h)
+install(FILES ${foundation_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree/foundation)
+install(FILES ${mime_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree/mime)
 install(EXPORT mimetreeTargets NAMESPACE mimetree:: DESTINATION ${package_dir})
 
 configure_package_config_file(cmake/mimetreeConfig.cmake.in mimetreeConfig.cmake

@@ -13,7 +13,7 @@
 // releasing a handle never removes an element.
 //
 // What is printed is well-formed XML 1.0 in UTF-8, whatever it was given, and TreeNode reads
-// back the same bytes; xml_text.h says how bytes are spelled that XML cannot hold.  A line
+// back the same bytes; xml/text.h says how bytes are spelled that XML cannot hold.  A line
 // break is written between elements only where their parent has no content of its own.
 
 class LogBase;

@@ -10,7 +10,7 @@
 //
 // Getters append to `out`, and leave it alone when they answer false.
 
-#include "foundation/GrowArray.h"
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/StringBuffer.h"
 
 class ClsXml;

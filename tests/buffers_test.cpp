@@ -7,7 +7,7 @@
 #include <climits>
 
 #include "foundation/ExtPtrArraySb.h"
-#include "foundation/bytes.h"
+#include "foundation/bytes/bytes.h"
 #include "foundation/zqStrings.h"
 #include "tests/support.h"
 

@@ -6,7 +6,7 @@
 #include "foundation/LogNull.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
-#include "foundation/utf8.h"
+#include "foundation/bytes/utf8.h"
 #include "tests/support.h"
 
 using namespace std::string_literals;

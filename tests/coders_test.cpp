@@ -7,8 +7,8 @@
 
 #include "foundation/ContentCoding.h"
 #include "foundation/_zqUrlEncode.h"
-#include "foundation/base64.h"
-#include "foundation/quoted_printable.h"
+#include "foundation/coding/base64.h"
+#include "foundation/coding/quoted_printable.h"
 #include "tests/reference/coders.h"
 #include "tests/support.h"
 

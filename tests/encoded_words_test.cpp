@@ -2,7 +2,7 @@
 //
 // Encoded words and RFC 2231 values: row tables for what is read, laws for what is written.
 
-#include "foundation/EncodedWords.h"
+#include "foundation/coding/EncodedWords.h"
 
 #include <gtest/gtest.h>
 

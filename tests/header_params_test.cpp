@@ -3,7 +3,7 @@
 // Parameters of header values: what is tolerated, what is found, and the law that a written
 // parameter is found again.
 
-#include "foundation/HeaderParams.h"
+#include "foundation/header/HeaderParams.h"
 
 #include <gtest/gtest.h>
 

@@ -3,13 +3,13 @@
 // Writing header fields: rows for each kind of field, and the laws of reading back, of line
 // lengths and of injection.
 
-#include "foundation/HeaderWriter.h"
+#include "foundation/header/HeaderWriter.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "foundation/EncodedWords.h"
+#include "foundation/coding/EncodedWords.h"
 #include "tests/support.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 // The vectorised line-end loops against the plain ones, and the plain ones against rows.
 
-#include "foundation/line_ends.h"
+#include "foundation/bytes/line_ends.h"
 
 #include <gtest/gtest.h>
 

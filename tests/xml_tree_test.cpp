@@ -6,11 +6,11 @@
 #include <pthread.h>
 
 #include "foundation/ClsXml.h"
-#include "foundation/HeaderParams.h"
+#include "foundation/header/HeaderParams.h"
 #include "foundation/LogText.h"
 #include "foundation/TreeNode.h"
 #include "foundation/_zqEmailAddress.h"
-#include "foundation/header_fields.h"
+#include "foundation/header/header_fields.h"
 #include "tests/node_support.h"
 #include "tests/outline.h"
 

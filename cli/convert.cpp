@@ -1,0 +1,422 @@
+// SPDX-License-Identifier: Apache-2.0
+// Command `convert`: a message with other transfer codings, another charset or fewer parts,
+// the header fields of every part in step with its body.  Parts go first, then the charset is
+// changed, then the codings.  What a signature or encryption covers is left alone.
+
+#include <strings.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include "foundation/EncodingConvert.h"
+#include "foundation/header/HeaderWriter.h"
+#include "foundation/_zqUtf.h"
+#include "foundation/charset/code_pages.h"
+#include "cli/commands.h"
+#include "cli/input.h"
+#include "cli/nodes.h"
+#include "cli/wire.h"
+
+namespace {
+
+// Limit: messages within messages are converted by recursion.
+constexpr int kMaxMessageDepth = 50;
+
+bool beginsWith(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() &&
+           strncasecmp(text.data(), prefix.data(), prefix.size()) == 0;
+}
+
+bool isSame(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && beginsWith(a, b);
+}
+
+// RFC 2045 5.2: a part without a type is plain text.
+std::string_view typeOf(const MimeMessage2& part) {
+    const std::string_view type = view(part.getContentType());
+    return type.empty() ? "text/plain" : type;
+}
+
+bool isText(const MimeMessage2& part) { return beginsWith(typeOf(part), "text/"); }
+
+// RFC 1847: the signature covers the bytes as they are.
+bool isSealed(const MimeMessage2& part) {
+    return isSame(typeOf(part), "multipart/signed") || isSame(typeOf(part), "multipart/encrypted");
+}
+
+bool isEncoded(const MimeMessage2& part) {
+    const std::string_view coding = view(part.getContentEncoding());
+    return isSame(coding, "quoted-printable") || isSame(coding, "base64");
+}
+
+bool is8bit(const MimeMessage2& part) {
+    const std::string_view coding = view(part.getContentEncoding());
+    return isSame(coding, "8bit") || isSame(coding, "binary");
+}
+
+bool fits(std::string_view type, std::string_view pattern) {
+    if (!pattern.ends_with("/*")) return isSame(type, pattern);
+    return pattern == "*/*" || beginsWith(type, pattern.substr(0, pattern.size() - 1));
+}
+
+int codePageOf(const StringBuffer& charset) {
+    return _zqCharset::codePageOf(charset.getString(), charset.getSize());
+}
+
+void setBody(MimeMessage2& leaf, const DataBuffer& body, LogBase& log) {
+    if (body.failed()) throw std::bad_alloc();
+    leaf.setMimeBodyBinary2(body.getData2(), body.getSize(), log);
+}
+
+// A message of which no part is left.
+void makeEmptyText(MimeMessage2& root, LogBase& log) {
+    root.removeSubparts();
+    root.clearMimeBody();
+    root.clearCharset(log);
+    root.setContentType("text/plain", "", "", "", nullptr, "", "", log);
+    root.setDisposition("", log);
+    root.removeHeaderField("Content-Transfer-Encoding", /*all*/ true, log);
+    root.cacheEncoding(log);
+}
+
+// Where a line begins that holds `text` and blanks alone; npos when there is none.
+size_t findLine(std::string_view source, std::string_view text, size_t at) {
+    for (; (at = source.find(text, at)) != std::string_view::npos; at += text.size()) {
+        const size_t behind = source.find_first_not_of(" \t", at + text.size());
+        const bool ends =
+            behind == std::string_view::npos || source[behind] == '\r' || source[behind] == '\n';
+        if (ends && (at == 0 || source[at - 1] == '\n' || source[at - 1] == '\r')) break;
+    }
+    return at;
+}
+
+struct Source {
+    const std::string& path;
+    std::string_view text;
+};
+
+class Converter {
+public:
+    Converter(const Source& source, MimeMessage2& root, const ConvertOptions& options, LogBase& log,
+              int depth = 0)
+        : m_source(source), m_root(root), m_log(log), m_options(options), m_depth(depth) {}
+
+    void run();
+
+private:
+    void keepSealed();
+    void keepText(MimeMessage2& part, size_t& at);
+    bool isTextOf(const MimeMessage2& part, const DataBuffer& text) const;
+    void tell(size_t index, const std::string& what) const;
+    void findNodes();
+    bool isInsideSealed(size_t index) const {
+        const int parent = m_nodes[index].parent;
+        return parent >= 0 && m_isSealed[static_cast<size_t>(parent)];
+    }
+    bool isUnwanted(const MimeMessage2& leaf) const;
+    void removeParts();
+    void convertLeaf(size_t index);
+    void nameCharset(MimeMessage2& leaf);
+    bool hasUtf8Body(size_t index);
+    void toCharset(size_t index);
+    void fixCoding(MimeMessage2& leaf);
+    void to7bit(MimeMessage2& leaf);
+    void attachedTo7bit(size_t index);
+    void headerTo7bit(size_t index);
+    void to8bit(size_t index);
+    void label8bit(size_t index);
+
+    const Source& m_source;
+    MimeMessage2& m_root;
+    LogBase& m_log;
+    const ConvertOptions& m_options;
+    const int m_depth;
+    std::vector<Node> m_nodes;
+    std::vector<bool> m_isSealed;  // of each node: signed or encrypted, or inside of such
+    bool m_hasSealed = false;
+};
+
+void Converter::tell(size_t index, const std::string& what) const {
+    const std::string number = partNumber(m_nodes, index);
+    reportError(m_source.path, number.empty() ? what : "part " + number + ": " + what);
+}
+
+void Converter::findNodes() {
+    m_nodes = nodesOf(m_root);
+    m_isSealed.assign(m_nodes.size(), false);
+    for (size_t i = 0; i < m_nodes.size(); ++i)
+        m_isSealed[i] = isInsideSealed(i) || isSealed(*m_nodes[i].message);
+}
+
+void Converter::run() {
+    findNodes();
+    keepSealed();
+    findNodes();
+    if (m_options.removeAttachments || !m_options.only.empty()) removeParts();
+    findNodes();
+    for (size_t i = 0; i < m_nodes.size(); ++i) {
+        MimeMessage2& part = *m_nodes[i].message;
+        if (m_options.to7bit && !isInsideSealed(i)) headerTo7bit(i);
+        if (m_isSealed[i]) continue;
+        if (part.getNumParts() == 0) convertLeaf(i);
+        else if (m_options.to7bit && !m_hasSealed && is8bit(part))
+            part.setContentEncoding("7bit", m_log);
+    }
+}
+
+// -- Signed and encrypted parts
+
+void Converter::keepSealed() {
+    size_t at = 0;
+    for (size_t i = 0; i < m_nodes.size(); ++i) {
+        if (!m_isSealed[i] || isInsideSealed(i)) continue;
+        tell(i, "signed or encrypted, left as it is");
+        m_hasSealed = true;
+        if (!m_nodes[i].message->isMultipartSigned(m_log)) keepText(*m_nodes[i].message, at);
+    }
+}
+
+// The engine keeps the signed text of S/MIME.  For others (RFC 3156) the parts give way to
+// their text as it was read, from the first delimiter to the last.
+void Converter::keepText(MimeMessage2& part, size_t& at) {
+    const std::string delimiter = "--" + std::string(view(part.m_contentType.m_boundary));
+    const size_t begin = findLine(m_source.text, delimiter, at);
+    const size_t last = findLine(m_source.text, delimiter + "--", begin);
+    if (delimiter.size() == 2 || isEncoded(part) || last == std::string_view::npos) return;
+    const std::string_view text = m_source.text.substr(begin, last + delimiter.size() + 2 - begin);
+    DataBuffer kept;
+    kept.append(text.data(), static_cast<unsigned>(text.size()));
+    kept.appendStr("\r\n");
+    if (!isTextOf(part, kept)) return;
+    at = last;
+    part.removeSubparts();
+    part.m_charset.clear();
+    setBody(part, kept, m_log);
+}
+
+// A delimiter may occur elsewhere, too: the text must give the very parts.
+bool Converter::isTextOf(const MimeMessage2& part, const DataBuffer& text) const {
+    StringBuffer header;
+    part.getMimeHeader(header, m_log);
+    DataBuffer whole, own, other;
+    whole.append(header);
+    whole.appendStr("\r\n\r\n");
+    whole.append(text);
+    MimeMessage2 loaded;
+    if (whole.failed() || !loaded.loadMimeCompleteDb(whole, m_log)) return false;
+    part.getMimeTextDb(own, /*bodyOnly*/ true, m_log);
+    loaded.getMimeTextDb(other, /*bodyOnly*/ true, m_log);
+    return !own.failed() && own.equals(other);
+}
+
+// -- Parts
+
+bool Converter::isUnwanted(const MimeMessage2& leaf) const {
+    if (m_options.removeAttachments && leaf.isAttachment(m_log)) return true;
+    const auto fitsLeaf = [&](const std::string& type) { return fits(typeOf(leaf), type); };
+    return !m_options.only.empty() &&
+           std::none_of(m_options.only.begin(), m_options.only.end(), fitsLeaf);
+}
+
+// Last part first: what is below a node, and behind it, has gone when its turn comes.
+void Converter::removeParts() {
+    std::vector<bool> hadParts(m_nodes.size(), false);
+    for (size_t i = m_nodes.size(); i-- > 0;) {
+        const auto& [part, parent, depth, number] = m_nodes[i];
+        if (parent >= 0) hadParts[static_cast<size_t>(parent)] = true;
+        const bool isGone = hadParts[i] ? part->getNumParts() == 0 : isUnwanted(*part);
+        if (m_isSealed[i] || !isGone) continue;
+        if (parent < 0) makeEmptyText(*part, m_log);
+        else m_nodes[static_cast<size_t>(parent)].message->removePart(number - 1, m_log);
+    }
+}
+
+// -- Charset
+
+void Converter::convertLeaf(size_t index) {
+    MimeMessage2& leaf = *m_nodes[index].message;
+    if (leaf.isMultipart()) {
+        // RFC 2045 6.4: damaged as it is, a multipart may not be encoded.
+        if (m_options.to7bit && !leaf.getMimeBodyDb().is7bit(0))
+            tell(index, "8-bit multipart without parts, left as it is");
+        return;
+    }
+    const bool isTextLeaf = isText(leaf), was8bit = is8bit(leaf);
+    if (isTextLeaf) nameCharset(leaf);
+    if (!m_options.charset.empty() && isTextLeaf) toCharset(index);
+    if (m_options.to7bit && isSame(typeOf(leaf), "message/rfc822")) attachedTo7bit(index);
+    else if (m_options.to7bit) to7bit(leaf);
+    if (m_options.to8bit && isTextLeaf && isEncoded(leaf)) to8bit(index);
+    if (is8bit(leaf) && !was8bit) label8bit(index);
+}
+
+// The engine stores such text as if it were ISO-8859-1, and does not say so when it writes it.
+void Converter::nameCharset(MimeMessage2& leaf) {
+    StringBuffer declared;
+    const int codePage = leaf.getCharsetCodePage();
+    const bool isUnnamed = codePage == codepage::kNone &&
+                           !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
+    if ((isUnnamed || codePage == codepage::kAscii) && !leaf.isAttachment(m_log) &&
+        !leaf.getMimeBodyDb().is7bit(0))
+        leaf.setCharset("utf-8", m_log);
+}
+
+// The engine stores the bytes of text attachments as they are; they become UTF-8 here.
+bool Converter::hasUtf8Body(size_t index) {
+    MimeMessage2& leaf = *m_nodes[index].message;
+    const DataBuffer& body = leaf.getMimeBodyDb();
+    StringBuffer charset;
+    if (leaf.getCharsetCodePage() == 0 && !body.is7bit(0) &&
+        leaf.getSubFieldUtf8("Content-Type", "charset", charset, m_log)) {
+        const int codePage = codePageOf(charset);
+        if (!EncodingConvert::isKnown(codePage)) return false;
+        DataBuffer utf8;
+        if (!EncodingConvert::EncConvert(codePage, 65001, body.getData2(), body.getSize(), utf8,
+                                         m_log))
+            throw std::bad_alloc();
+        setBody(leaf, utf8, m_log);
+    }
+    return _zqUtf::isValidUtf8(body.getData2(), body.getSize(), 0);
+}
+
+void Converter::toCharset(size_t index) {
+    if (!hasUtf8Body(index)) return tell(index, "in no charset that is known, left as it is");
+    MimeMessage2& leaf = *m_nodes[index].message;
+    const std::string_view body = view(leaf.getMimeBodyDb());
+    _zqCharset charset;
+    charset.setByName(m_options.charset.c_str());
+    if (!EncodingConvert::canHold(charset.getCodePage(), body.data(),
+                                  static_cast<unsigned>(body.size()))) {
+        tell(index, m_options.charset + " cannot hold this text, made utf-8");
+        charset.setByName("utf-8");
+    }
+    leaf.setCharset(charset, m_log);
+    fixCoding(leaf);
+}
+
+// RFC 2045 6.2: text in another charset may need another coding.
+void Converter::fixCoding(MimeMessage2& leaf) {
+    if (isEncoded(leaf)) return;
+    const DataBuffer bytes = wireBytes(leaf, m_log);
+    const WireFacts facts = factsOf(view(bytes));
+    if (!facts.fitsLines()) leaf.setContentEncoding(shorterCoding(bytes), m_log);
+    else if (!facts.is7bit && !is8bit(leaf)) leaf.setContentEncoding("8bit", m_log);
+}
+
+// -- Codings
+
+// convert8Bit changes the coding in which the body is written, setContentEncoding the field.
+void Converter::to7bit(MimeMessage2& leaf) {
+    if (isEncoded(leaf)) return;
+    if (!factsOf(view(wireBytes(leaf, m_log))).is7bit) leaf.setContentEncoding("8bit", m_log);
+    leaf.convert8Bit(m_log);
+    if (!isEncoded(leaf)) return;
+    const StringBuffer coding(leaf.m_contentTransferEncoding);
+    leaf.setContentEncoding(coding.getString(), m_log);
+}
+
+// RFC 2046 5.2.1: an attached message has no coding of its own; its parts have.
+void Converter::attachedTo7bit(size_t index) {
+    MimeMessage2& leaf = *m_nodes[index].message;
+    DataBuffer bytes = wireBytes(leaf, m_log);
+    if (isEncoded(leaf)) return;
+    if (!factsOf(view(bytes)).is7bit) {
+        MimeMessage2 attached;
+        if (m_depth == kMaxMessageDepth || !attached.loadMimeCompleteDb(bytes, m_log))
+            return tell(index, "8-bit message, left as it is");
+        ConvertOptions options;
+        options.to7bit = true;
+        const std::string path = m_source.path + " (attached message)";
+        Converter({path, view(bytes)}, attached, options, m_log, m_depth + 1).run();
+        DataBuffer text;
+        attached.getMimeTextDb(text, /*bodyOnly*/ false, m_log);
+        setBody(leaf, text, m_log);
+        if (!text.is7bit(0)) return;
+    }
+    if (!leaf.m_contentTransferEncoding.isEmpty()) leaf.setContentEncoding("7bit", m_log);
+}
+
+// RFC 2047, RFC 2231: fields with raw 8-bit text are written anew, all others stay.
+void Converter::headerTo7bit(size_t index) {
+    MimeMessage2& part = *m_nodes[index].message;
+    StringBuffer header;
+    part.getMimeHeader(header, m_log);
+    if (header.is7bit(0)) return;
+    header.clear();
+    for (int i = 0; i < part.getNumHeaderFields(); ++i) {
+        StringBuffer text, name, value;
+        part.m_mimeHeader.getFieldText(i, text);
+        part.getHeaderFieldName(i, name, m_log);
+        part.getHeaderFieldValue(i, /*decode*/ false, value, m_log);
+        if (!text.is7bit(0) && !name.isEmpty()) {
+            text.clear();
+            appendHeaderField(name.getString(), name.getSize(), value.getString(), value.getSize(),
+                              part.getCharsetCodePage(), text);
+        }
+        if (!text.is7bit(0)) tell(index, "no 7-bit form for the field " + std::string(view(text)));
+        if (i > 0) header.append("\r\n");
+        header.append(text);
+    }
+    if (header.failed()) throw std::bad_alloc();
+    part.m_mimeHeader.loadMimeHeaderBytes(header.getString(), header.getSize(), 65001,
+                                          StringBuffer(), m_log);
+}
+
+// RFC 2045 2.8: lines of 8-bit text end with CRLF.  For a text that is read the form of its
+// line ends does not count (RFC 2046 4.1.1); a file that is attached keeps its bytes.
+void Converter::to8bit(size_t index) {
+    MimeMessage2& leaf = *m_nodes[index].message;
+    const WireFacts facts = factsOf(view(wireBytes(leaf, m_log)));
+    if (!facts.fitsLines()) return;
+    if (facts.hasBareBreak) {
+        if (leaf.isAttachment(m_log)) return tell(index, "line ends are not CRLF, left as it is");
+        StringBuffer text;
+        text.append(leaf.getMimeBodyDb());
+        text.allToCRLF();
+        DataBuffer body;
+        body.append(text);
+        if (text.failed()) body.markFailed();
+        setBody(leaf, body, m_log);
+    }
+    leaf.setContentEncoding("8bit", m_log);
+}
+
+// RFC 2045 6.4: a multipart with 8-bit parts is 8-bit itself.
+void Converter::label8bit(size_t index) {
+    for (int i = m_nodes[index].parent; i >= 0; i = m_nodes[static_cast<size_t>(i)].parent) {
+        MimeMessage2& multipart = *m_nodes[static_cast<size_t>(i)].message;
+        if (is8bit(multipart)) return;
+        multipart.setContentEncoding("8bit", m_log);
+    }
+}
+
+ExitStatus failed(const std::string& path, const char* reason) {
+    reportError(path, reason);
+    return kFailed;
+}
+
+bool isEmpty(const ConvertOptions& options) {
+    return !options.to7bit && !options.to8bit && options.charset.empty() &&
+           !options.removeAttachments && options.only.empty();
+}
+
+}  // namespace
+
+ExitStatus convert(const Options& options, Output& out) {
+    if (isEmpty(options.convert)) {
+        reportError("nothing to convert to (see mimetree convert --help)");
+        return kBadUsage;
+    }
+    const std::string& path = options.paths.front();
+    const std::unique_ptr<LogBase> log = makeLog(options);
+    DataBuffer bytes, text;
+    if (const char* reason = readWhole(path, bytes)) return failed(path, reason);
+    MimeMessage2 root;
+    if (!root.loadMimeCompleteDb(bytes, *log)) return failed(path, "not a MIME message");
+    Converter({path, view(bytes)}, root, options.convert, *log).run();
+    root.getMimeTextDb(text, /*bodyOnly*/ false, *log);
+    if (text.failed()) return failed(path, "out of memory");
+    out.writeContent(view(text));
+    return kDone;
+}

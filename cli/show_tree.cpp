@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Command `tree`: a line a node, indented by depth.  With --json the work is showJson's.
+
+#include <algorithm>
+#include <string>
+
+#include "cli/commands.h"
+#include "cli/input.h"
+#include "cli/nodes.h"
+#include "cli/show_json.h"
+
+namespace {
+
+// Limit: a message nested without end would make the indentation quadratic.
+constexpr unsigned kMaxIndent = 40;
+
+void addField(std::string& line, std::string_view field) {
+    if (!field.empty()) line += "  " + std::string(field);
+}
+
+std::string indentation(const Node& node) {
+    std::string text(2 * std::min(node.depth, kMaxIndent), ' ');
+    if (node.depth > kMaxIndent) text += "(depth " + std::to_string(node.depth) + ") ";
+    return text;
+}
+
+std::string counted(unsigned n, const char* unit) {
+    return std::to_string(n) + " " + unit + (n == 1 ? "" : "s");
+}
+
+std::string sizeOf(const MimeMessage2& message) {
+    const int parts = message.getNumParts();
+    return parts ? counted(static_cast<unsigned>(parts), "part")
+                 : counted(message.getMimeBodyDb().getSize(), "byte");
+}
+
+// The name in Content-Disposition, or else the older one in Content-Type.
+std::string fileNameOf(const MimeMessage2& message) {
+    StringBuffer name;
+    message.getMimeFilename(name);
+    if (name.isEmpty()) name = message.m_contentType.m_name;
+    return name.isEmpty() ? std::string() : '"' + oneLine(view(name)) + '"';
+}
+
+std::string lineOf(const std::vector<Node>& nodes, size_t index, const Output& out) {
+    const MimeMessage2& message = *nodes[index].message;
+    const std::string number = partNumber(nodes, index);
+    const std::string type = oneLine(view(message.getContentType()));
+    const std::string charset = oneLine(view(message.getCharset()));
+    const std::string disposition = oneLine(view(message.getDisposition()));
+
+    std::string line = indentation(nodes[index]);
+    if (!number.empty()) line += out.coloured(Colour::Dim, number) + " ";
+    line += out.coloured(Colour::Cyan, type.empty() ? "(no type)" : type);
+    addField(line, charset.empty() ? charset : "charset=" + charset);
+    addField(line, oneLine(view(message.getContentEncoding())));
+    addField(line, out.coloured(Colour::Yellow, disposition));
+    addField(line, sizeOf(message));
+    addField(line, out.coloured(Colour::Green, fileNameOf(message)));
+    return line + "\n";
+}
+
+ExitStatus showTree(const Message& message, const Options&, Output& out) {
+    const std::vector<Node> nodes = nodesOf(message.root);
+    for (size_t i = 0; i < nodes.size() && out.good(); ++i) out.write(lineOf(nodes, i, out));
+    return kDone;
+}
+
+}  // namespace
+
+ExitStatus tree(const Options& options, Output& out) {
+    return options.json ? forEachMessage(options, out, Heading::None, showJson)
+                        : forEachMessage(options, out, Heading::Path, showTree);
+}

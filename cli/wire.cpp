@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// Bodies on their way through the mail system: compose.cpp and convert.cpp choose transfer
+// codings by what is found here.
+
+#include "cli/wire.h"
+
+#include <new>
+
+#include "foundation/ContentCoding.h"
+#include "cli/output.h"
+
+WireFacts factsOf(std::string_view text) {
+    WireFacts facts;
+    size_t lineStart = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (static_cast<unsigned char>(c) >= 0x80) facts.is7bit = false;
+        if (c == '\0') facts.hasNul = true;
+        const bool isCrlf = c == '\r' && text.substr(i + 1, 1) == "\n";
+        if ((c == '\r' && !isCrlf) || c == '\n') facts.hasBareBreak = true;
+        if (isCrlf || c == '\n') {
+            if (i - lineStart > kMaxLine) facts.hasLongLine = true;
+            if (isCrlf) ++i;
+            lineStart = i + 1;
+        }
+    }
+    if (text.size() - lineStart > kMaxLine) facts.hasLongLine = true;
+    return facts;
+}
+
+// The writer itself is asked, with the coding out of its way.
+DataBuffer wireBytes(MimeMessage2& leaf, LogBase& log) {
+    StringBuffer coding;
+    coding.swap(leaf.m_contentTransferEncoding);
+    DataBuffer bytes;
+    leaf.getMimeBodyEncodedDb(bytes, log);
+    coding.swap(leaf.m_contentTransferEncoding);
+    if (bytes.failed()) throw std::bad_alloc();
+    return bytes;
+}
+
+const char* shorterCoding(const DataBuffer& text) {
+    const ContentCoding coding;
+    StringBuffer quoted, base64;
+    const bool canQuote = coding.encodeQuotedPrintable(text.getData2(), text.getSize(), quoted);
+    if (!coding.encodeBase64(text.getData2(), text.getSize(), base64)) throw std::bad_alloc();
+    return canQuote && quoted.getSize() <= base64.getSize() ? "quoted-printable" : "base64";
+}

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The check for well-formed UTF-8.  Called through _zqUtf by the steps that guess at charsets,
+// and by the conversion of UTF-8 input (EncodingConvert.cpp).  The fast loop takes eight bytes
+// of ASCII, or one common sequence of two or three bytes, per turn and leaves the rest to
+// utf8::sequence, which is also the plain twin's only step.
+
+#include "foundation/bytes/utf8.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+// The four bytes at p as a number, the first one uppermost: the form in which masks read best.
+uint32_t load4(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
+           static_cast<uint32_t>(p[2]) << 8 | p[3];
+}
+
+bool isAscii8(const unsigned char* p) {
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    return (word & 0x8080808080808080u) == 0;
+}
+
+// Length of the sequence at p, of which four bytes can be read, when it is one of the common
+// kind: three bytes without a special rule for the second, or two.  0 for all else.
+unsigned commonSequence(const unsigned char* p) {
+    const uint32_t word = load4(p);
+    if ((word & 0xF0C0C000u) == 0xE0808000u)
+        return (word & 0x0F200000u) != 0 && (word & 0x0F200000u) != 0x0D200000u ? 3 : 0;
+    if ((word & 0xE0C00000u) == 0xC0800000u) return (word & 0x1E000000u) != 0 ? 2 : 0;
+    return 0;
+}
+
+}  // namespace
+
+size_t utf8::validPrefix(const unsigned char* p, size_t n) {
+    const unsigned char* const start = p;
+    const unsigned char* const end = p + n;
+    while (end - p >= 8) {
+        if (isAscii8(p)) {
+            p += 8;
+            continue;
+        }
+        while (*p < 0x80) ++p;
+        while (end - p >= 4) {
+            const unsigned length = commonSequence(p);
+            if (length == 0) break;
+            p += length;
+        }
+        if (p == end) break;
+        const unsigned length = sequence(p, static_cast<size_t>(end - p));
+        if (length == 0) return static_cast<size_t>(p - start);
+        p += length;
+    }
+    return static_cast<size_t>(p - start) + scalar::validPrefix(p, static_cast<size_t>(end - p));
+}
+
+size_t utf8::scalar::validPrefix(const unsigned char* p, size_t n) {
+    size_t i = 0;
+    while (i < n) {
+        const unsigned length = sequence(p + i, n - i);
+        if (length == 0) break;
+        i += length;
+    }
+    return i;
+}
+
+// What can follow is the lowest or the highest continuation byte, if anything can.
+bool utf8::isCutSequence(const unsigned char* p, size_t n) {
+    if (n == 0 || n > 3) return false;
+    unsigned char lowest[4] = {0x80, 0x80, 0x80, 0x80}, highest[4] = {0xBF, 0xBF, 0xBF, 0xBF};
+    std::memcpy(lowest, p, n);
+    std::memcpy(highest, p, n);
+    return sequence(lowest, sizeof lowest) > n || sequence(highest, sizeof highest) > n;
+}

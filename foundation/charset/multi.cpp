@@ -1,0 +1,379 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Chinese, Japanese and Korean charsets without shift states: 936 and its kin GB2312 and GB18030,
+// 932 and EUC-JP, 949 and EUC-KR, 950.  Relatives share one generated table and differ in the
+// codes that they may write; what they read is the largest of the family, as mail labels its
+// text with the smallest.  Listed for EncodingConvert.cpp; stateful.cpp uses the same
+// character sets.
+//
+// A pair that is not valid gives one U+FFFD, and its second byte is not eaten when it is ASCII
+// (WHATWG Encoding Standard), so that a broken character cannot swallow a quote or a "<".
+
+#include <algorithm>
+#include <iterator>
+
+#include "foundation/charset/codecs.h"
+
+namespace charset {
+namespace {
+
+struct CodeRange {
+    uint16_t first, last;
+};
+
+#include "foundation/charset/tables/big5.inc"
+#include "foundation/charset/tables/gb.inc"
+#include "foundation/charset/tables/jis.inc"
+#include "foundation/charset/tables/ks.inc"
+
+// -- Looking up
+
+// A grid of lead bytes 0x81 to 0xFE by trail bytes 0x40 to 0xFE.
+constexpr unsigned kLeads = 126, kTrails = 191;
+
+bool isLead(unsigned byte) { return byte - 0x81 < kLeads; }
+bool isGr(unsigned byte) { return byte - 0xA1 < 94; }
+bool isDigit(unsigned byte) { return byte - 0x30 < 10; }
+
+unsigned gridCell(const uint16_t (&cells)[kLeads * kTrails], unsigned lead, unsigned trail) {
+    if (!isLead(lead) || trail - 0x40 >= kTrails) return 0;
+    return cells[(lead - 0x81) * kTrails + trail - 0x40];
+}
+
+template <unsigned Shift, size_t Blocks, size_t Size>
+uint32_t codeIn(const uint16_t (&index)[Blocks], const uint16_t (&codes)[Size], char32_t c) {
+    const size_t block = c >> Shift;
+    if (block >= Blocks) return 0;
+    return codes[(size_t{index[block]} << Shift) + (c & ((1u << Shift) - 1))];
+}
+
+template <size_t N>
+bool isIn(const CodeRange (&ranges)[N], uint32_t code) {
+    const auto* const after =
+        std::upper_bound(ranges, ranges + N, code,
+                         [](uint32_t value, CodeRange range) { return value < range.first; });
+    return after != ranges && code <= after[-1].last;
+}
+
+// -- Decoding pairs
+
+// One U+FFFD for what stands at in.p.
+void putBad(Source& in, Output& out, bool isPair) {
+    out.put(kReplacement);
+    in.p += isPair && in.size() > 1 && in.p[1] >= 0x80 ? 2 : 1;
+}
+
+// Charset::cell gives the character of a pair when it is of the common kind, else 0;
+// Charset::readOther then reads one character, or what is none, in any other way.
+template <class Charset>
+bool decodePairs(const Codec&, Source in, Output& out) {
+    while (!in.isEmpty()) {
+        if (*in.p < 0x80) {
+            if (!copyAscii(in, out)) return false;
+            continue;
+        }
+        if (!out.room(8)) return false;
+        const unsigned c = in.size() > 1 ? Charset::cell(in.p[0], in.p[1]) : 0;
+        if (c != 0) {
+            out.put(c);
+            in.p += 2;
+        } else {
+            Charset::readOther(in, out);
+        }
+    }
+    return true;
+}
+
+template <uint32_t (*CodeOf)(char32_t)>
+bool encodePairs(const Codec&, Source in, Output& out) {
+    return encodePlain(in, out, CodeOf);
+}
+
+template <uint32_t (*CodeOf)(char32_t)>
+uint32_t codeOrAscii(const Codec&, char32_t c) {
+    return c < 0x80 ? c : CodeOf(c);
+}
+
+// -- Chinese, simplified: 936, 51936 and GB18030
+
+constexpr char32_t kEuro = 0x20AC;
+
+// Four-byte codes are numbered through; those from kSupplementary on are U+10000 and up.
+constexpr uint32_t kSupplementary = 189000, kBmpEnd = 39420;
+
+char32_t gb18030Point(uint32_t pointer) {
+    if (pointer >= kSupplementary && pointer - kSupplementary < 0x100000)
+        return 0x10000 + pointer - kSupplementary;
+    if (pointer >= kBmpEnd) return 0;
+    const auto* const after =
+        std::upper_bound(std::begin(kGb18030Pointers), std::end(kGb18030Pointers), pointer);
+    const auto run = after - kGb18030Pointers - 1;
+    return kGb18030Points[run] + pointer - kGb18030Pointers[run];
+}
+
+uint32_t gb18030Pointer(char32_t c) {
+    if (c >= 0x10000) return kSupplementary + c - 0x10000;
+    const auto* const after =
+        std::upper_bound(std::begin(kGb18030Points), std::end(kGb18030Points), c);
+    const auto run = after - kGb18030Points - 1;
+    return kGb18030Pointers[run] + c - kGb18030Points[run];
+}
+
+struct Gb {
+    static unsigned cell(unsigned lead, unsigned trail) { return gridCell(kGbCells, lead, trail); }
+
+    // Tolerated: 0x80 for the euro sign is what Windows writes in 936.
+    static void readOther(Source& in, Output& out) {
+        const unsigned char* const p = in.p;
+        if (*p == 0x80) {
+            out.put(kEuro);
+            ++in.p;
+        } else if (in.size() >= 4 && isLead(p[0]) && isDigit(p[1]) && isLead(p[2]) &&
+                   isDigit(p[3])) {
+            const char32_t c = gb18030Point(((p[0] - 0x81u) * 10 + p[1] - 0x30) * 1260 +
+                                            (p[2] - 0x81u) * 10 + p[3] - 0x30);
+            out.put(c ? c : kReplacement);
+            in.p += 4;
+        } else {
+            putBad(in, out, isLead(*p));
+        }
+    }
+};
+
+uint32_t gb18030PairOf(char32_t c) { return codeIn<kGbShift>(kGbIndex, kGbCodes, c); }
+
+uint32_t gb18030Of(char32_t c) {
+    if (const uint32_t pair = gb18030PairOf(c)) return pair;
+    const uint32_t pointer = gb18030Pointer(c);
+    return 0x81308130u + (pointer / 12600 << 24) + (pointer / 1260 % 10 << 16) +
+           (pointer / 10 % 126 << 8) + pointer % 10;
+}
+
+uint32_t gbkOf(char32_t c) {
+    if (c == kEuro) return 0x80;
+    const uint32_t pair = gb18030PairOf(c);
+    return isIn(kGb18030Only, pair) ? 0 : pair;
+}
+
+uint32_t gb2312Of(char32_t c) {
+    const uint32_t pair = gb18030PairOf(c);
+    return isIn(kGb2312, pair) ? pair : 0;
+}
+
+// -- Korean: 949 and EUC-KR
+
+struct Ks {
+    static unsigned cell(unsigned lead, unsigned trail) { return gridCell(kKsCells, lead, trail); }
+    static void readOther(Source& in, Output& out) { putBad(in, out, isLead(*in.p)); }
+};
+
+uint32_t uhcOf(char32_t c) { return codeIn<kKsShift>(kKsIndex, kKsCodes, c); }
+
+// KS X 1001 is the part of 949 in which both bytes are high.
+uint32_t eucKrOf(char32_t c) {
+    const uint32_t pair = uhcOf(c);
+    return isGr(pair >> 8) && isGr(pair & 0xFF) ? pair : 0;
+}
+
+// -- Chinese, traditional: 950 with Big5-HKSCS in what it leaves free
+
+struct Big5 {
+    static unsigned cell(unsigned lead, unsigned trail) {
+        const unsigned c = gridCell(kBig5Cells, lead, trail);
+        return (c & 0xF800) == 0xD800 ? 0x20000u | kBig5Plane2[c & 0x7FF] : c;
+    }
+
+    // Four codes stand for a letter and a combining mark.
+    static void readOther(Source& in, Output& out) {
+        struct Composed {
+            uint16_t code;
+            char16_t letter, mark;
+        };
+        static constexpr Composed kComposed[] = {{0x8862, 0xCA, 0x304},
+                                                 {0x8864, 0xCA, 0x30C},
+                                                 {0x88A3, 0xEA, 0x304},
+                                                 {0x88A5, 0xEA, 0x30C}};
+        const unsigned code = in.size() > 1 ? in.p[0] * 256u + in.p[1] : 0;
+        for (const Composed& row : kComposed) {
+            if (row.code != code) continue;
+            out.put(row.letter);
+            out.put(row.mark);
+            in.p += 2;
+            return;
+        }
+        putBad(in, out, isLead(*in.p));
+    }
+};
+
+uint32_t big5Of(char32_t c) { return codeIn<kBig5Shift>(kBig5Index, kBig5Codes, c); }
+
+// -- Japanese: 932 and EUC-JP
+
+// Places of the Shift_JIS grid: the 94 rows of JIS X 0208, a private area, the IBM characters.
+// The table for writing has those as rows 89 to 92, which repeat them.
+constexpr unsigned kRows = 94;
+
+constexpr char32_t kHalfWidthKana = 0xFF61;  // byte 0xA1, up to 0xDF
+constexpr unsigned kKanaCount = 63;
+
+// One code, two readings: Microsoft's in 932, and that of JIS in EUC-JP and ISO-2022-JP.
+struct TwoForms {
+    char16_t microsoft, jis;
+};
+constexpr TwoForms kTwoForms[] = {{0x2225, 0x2016}, {0xFF0D, 0x2212}, {0xFF5E, 0x301C},
+                                  {0xFFE0, 0x00A2}, {0xFFE1, 0x00A3}, {0xFFE2, 0x00AC}};
+
+constexpr char16_t kFullWidthKana[] = {
+    0x3002, 0x300C, 0x300D, 0x3001, 0x30FB, 0x30F2, 0x30A1, 0x30A3, 0x30A5, 0x30A7, 0x30A9,
+    0x30E3, 0x30E5, 0x30E7, 0x30C3, 0x30FC, 0x30A2, 0x30A4, 0x30A6, 0x30A8, 0x30AA, 0x30AB,
+    0x30AD, 0x30AF, 0x30B1, 0x30B3, 0x30B5, 0x30B7, 0x30B9, 0x30BB, 0x30BD, 0x30BF, 0x30C1,
+    0x30C4, 0x30C6, 0x30C8, 0x30CA, 0x30CB, 0x30CC, 0x30CD, 0x30CE, 0x30CF, 0x30D2, 0x30D5,
+    0x30D8, 0x30DB, 0x30DE, 0x30DF, 0x30E0, 0x30E1, 0x30E2, 0x30E4, 0x30E6, 0x30E8, 0x30E9,
+    0x30EA, 0x30EB, 0x30EC, 0x30ED, 0x30EF, 0x30F3, 0x309B, 0x309C};
+static_assert(std::size(kFullWidthKana) == kKanaCount);
+
+unsigned toJisForm(unsigned c) {
+    if (c == 0x2225 || c >= 0xFF00)
+        for (const TwoForms& row : kTwoForms)
+            if (row.microsoft == c) return row.jis;
+    return c;
+}
+
+// The place of a character plus 1.
+uint32_t jisPlace(char32_t c) { return codeIn<kJisShift>(kJisIndex, kJisCodes, c); }
+
+struct ShiftJis {
+    static unsigned cell(unsigned lead, unsigned trail) {
+        const unsigned row = lead < 0xA0 ? lead - 0x81 : lead - 0xC1;
+        if (row >= 60 || (lead >= 0xA0 && row < 31) || trail - 0x40 > 0xBC || trail == 0x7F)
+            return 0;
+        return kJisCells[row * 188 + trail - (trail < 0x7F ? 0x40 : 0x41)];
+    }
+
+    static bool isLead(unsigned byte) { return byte - 0x81 < 31 || byte - 0xE0 < 29; }
+
+    // The single bytes beside the kana are those that 932 maps to control and private use.
+    static void readOther(Source& in, Output& out) {
+        const unsigned byte = *in.p;
+        if (isLead(byte)) return putBad(in, out, true);
+        out.put(byte == 0x80   ? 0x80
+                : byte == 0xA0 ? 0xF8F0
+                : byte >= 0xFD ? 0xF8F1 + byte - 0xFD
+                               : kHalfWidthKana + byte - 0xA1);
+        ++in.p;
+    }
+};
+
+uint32_t shiftJisCode(char32_t c) {
+    if (c == 0x80) return 0x80;
+    if (c - kHalfWidthKana < kKanaCount) return c - kHalfWidthKana + 0xA1;
+    if (c - 0xF8F0 < 4) return c == 0xF8F0 ? 0xA0 : c - 0xF8F1 + 0xFD;
+    const uint32_t placePlus1 = jisPlace(c);
+    if (placePlus1 == 0) return 0;
+    const uint32_t place = placePlus1 - 1;
+    const uint32_t lead = place / 188, trail = place % 188;
+    return (lead + (lead < 31 ? 0x81 : 0xC1)) << 8 | (trail + (trail < 63 ? 0x40 : 0x41));
+}
+
+struct EucJp {
+    static unsigned cell(unsigned lead, unsigned trail) {
+        if (!isGr(lead) || !isGr(trail)) return 0;
+        return toJisForm(kJisCells[(lead - 0xA1) * kRows + trail - 0xA1]);
+    }
+
+    // 0x8E precedes half-width kana, 0x8F the two bytes of JIS X 0212.
+    static void readOther(Source& in, Output& out) {
+        const unsigned char* const p = in.p;
+        if (*p == 0x8E && in.size() > 1 && p[1] - 0xA1u < kKanaCount) {
+            out.put(kHalfWidthKana + p[1] - 0xA1);
+            in.p += 2;
+        } else if (*p == 0x8F && in.size() > 1 && isGr(p[1])) {
+            ++in.p;
+            const unsigned c = in.size() > 1 && isGr(p[2])
+                                   ? kJis0212Cells[(p[1] - 0xA1u) * kRows + p[2] - 0xA1u]
+                                   : 0;
+            if (c == 0) return putBad(in, out, true);
+            out.put(c);
+            in.p += 2;
+        } else {
+            putBad(in, out, isGr(*p) || *p == 0x8E || *p == 0x8F);
+        }
+    }
+};
+
+bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
+
+// The rows of vendors come last: not every reader of EUC-JP has them.
+uint32_t eucJpCode(char32_t c) {
+    if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
+    const uint32_t code = jis0208Code(c);
+    if (code != 0 && !isVendorRow(code)) return code | 0x8080;
+    const uint32_t code0212 = codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c);
+    return code0212 ? 0x8F0000 | code0212 : code ? code | 0x8080 : 0;
+}
+
+// Rather the vendor's other reading of a code than "?", though the charset lacks it.
+template <uint32_t (*CodeOf)(char32_t)>
+uint32_t codeOfEitherForm(char32_t c) {
+    const uint32_t code = CodeOf(c);
+    return code ? code : CodeOf(jisOtherForm(c));
+}
+
+template <class Charset, uint32_t (*Written)(char32_t), uint32_t (*Held)(char32_t) = Written>
+constexpr Codec row(int codePage) {
+    return {codePage, decodePairs<Charset>, encodePairs<Written>, codeOrAscii<Held>};
+}
+
+constexpr Codec kCodecs[] = {
+    row<ShiftJis, codeOfEitherForm<shiftJisCode>, shiftJisCode>(932),
+    row<Gb, gbkOf>(936),
+    row<Ks, uhcOf>(949),
+    row<Big5, big5Of>(950),
+    row<EucJp, codeOfEitherForm<eucJpCode>, eucJpCode>(51932),
+    row<Gb, gb2312Of>(51936),
+    row<Ks, eucKrOf>(51949),
+    row<Gb, gb18030Of>(54936),
+};
+
+}  // namespace
+
+CodecList multiByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
+
+char32_t jis0208Character(unsigned row, unsigned column) {
+    return toJisForm(kJisCells[row * kRows + column]);
+}
+
+char32_t jis0212Character(unsigned row, unsigned column) {
+    return kJis0212Cells[row * kRows + column];
+}
+
+char32_t gb2312Character(unsigned row, unsigned column) {
+    return gridCell(kGbCells, 0xA1 + row, 0xA1 + column);
+}
+
+char32_t ks1001Character(unsigned row, unsigned column) {
+    return gridCell(kKsCells, 0xA1 + row, 0xA1 + column);
+}
+
+uint32_t jis0208Code(char32_t c) {
+    if (toJisForm(c) != c) return 0;
+    for (const TwoForms& row : kTwoForms)
+        if (row.jis == c) c = row.microsoft;
+    const uint32_t place = jisPlace(c) - 1;
+    if (place >= kRows * kRows) return 0;  // in the private area, or there is none
+    return 0x2121 + (place / kRows << 8) + place % kRows;
+}
+
+uint32_t gb2312Code(char32_t c) { return gb2312Of(c) & 0x7F7F; }
+uint32_t ks1001Code(char32_t c) { return eucKrOf(c) & 0x7F7F; }
+
+char32_t jisOtherForm(char32_t c) {
+    if (c - kHalfWidthKana < kKanaCount) return kFullWidthKana[c - kHalfWidthKana];
+    for (const TwoForms& row : kTwoForms) {
+        if (row.microsoft == c) return row.jis;
+        if (row.jis == c) return row.microsoft;
+    }
+    return 0;
+}
+
+}  // namespace charset

@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Charsets that switch between ASCII and double-byte sets within seven bits: ISO-2022-JP,
+// ISO-2022-KR and HZ.  Reading accepts the wider forms that mail has (half-width kana, JIS X
+// 0212, GB2312 and KS X 1001 in Japanese text); writing keeps to the RFC and ends in ASCII.
+// Listed for EncodingConvert.cpp; the character sets are in multi.cpp.
+
+#include <cstring>
+#include <iterator>
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/charset/codecs.h"
+
+namespace charset {
+namespace {
+
+constexpr unsigned char kEsc = 0x1B, kShiftOut = 0x0E, kShiftIn = 0x0F;
+
+// Bytes of ASCII text that cannot change the state.
+constexpr ByteSet kIsoPlain = ByteSet().range('\0', '\x7F').without("\x1B\x0E\x0F");
+constexpr ByteSet kHzPlain = ByteSet().range('\0', '\x7F').without("~");
+
+const unsigned char* plainEnd(Source in, const ByteSet& plain) {
+    while (!in.isEmpty() && plain.has(static_cast<char>(*in.p))) ++in.p;
+    return in.p;
+}
+
+bool copyPlain(Source& in, Output& out, const ByteSet& plain) {
+    const unsigned char* const stop = plainEnd(in, plain);
+    const bool isDone = out.append(in.p, static_cast<size_t>(stop - in.p));
+    in.p = stop;
+    return isDone;
+}
+
+// -- Reading
+
+bool isGl(unsigned byte) { return byte - 0x21 < 94; }
+
+using CharacterAt = char32_t (*)(unsigned row, unsigned column);
+
+// Reads one character of a double-byte set.  Controls and blanks stand for themselves, so that
+// no line break is lost.
+void readPair(Source& in, Output& out, CharacterAt characterAt) {
+    const unsigned lead = *in.p++;
+    if (!isGl(lead)) return out.put(lead < 0x80 ? lead : kReplacement);
+    const unsigned trail = in.isEmpty() ? 0 : *in.p;
+    if (!isGl(trail)) return out.put(kReplacement);
+    ++in.p;
+    const char32_t c = characterAt(lead - 0x21, trail - 0x21);
+    out.put(c ? c : kReplacement);
+}
+
+// A set that is designated by an escape sequence: its characters come from `single` or `pair`;
+// one with neither is ASCII.
+struct CodedSet {
+    const char* escape;
+    char32_t (*single)(unsigned byte);
+    CharacterAt pair;
+};
+
+// JIS X 0201: ASCII but for two characters.
+char32_t romanCharacter(unsigned byte) {
+    return byte == 0x5C ? 0xA5 : byte == 0x7E ? 0x203E : byte < 0x80 ? byte : kReplacement;
+}
+
+char32_t kanaCharacter(unsigned byte) {
+    return byte - 0x21 < 63 ? 0xFF61 + byte - 0x21 : byte <= 0x20 ? byte : kReplacement;
+}
+
+// RFC 1468 and, from "(I" on, what RFC 1554, RFC 2237 and Windows (50221) add to it.  "(H" is
+// an old mistake for "(J".
+constexpr CodedSet kJapaneseSets[] = {
+    {"(B", nullptr, nullptr},           {"(J", romanCharacter, nullptr},
+    {"$@", nullptr, jis0208Character},  {"$B", nullptr, jis0208Character},
+    {"(I", kanaCharacter, nullptr},     {"(H", romanCharacter, nullptr},
+    {"$(@", nullptr, jis0208Character}, {"$(B", nullptr, jis0208Character},
+    {"$(D", nullptr, jis0212Character}, {"$A", nullptr, gb2312Character},
+    {"$(C", nullptr, ks1001Character},
+};
+constexpr const CodedSet* kAscii = kJapaneseSets;
+constexpr const CodedSet* kKana = kJapaneseSets + 4;
+
+// The set that the escape sequence at `in` designates, which is then skipped, or null.
+const CodedSet* readEscape(Source& in) {
+    for (const CodedSet& set : kJapaneseSets) {
+        const size_t n = std::strlen(set.escape);
+        if (in.size() <= n || std::memcmp(in.p + 1, set.escape, n) != 0) continue;
+        in.p += 1 + n;
+        return &set;
+    }
+    return nullptr;
+}
+
+void readCharacter(Source& in, Output& out, const CodedSet& set) {
+    if (set.pair) return readPair(in, out, set.pair);
+    const unsigned byte = *in.p++;
+    out.put(set.single ? set.single(byte) : byte < 0x80 ? byte : kReplacement);
+}
+
+// Tolerated: SO and SI around half-width kana (Windows 50222).  A line break ends every set but
+// ASCII, so that a lost escape sequence spoils one line only.
+bool decodeJapanese(const Codec&, Source in, Output& out) {
+    const CodedSet* set = kAscii;
+    while (!in.isEmpty()) {
+        if (set == kAscii && !copyPlain(in, out, kIsoPlain)) return false;
+        if (in.isEmpty()) break;
+        if (!out.room(4)) return false;
+        const unsigned char byte = *in.p;
+        if (byte == kShiftOut || byte == kShiftIn) {
+            set = byte == kShiftOut ? kKana : kAscii;
+            ++in.p;
+        } else if (byte != kEsc) {
+            if (byte == '\n') set = kAscii;
+            readCharacter(in, out, *set);
+        } else if (const CodedSet* const next = readEscape(in)) {
+            set = next;
+        } else {
+            out.put(kReplacement);
+            ++in.p;
+        }
+    }
+    return true;
+}
+
+// RFC 1557: ESC $ ) C announces KS X 1001, SO and SI switch to it and back.
+bool decodeKorean(const Codec&, Source in, Output& out) {
+    bool isShifted = false;
+    while (!in.isEmpty()) {
+        if (!isShifted && !copyPlain(in, out, kIsoPlain)) return false;
+        if (in.isEmpty()) break;
+        if (!out.room(4)) return false;
+        const unsigned char byte = *in.p;
+        if (byte == kShiftOut || byte == kShiftIn) {
+            isShifted = byte == kShiftOut;
+            ++in.p;
+        } else if (byte == kEsc && in.size() >= 4 && std::memcmp(in.p + 1, "$)C", 3) == 0) {
+            in.p += 4;
+        } else {
+            if (byte == '\n') isShifted = false;
+            if (isShifted && byte != kEsc) {
+                readPair(in, out, ks1001Character);
+            } else {
+                out.put(byte < 0x80 && byte != kEsc ? byte : kReplacement);
+                ++in.p;
+            }
+        }
+    }
+    return true;
+}
+
+// RFC 1843: "~{" and "~}" switch, "~~" is a tilde, "~" at the end of a line joins it to the next.
+// A tilde that begins nothing of this is bad; what follows it is read as usual.
+void readTilde(Source& in, Output& out, bool& isShifted) {
+    const unsigned following = in.size() > 1 ? in.p[1] : 0;
+    in.p += 2;
+    switch (following) {
+        case '{': isShifted = true; break;
+        case '}': isShifted = false; break;
+        case '~': out.put('~'); break;
+        case '\n': break;
+        default: out.put(kReplacement); --in.p;
+    }
+}
+
+bool decodeHz(const Codec&, Source in, Output& out) {
+    bool isShifted = false;
+    while (!in.isEmpty()) {
+        if (!isShifted && !copyPlain(in, out, kHzPlain)) return false;
+        if (in.isEmpty()) break;
+        if (!out.room(4)) return false;
+        if (*in.p == '\n') isShifted = false;
+        if (*in.p == '~') {
+            readTilde(in, out, isShifted);
+        } else if (isShifted) {
+            readPair(in, out, gb2312Character);
+        } else {
+            out.put(*in.p < 0x80 ? *in.p : kReplacement);
+            ++in.p;
+        }
+    }
+    return true;
+}
+
+// -- Writing
+
+// Codes carry the number of their set in the upper half.
+constexpr unsigned kSetShift = 16;
+constexpr uint32_t kSet1 = 1u << kSetShift, kSet2 = 2u << kSetShift;
+
+bool isShiftControl(char32_t c) { return c == kEsc || c == kShiftOut || c == kShiftIn; }
+
+uint32_t inSet(uint32_t set, uint32_t code) { return code ? set | code : 0; }
+
+uint32_t japaneseCode(char32_t c) {
+    if (c < 0x80) return isShiftControl(c) ? 0 : c;
+    if (c == 0xA5) return kSet2 | 0x5C;
+    if (c == 0x203E) return kSet2 | 0x7E;
+    return inSet(kSet1, jis0208Code(c));
+}
+
+// RFC 1468 has no half-width kana: they are written full-width, as browsers do.
+uint32_t japaneseWrittenCode(char32_t c) {
+    const uint32_t code = japaneseCode(c);
+    return code ? code : japaneseCode(jisOtherForm(c));
+}
+
+uint32_t koreanCode(char32_t c) {
+    if (c < 0x80) return isShiftControl(c) ? 0 : c;
+    return inSet(kSet1, ks1001Code(c));
+}
+
+uint32_t hzCode(char32_t c) {
+    if (c < 0x80) return c == '~' ? 0x7E7E : c;
+    return inSet(kSet1, gb2312Code(c));
+}
+
+struct Writer {
+    const char* designators[3];  // for ASCII and the sets that codes name
+    uint32_t (*codeOf)(char32_t c);
+    const ByteSet& plain;
+};
+
+constexpr Writer kJapanese = {{"\x1B(B", "\x1B$B", "\x1B(J"}, japaneseWrittenCode, kIsoPlain};
+constexpr Writer kKorean = {{"\x0F", "\x0E", nullptr}, koreanCode, kIsoPlain};
+constexpr Writer kHz = {{"~}", "~{", nullptr}, hzCode, kHzPlain};
+
+bool encodeShifting(const Writer& writer, Source in, Output& out) {
+    unsigned set = 0;
+    const auto designate = [&](unsigned wanted) {
+        if (wanted == set) return true;
+        set = wanted;
+        return out.append(writer.designators[set], std::strlen(writer.designators[set]));
+    };
+    while (!in.isEmpty()) {
+        if (set == 0 && !copyPlain(in, out, writer.plain)) return false;
+        if (in.isEmpty()) break;
+        const char32_t c = utf8::next(in.p, in.end);
+        const uint32_t code = writer.codeOf(c);
+        if (!designate(code >> kSetShift) || !out.room(2)) return false;
+        if (c == 0) *out.at++ = 0;
+        else out.putCode(code & 0xFFFF);
+    }
+    return designate(0);
+}
+
+template <const Writer& Rules>
+bool encode(const Codec&, Source in, Output& out) {
+    return encodeShifting(Rules, in, out);
+}
+
+// RFC 1557: the announcement stands once, at the beginning of a line before the first shift.
+bool encodeKorean(const Codec&, Source in, Output& out) {
+    if (plainEnd(in, kIsoPlain) != in.end && !out.append("\x1B$)C", 4)) return false;
+    return encodeShifting(kKorean, in, out);
+}
+
+template <uint32_t (*CodeOf)(char32_t)>
+uint32_t held(const Codec&, char32_t c) {
+    return CodeOf(c);
+}
+
+constexpr Codec kCodecs[] = {
+    {50220, decodeJapanese, encode<kJapanese>, held<japaneseCode>},
+    {50225, decodeKorean, encodeKorean, held<koreanCode>},
+    {52936, decodeHz, encode<kHz>, held<hzCode>},
+};
+
+}  // namespace
+
+CodecList statefulCodecs() { return {kCodecs, std::size(kCodecs)}; }
+
+}  // namespace charset

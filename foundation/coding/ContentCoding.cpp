@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The transfer codings of ContentCoding: the loops of base64.h and quoted_printable.h with
+// buffers of ours around them.  Called wherever a body is set or read; encoded words and
+// extended parameter values are in EncodedWords.cpp and StarEncoded.cpp.
+
+#include "foundation/ContentCoding.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/DataBuffer.h"
+#include "foundation/StringBuffer.h"
+#include "foundation/coding/base64.h"
+#include "foundation/bytes/bytes.h"
+#include "foundation/coding/quoted_printable.h"
+
+namespace {
+
+// Each grows the output once, to a bound that is known before, and gives back the rest.
+
+template <class Encode>
+bool appendEncoded(const void* data, unsigned int size, uint64_t bound, StringBuffer& out,
+                   Encode encode) {
+    if (size == 0) return true;
+    // Limit: a StringBuffer holds less than 4 GiB.
+    if (bound > UINT32_MAX) {
+        out.markFailed();
+        return false;
+    }
+    const auto room = static_cast<unsigned int>(bound);
+    char* const start = out.extend(room);
+    if (start == nullptr) return false;
+    const char* const end = encode(static_cast<const unsigned char*>(data), size, start);
+    out.shorten(room - static_cast<unsigned int>(end - start));
+    return true;
+}
+
+template <class Decode>
+bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer& out,
+                   Decode decode) {
+    if (size == 0) return true;
+    const auto room = static_cast<unsigned int>(bound);
+    unsigned char* const start = out.extend(room);
+    if (start == nullptr) return false;
+    const unsigned char* const end = decode(text, size, start);
+    out.shorten(room - static_cast<unsigned int>(end - start));
+    out.shrinkToFit();
+    return true;
+}
+
+constexpr ByteSet kBase64Bytes = ByteSet("+/=").range('A', 'Z').range('a', 'z').range('0', '9');
+
+// Tolerated: plain text behind the padding, which mailing lists append to a body whatever its
+// coding.  Encodings that were joined go on behind their padding; a line that holds anything
+// but base64 does not belong to one.  Gives the size without such text.
+size_t sizeOfBase64(const char* text, size_t size) {
+    const char* const end = text + size;
+    const char* p = text;
+    while ((p = static_cast<const char*>(std::memchr(p, '=', static_cast<size_t>(end - p))))) {
+        while (p != end && (*p == '=' || bytes::isSpace(*p))) ++p;
+        const char* const line = p;
+        while (p != end && kBase64Bytes.has(*p)) ++p;
+        if (p != end && *p != '\r' && *p != '\n') return static_cast<size_t>(line - text);
+        if (p != line && p[-1] == '=') --p;
+    }
+    return size;
+}
+
+}  // namespace
+
+bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuffer& out) const {
+    return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
+}
+
+bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
+    const auto used = static_cast<unsigned int>(size ? sizeOfBase64(text, size) : 0);
+    return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
+}
+
+bool ContentCoding::encodeQuotedPrintable(const void* data, unsigned int size,
+                                          StringBuffer& out) const {
+    const uint64_t bound =
+        quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
+    return appendEncoded(data, size, bound, out, quoted_printable::encode);
+}
+
+bool ContentCoding::decodeQuotedPrintable(const char* text, unsigned int size,
+                                          DataBuffer& out) const {
+    return appendDecoded(text, size, size, out, quoted_printable::decode);
+}

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// RFC 2231 4: extended parameter values, charset'language'percent-encoded-text, to UTF-8.
+// The readers of Content-Disposition and HeaderParams.cpp, which join the pieces of a value
+// first, call it.
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/ContentCoding.h"
+#include "foundation/DataBuffer.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/LogBase.h"
+#include "foundation/StringBuffer.h"
+#include "foundation/_zqCharset.h"
+#include "foundation/_zqUtf.h"
+#include "foundation/bytes/bytes.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr ByteSet kCharsetBytes = kTokenBytes.without("'");
+constexpr ByteSet kLanguageBytes = ByteSet("-_").range('A', 'Z').range('a', 'z').range('0', '9');
+
+const char* skip(const char* p, const char* end, const ByteSet& set) {
+    while (p != end && set.has(*p)) ++p;
+    return p;
+}
+
+// Where the text of a value begins, and the charset in front of it.  Tolerated: a value that
+// is text alone; two apostrophes of which the first does not end a charset, or the second no
+// language ("don't can't.txt"), belong to it.
+const char* textBegin(const char* p, const char* end, unsigned& charsetSize) {
+    charsetSize = 0;
+    const char* first = skip(p, end, kCharsetBytes);
+    if (first == end || *first != '\'') return p;
+    const char* second = skip(first + 1, end, kLanguageBytes);
+    if (second == end || *second != '\'') return p;
+    charsetSize = static_cast<unsigned>(first - p);
+    return second + 1;
+}
+
+// A "%" without two hexadecimal digits stands.
+bool decodePercent(const char* p, const char* end, DataBuffer& out) {
+    if (p == end) return true;
+    const unsigned room = static_cast<unsigned>(end - p);
+    unsigned char* const first = out.extend(room);
+    if (!first) return false;
+    unsigned char* to = first;
+    while (p != end) {
+        const int high = *p == '%' && end - p > 2 ? bytes::hexValue(p[1]) : -1;
+        const int low = high < 0 ? -1 : bytes::hexValue(p[2]);
+        *to++ = static_cast<unsigned char>(low < 0 ? *p : high * 16 + low);
+        p += low < 0 ? 1 : 3;
+    }
+    out.shorten(room - static_cast<unsigned>(to - first));
+    return true;
+}
+
+}  // namespace
+
+// Tolerated: no charset, or one that is not known.  The text is then UTF-8 when it is valid
+// as such, and otherwise windows-1252, as the mailers wrote that forget it.
+bool ContentCoding::decodeStarEncoded(const StringBuffer& value, const char* charset,
+                                      StringBuffer& outText, StringBuffer& outCharset,
+                                      LogBase& log) {
+    const char* const begin = value.getString();
+    const char* const end = begin + value.getSize();
+    unsigned nameSize;
+    const char* const text = textBegin(begin, end, nameSize);
+    const char* name = charset ? charset : begin;
+    if (charset) nameSize = static_cast<unsigned>(std::strlen(charset));
+
+    DataBuffer raw, utf8;
+    if (!decodePercent(text, end, raw)) return false;
+    int codePage = _zqCharset::codePageOf(name, nameSize);
+    if (!EncodingConvert::isKnown(codePage)) {
+        const bool isUtf8 = _zqUtf::isValidUtf8(raw.getData2(), raw.getSize(), 0);
+        name = isUtf8 ? "utf-8" : "windows-1252";
+        nameSize = static_cast<unsigned>(std::strlen(name));
+        codePage = isUtf8 ? 65001 : 1252;
+    }
+    if (raw.isEmpty()) return outCharset.appendN(name, nameSize);
+    if (!EncodingConvert::EncConvert(codePage, 65001, raw.getData2(), raw.getSize(), utf8, log))
+        return false;
+    return outText.append(utf8) && outCharset.appendN(name, nameSize);
+}

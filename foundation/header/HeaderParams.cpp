@@ -1,0 +1,404 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The parameters of Content-Type and Content-Disposition values (RFC 2045 5.1, RFC 2231), as
+// they are found in mail rather than in the grammar.  HeaderParams walks them as written;
+// findHeaderParam, which MimeHeader and _zqContentType call, gathers the pieces of a long or
+// encoded one; appendHeaderParam, which their builders and HeaderWriter.cpp call, writes.
+
+#include "foundation/header/HeaderParams.h"
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/ContentCoding.h"
+#include "foundation/bytes/GrowArray.h"
+#include "foundation/LogNull.h"
+#include "foundation/bytes/bytes.h"
+
+#include <cstring>
+
+namespace {
+
+// What unquoted values are made of where no blank is in them.
+constexpr ByteSet kValueBytes = kTokenBytes.with("/?=:@[],<>").range('\x80', '\xFF');
+
+unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
+
+const char* skipSpace(const char* p, const char* end) {
+    while (p != end && bytes::isSpace(*p)) ++p;
+    return p;
+}
+
+const char* trimBack(const char* begin, const char* end) {
+    while (end != begin && bytes::isSpace(end[-1])) --end;
+    return end;
+}
+
+const char* skip(const char* p, const char* end, const ByteSet& set) {
+    while (p != end && set.has(*p)) ++p;
+    return p;
+}
+
+const char* findByte(const char* p, const char* end, char c) {
+    const void* found = p == end ? nullptr : std::memchr(p, c, static_cast<size_t>(end - p));
+    return found ? static_cast<const char*>(found) : end;
+}
+
+// Tolerated: a ";" that is missing between unquoted parameters ("charset=utf-8 name=a.txt").
+// Only in front of these names, since "name=Copy of a=b.txt" is one value.
+bool startsParam(const char* p, const char* end) {
+    static constexpr const char* kNames[] = {"boundary", "charset", "filename", "format",
+                                             "micalg",   "name",    "protocol", "type"};
+    for (const char* name : kNames) {
+        const size_t n = std::strlen(name);
+        if (static_cast<size_t>(end - p) <= n || !bytes::equalIgnoreCase(p, name, n)) continue;
+        if (p[n] == '=' || p[n] == '*') return true;
+    }
+    return false;
+}
+
+// The end of an unquoted text: a ";", or blanks with a parameter behind them.
+const char* textEnd(const char* p, const char* end) {
+    for (const char* q = p; q != end; ++q) {
+        if (*q == ';') return q;
+        if (q != p && bytes::isSpace(q[-1]) && !bytes::isSpace(*q) && startsParam(q, end)) return q;
+    }
+    return end;
+}
+
+// The quote that ends a quoted value which starts at `p`, or `end`.  Tolerated: backslashes in
+// Windows paths.  Only \" is an escape; and a \" with a ";" or the end behind it closes the
+// value ("C:\";) when the next quote, if there is any, opens another value.
+const char* closingQuote(const char* p, const char* end) {
+    const char* lastChance = nullptr;
+    const char* q = p;
+    for (; q != end && *q != '"'; ++q) {
+        if (*q != '\\' || q + 1 == end || q[1] != '"') continue;
+        ++q;
+        const char* const behind = lastChance ? q : skipSpace(q + 1, end);
+        if (!lastChance && (behind == end || *behind == ';')) lastChance = q;
+    }
+    if (!lastChance || q == end) return lastChance ? lastChance : q;
+    return trimBack(lastChance, q)[-1] == '=' ? lastChance : q;
+}
+
+}  // namespace
+
+HeaderParams::HeaderParams(const char* value, unsigned int size)
+    : m_begin(value), m_start(textEnd(value, value + size)), m_at(m_start), m_end(value + size) {}
+
+// RFC 2045 5.1: a comment behind the type is no part of it.
+void HeaderParams::getMainValue(StringBuffer& out) const {
+    const char* const stop = textEnd(m_begin, m_end);
+    const char* const from = skipSpace(m_begin, stop);
+    const char* to = skip(from, stop, kValueBytes);
+    const char* const behind = skipSpace(to, stop);
+    const bool isType = to != from && behind != stop && *behind == '(';
+    if (!isType || trimBack(behind, stop)[-1] != ')') to = trimBack(from, stop);
+    out.appendN(from, sizeOf(from, to));
+}
+
+// Tolerated: doubled ";", comments, and names that have no value.
+bool HeaderParams::next() {
+    while (m_at != m_end) {
+        m_start = skipComments(m_at);
+        if (m_start != m_end && *m_start == ';') {
+            m_at = m_start + 1;
+            continue;
+        }
+        if (readName()) return readValue();
+    }
+    m_start = m_end;
+    return false;
+}
+
+bool HeaderParams::readName() {
+    const char* q = m_start;
+    while (q != m_end && *q != '=' && *q != ';') ++q;
+    m_at = q;
+    if (q == m_end || *q == ';') return false;
+    const char* const nameEnd = trimBack(m_start, q);
+    m_at = q + 1;
+    m_name.weakClear();
+    m_name.appendN(m_start, sizeOf(m_start, nameEnd));
+    return true;
+}
+
+bool HeaderParams::readValue() {
+    m_value.weakClear();
+    m_at = skipSpace(m_at, m_end);
+    m_quoted = m_at != m_end && *m_at == '"';
+    return m_quoted ? readQuoted() : readUnquoted();
+}
+
+// Tolerated: a value with blanks in it, which runs to the next ";".  A comment is dropped
+// only when it stands behind a single word and nothing follows: "name=photo (1).jpg" has none.
+bool HeaderParams::readUnquoted() {
+    const char* const from = m_at;
+    const char* to = skip(from, m_end, kValueBytes);
+    m_at = to == from ? to : skipComments(to);
+    const bool isWord = m_at == m_end || *m_at == ';' || (m_at != to && startsParam(m_at, m_end));
+    if (!isWord) {
+        m_at = unquotedEnd(m_at);
+        to = trimBack(from, m_at);
+    }
+    return m_value.appendN(from, sizeOf(from, to));
+}
+
+// A ";" within a pair of quotes does not end the value.
+const char* HeaderParams::unquotedEnd(const char* p) const {
+    for (;;) {
+        const char* const stop = textEnd(p, m_end);
+        const char* const quote = findByte(p, stop, '"');
+        if (quote == stop) return stop;
+        const char* const close = findByte(quote + 1, m_end, '"');
+        if (close == m_end) return stop;
+        p = close + 1;
+    }
+}
+
+// Tolerated: a value that is never closed; it runs to the end.
+bool HeaderParams::readQuoted() {
+    const char* p = m_at + 1;
+    const char* const close = closingQuote(p, m_end);
+    m_at = close == m_end ? close : close + 1;
+    bool ok = true;
+    while (p != close) {
+        const char* const stop = findByte(p, close, '\\');
+        ok = m_value.appendN(p, sizeOf(p, stop)) && ok;
+        if (stop == close) break;
+        const bool isEscape = close - stop > 1 && stop[1] == '"';
+        ok = m_value.appendChar(isEscape ? '"' : '\\') && ok;
+        p = stop + (isEscape ? 2 : 1);
+    }
+    return ok;
+}
+
+// Skips white space and comments.
+const char* HeaderParams::skipComments(const char* p) {
+    for (;;) {
+        p = skipSpace(p, m_end);
+        const char* const behind = p != m_end && *p == '(' && m_hasComments ? skipComment(p) : p;
+        if (behind == p) return p;
+        p = behind;
+    }
+}
+
+// RFC 5322 3.2.2: comments nest.  Limit: after one that is never closed none is looked for.
+const char* HeaderParams::skipComment(const char* p) {
+    unsigned depth = 0;
+    for (const char* q = p; q != m_end; ++q) {
+        if (*q == '\\' && q + 1 != m_end) ++q;
+        else if (*q == '(') ++depth;
+        else if (*q == ')' && --depth == 0) return q + 1;
+    }
+    m_hasComments = false;
+    return p;
+}
+
+// -- Finding
+
+namespace {
+
+// One of the parameters name*0, name*0*, name*1 ... of a value.
+struct Piece {
+    unsigned number;
+    unsigned offset;
+    unsigned size;
+    bool isEncoded;
+};
+
+// What stands behind the name of a parameter.
+enum class Form { Other, Plain, Extended, Numbered };
+
+// RFC 2231 3 and 4: the pieces of a value, in any order.
+class PieceCollector {
+public:
+    bool add(const HeaderParams& params, Piece piece);
+
+    // Appends the pieces from 0 on, without a gap, as one extended value.
+    bool join(StringBuffer& out) const;
+
+private:
+    bool appendPiece(const Piece& piece, StringBuffer& out) const;
+
+    StringBuffer m_text;
+    GrowArray<Piece> m_pieces;
+};
+
+Form formOf(const StringBuffer& param, const char* name, size_t nameSize, Piece& piece) {
+    const char* p = param.getString();
+    const char* const end = p + param.getSize();
+    if (param.getSize() < nameSize || !bytes::equalIgnoreCase(p, name, nameSize))
+        return Form::Other;
+    p += nameSize;
+    if (p == end) return Form::Plain;
+    if (*p++ != '*') return Form::Other;
+    if (p == end) return Form::Extended;
+    piece.number = 0;
+    const char* const digits = p;
+    while (p != end && bytes::isDigit(*p) && p - digits < 8)
+        piece.number = piece.number * 10 + static_cast<unsigned>(*p++ - '0');
+    piece.isEncoded = p != end && *p == '*';
+    const char* const stop = piece.isEncoded ? p + 1 : p;
+    return p != digits && stop == end ? Form::Numbered : Form::Other;
+}
+
+bool PieceCollector::add(const HeaderParams& params, Piece piece) {
+    piece.offset = m_text.getSize();
+    piece.size = params.value().getSize();
+    return m_text.append(params.value()) && m_pieces.push(piece);
+}
+
+// With n pieces, only the numbers below n can follow one another without a gap.
+bool PieceCollector::join(StringBuffer& out) const {
+    const unsigned n = m_pieces.size();
+    GrowArray<const Piece*> byNumber;
+    for (unsigned i = 0; i < n; ++i)
+        if (!byNumber.push(nullptr)) return false;
+    for (const Piece& piece : m_pieces)
+        if (piece.number < n && !byNumber[piece.number]) byNumber[piece.number] = &piece;
+    for (unsigned i = 0; i < n && byNumber[i]; ++i)
+        if (!appendPiece(*byNumber[i], out)) return false;
+    return n != 0 && byNumber[0];
+}
+
+// RFC 2231 4.1: the first piece names the charset, if it is an encoded one.  The apostrophes
+// and plain percent signs of the others are protected from being taken for one or for escapes.
+bool PieceCollector::appendPiece(const Piece& piece, StringBuffer& out) const {
+    if (piece.number == 0 && piece.isEncoded)
+        return out.appendN(m_text.getString() + piece.offset, piece.size);
+    bool ok = true;
+    const char* p = m_text.getString() + piece.offset;
+    for (const char* const end = p + piece.size; p != end; ++p) {
+        if (*p == '\'') ok = out.append("%27") && ok;
+        else if (*p == '%' && !piece.isEncoded) ok = out.append("%25") && ok;
+        else ok = out.appendChar(*p) && ok;
+    }
+    return ok;
+}
+
+bool decodeExtended(const StringBuffer& value, StringBuffer& out) {
+    StringBuffer text, charset;
+    LogNull log;
+    if (!ContentCoding().decodeStarEncoded(value, nullptr, text, charset, log)) return false;
+    out.swap(text);
+    return true;
+}
+
+}  // namespace
+
+bool findHeaderParam(const char* value, unsigned int size, const char* name, StringBuffer& out) {
+    const size_t nameSize = std::strlen(name);
+    HeaderParams params(value, size);
+    PieceCollector pieces;
+    StringBuffer extended;
+    bool hasExtended = false;
+    while (params.next()) {
+        Piece piece = {};
+        switch (formOf(params.name(), name, nameSize, piece)) {
+            case Form::Plain: return out.setString(params.value());
+            case Form::Extended:
+                if (!hasExtended && !extended.setString(params.value())) return false;
+                hasExtended = true;
+                break;
+            case Form::Numbered:
+                if (!pieces.add(params, piece)) return false;
+                break;
+            default: break;
+        }
+    }
+    if (!hasExtended && !pieces.join(extended)) return false;
+    return decodeExtended(extended, out);
+}
+
+// -- Writing
+
+namespace {
+
+constexpr ByteSet kQuotedBytes = ByteSet().range(' ', '~').without("\"\\");
+
+// RFC 2231 7: attribute-char.
+constexpr ByteSet kAttributeBytes = kTokenBytes.without("*'%");
+
+bool consistsOf(const StringBuffer& s, const ByteSet& set) {
+    const char* const end = s.getString() + s.getSize();
+    return skip(s.getString(), end, set) == end;
+}
+
+void appendEscaped(const StringBuffer& value, StringBuffer& out) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    const char* p = value.getString();
+    const char* const end = p + value.getSize();
+    while (p != end) {
+        const char* const stop = skip(p, end, kAttributeBytes);
+        out.appendN(p, sizeOf(p, stop));
+        p = stop;
+        if (p == end) break;
+        const unsigned char c = static_cast<unsigned char>(*p++);
+        const char escape[3] = {'%', kHex[c >> 4], kHex[c & 15]};
+        out.appendN(escape, 3);
+    }
+}
+
+bool isInEscape(const char* p) { return p[-1] == '%' || p[-2] == '%'; }
+
+// An escaped continuation byte of UTF-8.
+bool isContinuation(const char* p) { return p[0] == '%' && bytes::hexValue(p[1]) / 4 == 2; }
+
+// Where to cut escaped text, at most `size` bytes behind `p`: not within a character, since
+// readers decode each piece for itself.
+const char* pieceEnd(const char* p, unsigned size) {
+    const char* stop = p + size;
+    while (isInEscape(stop)) --stop;
+    const char* start = stop;
+    for (int i = 0; i < 3 && isContinuation(start); ++i) start -= 3;
+    return isContinuation(start) || isInEscape(start) ? stop : start;
+}
+
+// RFC 2231 3: a value that does not fit on a line of its own is cut into numbered pieces.
+void appendExtended(const char* name, const StringBuffer& value, StringBuffer& out) {
+    constexpr size_t kColumns = 76, kNumber = 6, kLeast = 30;
+    const size_t nameSize = std::strlen(name) + kNumber;
+    const auto room =
+        static_cast<unsigned>(nameSize < kColumns - kLeast ? kColumns - nameSize : kLeast);
+    StringBuffer text;
+    text.append("utf-8''");
+    appendEscaped(value, text);
+    if (text.failed()) out.markFailed();
+    if (text.getSize() <= room) {
+        out.append3("*=", text.getString(), "");
+        return;
+    }
+    const char* p = text.getString();
+    const char* const end = p + text.getSize();
+    for (int number = 0; p != end; ++number) {
+        const char* const stop = sizeOf(p, end) <= room ? end : pieceEnd(p, room);
+        if (number > 0) out.append3("; ", name, "");
+        out.appendChar('*');
+        out.append(number);
+        out.append("*=");
+        out.appendN(p, sizeOf(p, stop));
+        p = stop;
+    }
+}
+
+// RFC 2046 5.1.1: boundaries, which readers want in one piece, have up to 70 characters.
+constexpr unsigned kMaxPlain = 70;
+
+}  // namespace
+
+// Kept on purpose: a value with "=?" in it is percent-encoded, since readers decode encoded
+// words even where RFC 2047 5 forbids them.
+void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer& out) {
+    StringBuffer line(value);
+    line.replaceCharAnsi('\r', ' ');
+    line.replaceCharAnsi('\n', ' ');
+    out.append3("; ", name, "");
+    const bool isShort = line.getSize() <= kMaxPlain;
+    if (isShort && !line.isEmpty() && consistsOf(line, kTokenBytes)) {
+        out.append3("=", line.getString(), "");
+    } else if (isShort && consistsOf(line, kQuotedBytes) && !line.containsSubstring("=?")) {
+        out.append3("=\"", line.getString(), "\"");
+    } else {
+        appendExtended(name, line, out);
+    }
+}

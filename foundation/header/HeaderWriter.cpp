@@ -1,0 +1,606 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Header fields as text: what MimeHeader writes for a field that was made or changed.  The
+// value is freed of line breaks, then written in the way that its field's grammar allows:
+// one small writer for each kind of field, all of them upon LineFolder, which keeps count of
+// the columns.  Encoded words come from EncodedWords.cpp, parameters from HeaderParams.cpp.
+
+#include "foundation/header/HeaderWriter.h"
+
+#include "foundation/coding/EncodedWords.h"
+#include "foundation/header/HeaderParams.h"
+#include "foundation/StringBuffer.h"
+#include "foundation/bytes/bytes.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr unsigned kMaxColumns = 78;      // RFC 5322 2.1.1
+constexpr unsigned kMaxWordColumns = 76;  // RFC 2047 2: lines that hold encoded words
+
+// RFC 5322 2.1.1: no line is longer than 998 characters, so a word that leaves no room for the
+// field name in front of it must be cut.
+constexpr unsigned kMaxPlainWord = 900;
+
+unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
+
+bool isAscii(const char* begin, const char* end) {
+    return bytes::isAscii(begin, static_cast<size_t>(end - begin));
+}
+
+const char* skipBlanks(const char* p, const char* end) {
+    while (p != end && bytes::isBlank(*p)) ++p;
+    return p;
+}
+
+const char* wordEnd(const char* p, const char* end) {
+    while (p != end && !bytes::isBlank(*p)) ++p;
+    return p;
+}
+
+constexpr char kBlank[] = " ";
+constexpr char kSeparator[] = ";";
+
+// No buffer grows to 4 GiB: this is refused, and marks `out` as incomplete.
+void markFailed(StringBuffer& out) {
+    if (!out.isEmpty()) out.extend(0xFFFFFFFFu);
+}
+
+// -- Lines
+
+class LineFolder {
+public:
+    LineFolder(StringBuffer& out, size_t column, unsigned limit)
+        : m_out(out), m_column(column), m_limit(limit) {}
+
+    size_t column() const { return m_column; }
+    bool fits(size_t n) const { return m_column + n <= m_limit; }
+    bool isBehindWords() const { return m_behindWords; }
+    bool isBehindBlank() const { return bytes::isBlank(m_out.lastChar()); }
+
+    // Marks the output when a text on the way to it was refused memory.
+    void check(const StringBuffer& text) {
+        if (text.failed()) markFailed(m_out);
+    }
+
+    // Appends text that is never broken.
+    void append(const char* begin, const char* end);
+
+    // Appends text that may be broken in front of each run of blanks, which then begins the
+    // next line: deleting the breaks gives the text again.
+    void appendFolded(const char* begin, const char* end);
+
+    // Appends a run of blanks; breaks the line in front of it when the `next` bytes that will
+    // follow do not fit.
+    void appendRun(const char* begin, const char* end, size_t next);
+
+    // Appends encoded words for `text`.
+    void appendWords(const char* text, unsigned size, int codePage, bool forPhrase);
+
+    // Appends text that was folded for lines of its own and ended at `column`: on this line
+    // if it fits, otherwise on new ones.
+    void appendItem(const StringBuffer& text, size_t column);
+
+private:
+    void breakLine();
+
+    StringBuffer& m_out;
+    size_t m_column;
+    const unsigned m_limit;
+    bool m_lineHasText = false;  // no line is left that holds blanks alone
+    bool m_behindWords = false;
+};
+
+void LineFolder::append(const char* begin, const char* end) {
+    if (begin == end) return;
+    m_out.appendN(begin, sizeOf(begin, end));
+    m_column += sizeOf(begin, end);
+    m_lineHasText = true;
+    m_behindWords = false;
+}
+
+void LineFolder::appendFolded(const char* begin, const char* end) {
+    while (begin != end) {
+        const char* const word = skipBlanks(begin, end);
+        const char* const stop = wordEnd(word, end);
+        appendRun(begin, word, sizeOf(word, stop));
+        append(word, stop);
+        begin = stop;
+    }
+}
+
+// A run at the end stays on its line.  Text stuck to encoded words gets a blank where it
+// would make their line too long.
+void LineFolder::appendRun(const char* begin, const char* end, size_t next) {
+    const size_t size = sizeOf(begin, end);
+    if (next != 0 && m_lineHasText && !fits(size + next)) {
+        if (size != 0) breakLine();
+        else if (m_behindWords) {
+            breakLine();
+            m_out.appendChar(' ');
+            m_column = 1;
+        }
+    }
+    m_out.appendN(begin, sizeOf(begin, end));
+    m_column += size;
+    if (size != 0) m_behindWords = false;
+}
+
+void LineFolder::breakLine() {
+    m_out.append("\r\n");
+    m_column = 0;
+    m_lineHasText = false;
+}
+
+// Where the words begin with a fold, the blank that stands in front of them already becomes
+// the first of the new line.
+void LineFolder::appendWords(const char* text, unsigned size, int codePage, bool forPhrase) {
+    StringBuffer words;
+    m_column =
+        appendEncodedWords(text, size, codePage, static_cast<unsigned>(m_column), forPhrase, words);
+    if (words.isEmpty() && size != 0) markFailed(m_out);
+    if (words.lastChar() && words.beginsWith("\r\n") && bytes::isBlank(m_out.lastChar())) {
+        const char blank = m_out.lastChar();
+        m_out.shorten(1);
+        words.removeFront(3);
+        m_out.append("\r\n");
+        m_out.appendChar(blank);
+    }
+    m_out.append(words);
+    m_lineHasText = true;
+    m_behindWords = true;
+}
+
+void LineFolder::appendItem(const StringBuffer& text, size_t column) {
+    check(text);
+    if (fits(text.getSize()) && !text.containsChar('\r')) {
+        append(text.getString(), text.getString() + text.getSize());
+        return;
+    }
+    breakLine();
+    m_out.append(text);
+    m_column = column;
+    m_lineHasText = true;
+}
+
+// -- Unstructured fields
+
+// A word of an unstructured value.  An encoded word that stands in it already counts as one
+// piece, even with blanks inside.
+struct TextWord {
+    const char* begin;
+    const char* end;
+    bool beginsEncoded;
+    bool endsEncoded;
+    bool isPlain;  // ASCII of bearable size: written as it is
+};
+
+class TextWords {
+public:
+    TextWords(const char* text, const char* end) : m_at(text), m_end(end) { findEncoded(); }
+
+    // Moves to the next word; false at the end.
+    bool next(TextWord& word);
+
+private:
+    void findEncoded();
+
+    const char* m_at;
+    const char* m_end;
+    const char* m_encoded = nullptr;  // the next encoded word of the text, or null
+    unsigned m_encodedSize = 0;
+};
+
+void TextWords::findEncoded() {
+    m_encoded = findEncodedWord(m_at, sizeOf(m_at, m_end), m_encodedSize);
+}
+
+bool TextWords::next(TextWord& word) {
+    m_at = skipBlanks(m_at, m_end);
+    word.begin = m_at;
+    word.beginsEncoded = m_at == m_encoded;
+    word.endsEncoded = false;
+    while (m_at != m_end && !bytes::isBlank(*m_at)) {
+        word.endsEncoded = m_at == m_encoded;
+        if (word.endsEncoded) {
+            m_at += m_encodedSize;
+            findEncoded();
+        } else {
+            ++m_at;
+        }
+    }
+    word.end = m_at;
+    word.isPlain = sizeOf(word.begin, word.end) <= kMaxPlainWord && isAscii(word.begin, word.end);
+    return word.begin != word.end;
+}
+
+// RFC 2047 6.2: readers drop the white space between encoded words.  Words that need coding
+// and follow one another are therefore coded together with their blanks; and the blanks
+// towards an encoded word that was there before go into the new one.
+class UnstructuredWriter {
+public:
+    UnstructuredWriter(const char* begin, const char* end, int codePage, LineFolder& lines)
+        : m_words(begin, end), m_at(begin), m_end(end), m_codePage(codePage), m_lines(lines) {}
+
+    void write() {
+        for (bool more = m_words.next(m_word); more;) more = m_word.isPlain ? plain() : coded();
+        m_lines.appendRun(m_at, m_end, 0);
+    }
+
+private:
+    bool plain();
+    bool coded();
+
+    TextWords m_words;
+    TextWord m_word = {};
+    const char* m_at;  // the end of what is written
+    const char* m_end;
+    const int m_codePage;
+    LineFolder& m_lines;
+    bool m_first = true;
+    bool m_behindEncoded = false;  // m_at is the end of a word that was encoded before
+};
+
+bool UnstructuredWriter::plain() {
+    m_lines.appendRun(m_at, m_word.begin, sizeOf(m_word.begin, m_word.end));
+    m_lines.append(m_word.begin, m_word.end);
+    m_at = m_word.end;
+    m_behindEncoded = m_word.endsEncoded;
+    m_first = false;
+    return m_words.next(m_word);
+}
+
+bool UnstructuredWriter::coded() {
+    const char* begin = m_at;
+    if (!m_first) {
+        m_lines.appendRun(m_at, m_at + 1, 0);
+        if (!m_behindEncoded) ++begin;
+        else if (m_word.beginsEncoded) begin = m_word.begin;
+    }
+    TextWord last = m_word;
+    bool more = m_words.next(m_word);
+    for (; more && !m_word.isPlain; more = m_words.next(m_word)) last = m_word;
+    m_at = last.end;
+    if (more && m_word.beginsEncoded) {
+        if (!last.endsEncoded) last.end = m_word.begin;
+        m_at = m_word.begin - 1;
+    }
+    StringBuffer text;
+    decodeEncodedWords(begin, sizeOf(begin, last.end), text);
+    m_lines.check(text);
+    m_lines.appendWords(text.getString(), text.getSize(), m_codePage, /*forPhrase*/ false);
+    m_behindEncoded = m_first = false;
+    return more;
+}
+
+// -- Address fields
+
+// RFC 5322 3.4.  The list is cut at its commas; in each piece, display names and comments
+// that are not ASCII become encoded words and the rest is copied.  From a quote or bracket on
+// that is never closed, everything is copied.
+class AddressWriter {
+public:
+    AddressWriter(const char* begin, const char* end, int codePage, LineFolder& lines)
+        : m_at(begin), m_end(end), m_codePage(codePage), m_lines(&lines) {}
+
+    void write();
+
+private:
+    void writeItem(LineFolder& lines);
+    bool step();
+    void stepWord();
+    void stepComment();
+    void endPhrase(bool isName);
+    void encode(const char* begin, const char* end, bool isPhrase);
+    void copyTo(const char* end);
+    const char* closeOf(const char* p) const;
+
+    const char* m_at;
+    const char* m_end;
+    const int m_codePage;
+    LineFolder* m_lines;             // where the piece goes
+    const char* m_copied = nullptr;  // what stands before is written
+    const char* m_phrase = nullptr;  // the words in front of m_phraseEnd, or null
+    const char* m_phraseEnd = nullptr;
+    bool m_phraseHasAt = false;
+};
+
+// A piece behind a comma is folded for itself first, to see whether it fits on the line.
+void AddressWriter::write() {
+    LineFolder& all = *m_lines;
+    for (bool isFirst = true; m_at != m_end; isFirst = false) {
+        const char* const begin = skipBlanks(m_at, m_end);
+        if (isFirst || begin == m_at || begin == m_end) {
+            writeItem(all);
+            continue;
+        }
+        StringBuffer item;
+        LineFolder lines(item, 0, kMaxWordColumns);
+        lines.appendRun(m_at, m_at + 1, 0);
+        m_at = begin;
+        writeItem(lines);
+        all.appendItem(item, lines.column());
+    }
+}
+
+void AddressWriter::writeItem(LineFolder& lines) {
+    m_lines = &lines;
+    m_copied = m_at;
+    bool more = true;
+    while (more && m_at != m_end) more = step();
+    endPhrase(/*isName*/ false);
+    copyTo(m_at);
+}
+
+// Takes one element; false behind the separator that ends the piece.
+bool AddressWriter::step() {
+    const char* close = m_at;
+    switch (*m_at) {
+        case ',':
+        case ';':
+            endPhrase(/*isName*/ false);
+            ++m_at;
+            return false;
+        case '(': stepComment(); return true;
+        case ' ':
+        case '\t': ++m_at; return true;
+        case '<': close = closeOf(m_at); [[fallthrough]];
+        case ':':
+            endPhrase(/*isName*/ true);
+            m_at = close ? close + 1 : m_end;
+            return true;
+        default: stepWord(); return true;
+    }
+}
+
+void AddressWriter::stepWord() {
+    if (!m_phrase) {
+        m_phrase = m_at;
+        m_phraseHasAt = false;
+    }
+    const bool isEnclosed = *m_at == '"' || *m_at == '[';
+    const char* last = isEnclosed ? closeOf(m_at) : m_at;
+    if (!last) {
+        m_phrase = nullptr;
+        m_at = m_end;
+        return;
+    }
+    if (*m_at == '@') m_phraseHasAt = true;
+    if (*m_at == '\\' && last + 1 != m_end) ++last;
+    m_at = m_phraseEnd = last + 1;
+}
+
+void AddressWriter::stepComment() {
+    endPhrase(/*isName*/ false);
+    const char* const close = closeOf(m_at);
+    if (close && !isAscii(m_at, close)) {
+        copyTo(m_at + 1);
+        encode(m_at + 1, close, /*isPhrase*/ false);
+        m_copied = close;
+    }
+    m_at = close ? close + 1 : m_end;
+}
+
+// Words with an "@" among them and no address behind are the address.
+void AddressWriter::endPhrase(bool isName) {
+    if (m_phrase && (isName || !m_phraseHasAt) && !isAscii(m_phrase, m_phraseEnd)) {
+        copyTo(m_phrase);
+        if (!m_lines->isBehindBlank()) m_lines->appendFolded(kBlank, kBlank + 1);
+        encode(m_phrase, m_phraseEnd, /*isPhrase*/ true);
+        m_copied = m_phraseEnd;
+    }
+    m_phrase = nullptr;
+}
+
+// RFC 2047 5 (3): no encoded word stands in a quoted string, so the quotes go.  Words that
+// were encoded before are coded anew with the rest.
+void AddressWriter::encode(const char* begin, const char* end, bool isPhrase) {
+    StringBuffer text, decoded;
+    for (const char* p = begin; p != end; ++p) {
+        if (*p == '"' && isPhrase) continue;
+        if (*p == '\\' && p + 1 != end) ++p;
+        text.appendChar(*p);
+    }
+    decodeEncodedWords(text.getString(), text.getSize(), decoded);
+    m_lines->check(text);
+    m_lines->check(decoded);
+    m_lines->appendWords(decoded.getString(), decoded.getSize(), m_codePage, /*forPhrase*/ true);
+}
+
+void AddressWriter::copyTo(const char* end) {
+    if (m_copied != end && *m_copied == '<' && m_lines->isBehindWords())
+        m_lines->appendRun(kBlank, kBlank + 1, sizeOf(m_copied, wordEnd(m_copied, end)));
+    m_lines->appendFolded(m_copied, end);
+    m_copied = end;
+}
+
+// The bracket or quote that closes the one at `p`; null when there is none.  Comments nest.
+const char* AddressWriter::closeOf(const char* p) const {
+    const char open = *p;
+    const char close = open == '<' ? '>' : open == '[' ? ']' : open == '(' ? ')' : '"';
+    unsigned depth = 1;
+    for (const char* q = p + 1; q != m_end; ++q) {
+        if (*q == '\\' && q + 1 != m_end) ++q;
+        else if (*q == close && --depth == 0) return q;
+        else if (*q == open && open == '(') ++depth;
+    }
+    return nullptr;
+}
+
+// -- Fields with parameters
+
+// Copies a value, with its non-ASCII parameters written anew.
+class ParamsWriter {
+public:
+    ParamsWriter(const char* begin, const char* end, LineFolder& lines)
+        : m_params(begin, sizeOf(begin, end)), m_at(begin), m_end(end), m_lines(lines) {}
+
+    void write();
+
+private:
+    bool mustEncode() const;
+    void copyGap(const char* end, size_t next);
+
+    HeaderParams m_params;
+    const char* m_at;
+    const char* m_end;
+    LineFolder& m_lines;
+    bool m_encoded = false;     // the last parameter was,
+    bool m_encodeNext = false;  // the next one will be
+};
+
+void ParamsWriter::write() {
+    m_lines.appendFolded(m_at, m_params.begin());
+    for (m_at = m_params.begin(); m_params.next(); m_at = m_params.end()) {
+        StringBuffer text;
+        m_encodeNext = mustEncode();
+        if (m_encodeNext) {
+            appendHeaderParam(m_params.name().getString(), m_params.value(), text);
+            text.removeFront(2);
+        } else {
+            text.appendN(m_params.begin(), sizeOf(m_params.begin(), m_params.end()));
+        }
+        m_lines.check(text);
+        const char* const begin = text.getString();
+        const char* const end = begin + text.getSize();
+        copyGap(m_params.begin(), text.getSize() + 1);
+        if (m_lines.fits(text.getSize())) m_lines.append(begin, end);
+        else m_lines.appendFolded(begin, end);
+        m_encoded = m_encodeNext;
+    }
+    m_encodeNext = false;
+    copyGap(m_end, 0);
+}
+
+// Kept on purpose: the pieces of RFC 2231 values stay as they are, even with raw UTF-8.
+bool ParamsWriter::mustEncode() const {
+    const StringBuffer& value = m_params.value();
+    const StringBuffer& name = m_params.name();
+    return !value.is7bit(0) && name.is7bit(0) && !name.containsChar('*');
+}
+
+// Copies what stands between two parameters.  Tolerated: a ";" that is missing there; a
+// parameter that is written anew gets it.
+void ParamsWriter::copyGap(const char* end, size_t next) {
+    const char* run = end;
+    while (run != m_at && bytes::isBlank(run[-1])) --run;
+    const char* const first = skipBlanks(m_at, end);
+    const bool hasSeparator = std::memchr(m_at, ';', sizeOf(m_at, end)) != nullptr;
+    const bool wantsFirst =
+        m_encoded && (first != end || next != 0) && (first == end || *first != ';');
+    if (wantsFirst || (m_encodeNext && !hasSeparator)) m_lines.append(kSeparator, kSeparator + 1);
+    if (run != m_at) m_lines.appendFolded(m_at, run);
+    const bool wantsBlank = run == end && (m_encoded || m_encodeNext) && next != 0;
+    m_lines.appendRun(wantsBlank ? kBlank : run, wantsBlank ? kBlank + 1 : end, next);
+}
+
+// -- Fields
+
+enum class Grammar { Unstructured, Addresses, Params, Structured };
+
+struct FieldRow {
+    const char* name;  // in lower case; a "*" stands for any rest
+    Grammar grammar;
+};
+
+// The first row that matches decides.  RFC 2047 5: structured fields have no place for
+// encoded words; RFC 6532 3.2 lets them hold UTF-8.
+constexpr FieldRow kFields[] = {
+    {"arc-*", Grammar::Structured},
+    {"authentication-results", Grammar::Structured},
+    {"auto-submitted", Grammar::Structured},
+    {"bcc", Grammar::Addresses},
+    {"cc", Grammar::Addresses},
+    {"content-disposition", Grammar::Params},
+    {"content-id", Grammar::Structured},
+    {"content-language", Grammar::Structured},
+    {"content-location", Grammar::Structured},
+    {"content-md5", Grammar::Structured},
+    {"content-transfer-encoding", Grammar::Structured},
+    {"content-type", Grammar::Params},
+    {"date", Grammar::Structured},
+    {"delivered-to", Grammar::Structured},
+    {"disposition-notification-to", Grammar::Addresses},
+    {"dkim-signature", Grammar::Structured},
+    {"domainkey-signature", Grammar::Structured},
+    {"from", Grammar::Addresses},
+    {"in-reply-to", Grammar::Structured},
+    {"list-*", Grammar::Structured},
+    {"message-id", Grammar::Structured},
+    {"mime-version", Grammar::Structured},
+    {"received", Grammar::Structured},
+    {"received-spf", Grammar::Structured},
+    {"references", Grammar::Structured},
+    {"reply-to", Grammar::Addresses},
+    {"resent-date", Grammar::Structured},
+    {"resent-message-id", Grammar::Structured},
+    {"resent-*", Grammar::Addresses},
+    {"return-path", Grammar::Structured},
+    {"sender", Grammar::Addresses},
+    {"to", Grammar::Addresses},
+};
+
+bool matches(const FieldRow& row, const char* name, unsigned size) {
+    const size_t n = std::strlen(row.name);
+    if (row.name[n - 1] == '*') return size >= n && bytes::equalIgnoreCase(name, row.name, n - 1);
+    return size == n && bytes::equalIgnoreCase(name, row.name, n);
+}
+
+Grammar grammarOf(const char* name, unsigned size) {
+    for (const FieldRow& row : kFields)
+        if (matches(row, name, size)) return row.grammar;
+    return Grammar::Unstructured;
+}
+
+// RFC 5322 2.2.3: unfolding removes the CRLF of a fold.  Limit: what other line breaks there
+// are become blanks, so that no value makes a field of its own.
+void appendOneLine(const char* p, const char* end, StringBuffer& out) {
+    while (p != end) {
+        const char* q = p;
+        while (q != end && *q != '\r' && *q != '\n') ++q;
+        out.appendN(p, sizeOf(p, q));
+        if (q == end) return;
+        const bool isCrlf = *q == '\r' && end - q > 1 && q[1] == '\n';
+        p = q + (isCrlf ? 2 : 1);
+        if (!isCrlf || p == end || !bytes::isBlank(*p)) out.appendChar(' ');
+    }
+}
+
+bool hasLongWord(const char* p, const char* end) {
+    while (p != end) {
+        const char* const stop = wordEnd(p, end);
+        if (sizeOf(p, stop) > kMaxPlainWord) return true;
+        p = skipBlanks(stop, end);
+    }
+    return false;
+}
+
+void writeValue(Grammar grammar, const char* begin, const char* end, size_t column, int codePage,
+                StringBuffer& out) {
+    LineFolder lines(out, column, kMaxColumns);
+    LineFolder wordLines(out, column, kMaxWordColumns);
+    const bool mustCut = grammar == Grammar::Unstructured && hasLongWord(begin, end);
+    if (!mustCut && isAscii(begin, end)) grammar = Grammar::Structured;
+    switch (grammar) {
+        case Grammar::Unstructured:
+            return UnstructuredWriter(begin, end, codePage, wordLines).write();
+        case Grammar::Addresses: return AddressWriter(begin, end, codePage, wordLines).write();
+        case Grammar::Params: return ParamsWriter(begin, end, lines).write();
+        default: return lines.appendFolded(begin, end);
+    }
+}
+
+}  // namespace
+
+void appendHeaderField(const char* name, unsigned int nameSize, const char* value,
+                       unsigned int valueSize, int codePage, StringBuffer& out) {
+    StringBuffer line;
+    appendOneLine(value, value + valueSize, line);
+    out.appendN(name, nameSize);
+    out.append(": ");
+    if (line.failed()) markFailed(out);
+    const char* const begin = line.getString();
+    writeValue(grammarOf(name, nameSize), begin, begin + line.getSize(), size_t{nameSize} + 2,
+               codePage, out);
+}

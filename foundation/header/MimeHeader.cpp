@@ -1,0 +1,427 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The header field list: one text, and for each field where it stands in it.  Loading splits
+// the text into fields and looks at the bytes above 0x7F; changing a field puts its new text
+// at the end of the one text; writing takes the text as a whole when nothing was changed.
+// HeaderWriter folds and encodes the fields that were.
+
+#include "foundation/MimeHeader.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/DataBuffer.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/header/HeaderParams.h"
+#include "foundation/header/HeaderWriter.h"
+#include "foundation/LogBase.h"
+#include "foundation/_zqCharset.h"
+#include "foundation/_zqUtf.h"
+#include "foundation/bytes/bytes.h"
+#include "foundation/charset/code_pages.h"
+
+namespace {
+
+// Limit: a longer run of bytes before a colon is no name but a line of its own.
+constexpr unsigned kMaxNameSize = 0xFFFF;
+
+unsigned lengthOf(const char* s) { return s ? static_cast<unsigned>(std::strlen(s)) : 0; }
+
+const char* findByte(const char* p, const char* end, char c) {
+    return p == end ? nullptr
+                    : static_cast<const char*>(std::memchr(p, c, static_cast<size_t>(end - p)));
+}
+
+// A cheap key: fields of one name have one key, most others another.
+unsigned char keyOf(const char* name, unsigned size) {
+    if (size == 0) return 0;
+    const auto at = [&](unsigned i) {
+        return static_cast<unsigned>(static_cast<unsigned char>(name[i])) | 0x20u;
+    };
+    return static_cast<unsigned char>(size * 31 + at(0) * 7 + at(size / 2) * 3 + at(size - 1));
+}
+
+bool isBreak(char c) { return c == '\r' || c == '\n'; }
+
+// A header whose lines all end with CRLF, none of them empty, and the last with none at all,
+// can be taken over as it is.
+bool isTidy(const char* text, unsigned size) {
+    const char* const end = text + size;
+    if (size && (isBreak(text[0]) || isBreak(end[-1]))) return false;
+    for (const char* p = text; (p = findByte(p, end, '\n')) != nullptr; ++p) {
+        if (p[-1] != '\r') return false;
+        if (p - text >= 2 && isBreak(p[-2])) return false;
+    }
+    return true;
+}
+
+// Tolerated: lines that end with LF, CRCRLF or, the last, with CR.  An empty line would end
+// the header when it is written, and holds nothing: it is dropped.
+bool appendTidied(const char* text, unsigned size, StringBuffer& out) {
+    const char* const end = text + size;
+    for (const char* line = text; line != end;) {
+        const char* lf = findByte(line, end, '\n');
+        const char* stop = lf ? lf : end;
+        while (stop != line && stop[-1] == '\r') --stop;
+        if (stop != line) {
+            if (!out.isEmpty()) out.appendN("\r\n", 2);
+            out.appendN(line, static_cast<unsigned>(stop - line));
+        }
+        line = lf ? lf + 1 : end;
+    }
+    return !out.failed();
+}
+
+// RFC 5322 3.6.8, and what no name may hold when a caller gives it: nothing in a name can
+// end it, or the line.
+bool cleanName(const char* name, StringBuffer& out) {
+    for (const char* p = name ? name : ""; *p; ++p)
+        if (kFieldNameBytes.has(*p)) out.appendChar(*p);
+    if (out.failed() || out.getSize() > kMaxNameSize) out.clear();
+    return !out.isEmpty();
+}
+
+// RFC 5322 2.2.3: unfolding takes the CRLF away and leaves the blank.  Any other line break
+// becomes a blank, so that a value is one line.
+void appendUnfolded(const char* p, const char* end, StringBuffer& out) {
+    while (p != end) {
+        const char* stop = p;
+        while (stop != end && !isBreak(*stop)) ++stop;
+        out.appendN(p, static_cast<unsigned>(stop - p));
+        p = stop;
+        while (p != end && isBreak(*p)) ++p;
+        if (p != stop && p != end && !bytes::isBlank(*p)) out.appendChar(' ');
+    }
+}
+
+}  // namespace
+
+// -- Loading
+
+void MimeHeader::clear(int) {
+    m_text.clear();
+    m_fields.clear();
+    m_waste = 0;
+    m_detectedCP = 0;
+    m_asRead = true;
+}
+
+bool MimeHeader::loadMimeHeaderText(const char* headerText, const char* terminator, int codePage,
+                                    StringBuffer& charsetClue, LogBase& log) {
+    const char* text = headerText ? headerText : "";
+    const char* end = terminator ? std::strstr(text, terminator) : nullptr;
+    const unsigned size = end ? static_cast<unsigned>(end - text) : lengthOf(text);
+    return loadMimeHeaderBytes(text, size, codePage, charsetClue, log);
+}
+
+bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, int codePage,
+                                     const StringBuffer& charsetClue, LogBase& log) {
+    clear(0);
+    const bool copied = isTidy(headerText, size) ? m_text.appendN(headerText, size)
+                                                 : appendTidied(headerText, size, m_text);
+    if (copied && splitFields() &&
+        (m_text.is7bit(0) || decodeHighBytes(codePage, charsetClue, log)))
+        return true;
+    clear(0);
+    return false;
+}
+
+// Lines that begin with a blank belong to the field before them.
+bool MimeHeader::splitFields() {
+    const char* const text = m_text.getString();
+    const char* const end = text + m_text.getSize();
+    unsigned lines = 0;
+    for (const char* p = text; (p = findByte(p, end, '\n')) != nullptr; ++p)
+        lines += p + 1 != end && !bytes::isBlank(p[1]);
+    if (!m_fields.reserve(text == end ? 0 : lines + 1)) return false;
+    for (const char* start = text; start != end;) {
+        const char* stop = start;
+        do {
+            stop = findByte(stop, end, '\n');
+            stop = stop ? stop + 1 : end;
+        } while (stop != end && bytes::isBlank(*stop));
+        const char* const last = stop == end ? end : stop - 2;
+        if (!m_fields.push(fieldOfLine(static_cast<unsigned>(start - text),
+                                       static_cast<unsigned>(last - start))))
+            return false;
+        start = stop;
+    }
+    return true;
+}
+
+// RFC 5322 4.5: blanks between the name and its colon are obsolete but read.
+MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size) const {
+    const char* const line = m_text.getString() + start;
+    unsigned n = 0;
+    while (n < size && kFieldNameBytes.has(line[n])) ++n;
+    unsigned colon = n;
+    while (colon < size && bytes::isBlank(line[colon])) ++colon;
+    const bool isField = n > 0 && n <= kMaxNameSize && colon < size && line[colon] == ':';
+    if (!isField) n = 0;
+    return Field{start, size, static_cast<unsigned short>(n), keyOf(line, n), true};
+}
+
+// Each field is judged by itself: mail that passed several hands mixes charsets.
+bool MimeHeader::decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log) {
+    const int clue = _zqCharset::codePageOf(charsetClue.getString(), charsetClue.getSize());
+    const bool clueFits = clue != 0 && EncodingConvert::keepsAscii(clue);
+    const int legacy = codePage ? codePage : clueFits ? clue : codepage::kWindows1252;
+    for (Field& field : m_fields) {
+        const char* line = m_text.getString() + field.start;
+        if (bytes::isAscii(line, field.size)) continue;
+        const bool isUtf8 =
+            _zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(line), field.size, 0);
+        if (!isUtf8 && !recodeField(field, legacy, log)) return false;
+        if (m_detectedCP == 0 || !isUtf8) m_detectedCP = isUtf8 ? codepage::kUtf8 : legacy;
+    }
+    if (m_waste > 0) compact();
+    return true;
+}
+
+bool MimeHeader::recodeField(Field& field, int codePage, LogBase& log) {
+    DataBuffer utf8;
+    const char* line = m_text.getString() + field.start;
+    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8,
+                                     reinterpret_cast<const unsigned char*>(line), field.size, utf8,
+                                     log))
+        return false;
+    const unsigned start = m_text.getSize();
+    if (!m_text.append(utf8)) return false;
+    m_waste += field.size;
+    field = fieldOfLine(start, utf8.getSize());
+    field.isRaw = false;
+    m_asRead = false;
+    return true;
+}
+
+bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
+    if (this == &other) return true;
+    clear(0);
+    if (!m_text.append(other.m_text) || !m_fields.reserve(other.m_fields.size())) {
+        clear(0);
+        return false;
+    }
+    for (const Field& field : other.m_fields) m_fields.push(field);
+    m_waste = other.m_waste;
+    m_detectedCP = other.m_detectedCP;
+    m_asRead = other.m_asRead;
+    return true;
+}
+
+// -- Writing
+
+bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, bool, LogBase&) const {
+    if (m_asRead) return out.append(m_text);
+    bool isFirst = true;
+    for (const Field& field : m_fields) {
+        if (!isFirst) out.appendN("\r\n", 2);
+        isFirst = false;
+        const char* line = m_text.getString() + field.start;
+        if (field.isRaw || field.nameSize == 0) {
+            out.appendN(line, field.size);
+            continue;
+        }
+        StringBuffer value;
+        appendValue(field, value);
+        if (value.failed()) out.markFailed();
+        appendHeaderField(line, field.nameSize, value.getString(), value.getSize(), codePage, out);
+    }
+    return !out.failed();
+}
+
+// -- Changing
+
+bool MimeHeader::makeField(const StringBuffer& name, const char* value, Field& field) {
+    StringBuffer text(name);
+    text.appendN(": ", 2);
+    StringBuffer clean;
+    appendUnfolded(value, value + lengthOf(value), clean);
+    clean.trim2();
+    text.append(clean);
+    // A node that changes a field or two pays for their text only; long lists grow by half.
+    constexpr unsigned kShortList = 64;
+    const unsigned start = m_text.getSize();
+    if (m_fields.size() < kShortList && text.getSize() < kMaxNameSize)
+        m_text.reserve(start + text.getSize());
+    if (text.failed() || clean.failed() || !m_text.append(text)) return false;
+    field = fieldOfLine(start, text.getSize());
+    field.isRaw = false;
+    m_asRead = false;
+    return true;
+}
+
+bool MimeHeader::appendField(const StringBuffer& name, const char* value) {
+    Field field;
+    if (!makeField(name, value, field)) return false;
+    if (m_fields.push(field)) return true;
+    m_text.shorten(field.size);
+    return false;
+}
+
+bool MimeHeader::addMimeField(const char* name, const char* value, bool, LogBase& log) {
+    return lengthOf(value) == 0 || addMimeFieldAllowEmpty(name, value, log);
+}
+
+bool MimeHeader::addMimeFieldAllowEmpty(const char* name, const char* value, LogBase& log) {
+    StringBuffer clean;
+    if (cleanName(name, clean)) return appendField(clean, value ? value : "");
+    log.logError("Not a header field name.");
+    return false;
+}
+
+bool MimeHeader::replaceMimeFieldUtf8(const char* name, const char* value, LogBase& log) {
+    StringBuffer clean;
+    if (!cleanName(name, clean)) {
+        log.logError("Not a header field name.");
+        return false;
+    }
+    if (!value) {
+        removeMimeField(clean.getString(), true);
+        return true;
+    }
+    const int index = indexOf(clean.getString(), clean.getSize());
+    if (index < 0) return appendField(clean, value);
+    Field& field = m_fields[static_cast<unsigned>(index)];
+    const unsigned oldSize = field.size;
+    if (!makeField(clean, value, field)) return false;
+    m_waste += oldSize;
+    dropWaste();
+    return true;
+}
+
+void MimeHeader::removeMimeField(const char* name, bool all) {
+    const unsigned size = lengthOf(name);
+    unsigned kept = 0, removed = 0;
+    for (const Field& field : m_fields) {
+        if ((all || removed == 0) && hasName(field, name, size)) {
+            m_waste += field.size;
+            ++removed;
+        } else {
+            m_fields[kept++] = field;
+        }
+    }
+    m_fields.truncate(kept);
+    if (removed) m_asRead = false;
+    dropWaste();
+}
+
+void MimeHeader::moveToBottom(const char* name, LogBase&) {
+    const unsigned size = lengthOf(name);
+    GrowArray<Field, 8> moved;
+    for (const Field& field : m_fields)
+        if (hasName(field, name, size) && !moved.push(field)) return;
+    unsigned kept = 0;
+    for (const Field& field : m_fields)
+        if (!hasName(field, name, size)) m_fields[kept++] = field;
+    for (const Field& field : moved) m_fields[kept++] = field;
+    if (!moved.isEmpty()) m_asRead = false;
+}
+
+void MimeHeader::collapseMultiple(const char* name, LogBase&) {
+    const unsigned size = lengthOf(name);
+    const int first = indexOf(name, size);
+    unsigned kept = 0;
+    for (unsigned i = 0; i < m_fields.size(); ++i) {
+        if (static_cast<int>(i) > first && hasName(m_fields[i], name, size)) {
+            m_waste += m_fields[i].size;
+            m_asRead = false;
+        } else {
+            m_fields[kept++] = m_fields[i];
+        }
+    }
+    m_fields.truncate(kept);
+    dropWaste();
+}
+
+void MimeHeader::removeHeaderFieldsAfterSig(LogBase&) {
+    int last = -1;
+    for (const char* name : {"DKIM-Signature", "DomainKey-Signature"}) {
+        for (int i = getNumFields() - 1; i >= 0 && last < 0; --i)
+            if (hasName(m_fields[static_cast<unsigned>(i)], name, lengthOf(name))) last = i;
+    }
+    if (last < 0) return;
+    const unsigned kept = static_cast<unsigned>(last) + 1;
+    if (kept < m_fields.size()) m_asRead = false;
+    for (unsigned i = kept; i < m_fields.size(); ++i) m_waste += m_fields[i].size;
+    m_fields.truncate(kept);
+    dropWaste();
+}
+
+// Fields that are set again and again would pile their old texts up.
+void MimeHeader::dropWaste() {
+    constexpr unsigned kTolerated = 4096;
+    if (m_waste > kTolerated && m_waste > m_text.getSize() / 2) compact();
+}
+
+// Without memory for the compact text the present one stays, which does as well.
+void MimeHeader::compact() {
+    StringBuffer kept;
+    if (!kept.reserve(m_text.getSize() - m_waste)) return;
+    for (Field& field : m_fields) {
+        const unsigned start = kept.getSize();
+        kept.appendN(m_text.getString() + field.start, field.size);
+        field.start = start;
+    }
+    m_text.swap(kept);
+    m_waste = 0;
+}
+
+// -- Reading
+
+bool MimeHeader::hasName(const Field& field, const char* name, unsigned int nameSize) const {
+    return field.nameSize == nameSize && nameSize > 0 && field.key == keyOf(name, nameSize) &&
+           bytes::equalIgnoreCase(m_text.getString() + field.start, name, nameSize);
+}
+
+int MimeHeader::indexOf(const char* name, unsigned int nameSize) const {
+    for (unsigned i = 0; i < m_fields.size(); ++i)
+        if (hasName(m_fields[i], name, nameSize)) return static_cast<int>(i);
+    return -1;
+}
+
+// Without the blanks at both ends; a line that is no field is value whole.
+void MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
+    const char* p = m_text.getString() + field.start;
+    const char* end = p + field.size;
+    if (field.nameSize) p = findByte(p + field.nameSize, end, ':') + 1;
+    while (p != end && bytes::isSpace(*p)) ++p;
+    while (end != p && bytes::isSpace(end[-1])) --end;
+    appendUnfolded(p, end, out);
+}
+
+bool MimeHeader::getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const {
+    return getMimeFieldUtf8_2(name, lengthOf(name), out, log);
+}
+
+bool MimeHeader::getMimeFieldUtf8_2(const char* name, unsigned int nameSize, StringBuffer& out,
+                                    LogBase& log) const {
+    return getFieldValueUtf8(indexOf(name, nameSize), out, log);
+}
+
+bool MimeHeader::getSubFieldUtf8(const char* fieldName, const char* param, StringBuffer& out,
+                                 LogBase& log) const {
+    StringBuffer value, found;
+    if (!getMimeFieldUtf8(fieldName, value, log) ||
+        !findHeaderParam(value.getString(), value.getSize(), param ? param : "", found))
+        return false;
+    return out.append(found);
+}
+
+bool MimeHeader::getFieldNameUtf8(int index, StringBuffer& out, LogBase&) const {
+    if (index < 0 || index >= getNumFields()) return false;
+    const Field& field = m_fields[static_cast<unsigned>(index)];
+    return out.appendN(m_text.getString() + field.start, field.nameSize);
+}
+
+bool MimeHeader::getFieldValueUtf8(int index, StringBuffer& out, LogBase&) const {
+    if (index < 0 || index >= getNumFields()) return false;
+    appendValue(m_fields[static_cast<unsigned>(index)], out);
+    return !out.failed();
+}
+
+bool MimeHeader::getFieldText(int index, StringBuffer& out) const {
+    if (index < 0 || index >= getNumFields()) return false;
+    const Field& field = m_fields[static_cast<unsigned>(index)];
+    return out.appendN(m_text.getString() + field.start, field.size);
+}

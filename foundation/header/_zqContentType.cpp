@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The Content-Type record: one pass over a field's value fills it and the charset, and
+// buildMimeHeaderValue writes both as a value again.  The node loads it for every part that
+// it reads and builds it whenever a setter changed the record.
+
+#include "foundation/_zqContentType.h"
+
+#include <cstring>
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/header/HeaderParams.h"
+#include "foundation/LogBase.h"
+#include "foundation/_zqCharset.h"
+#include "foundation/bytes/bytes.h"
+
+namespace {
+
+enum class Quotes { IfNeeded, Always };
+
+struct Param {
+    const char* name;
+    StringBuffer _zqContentType::*field;  // null for the two that are no text of the record
+    Quotes quotes;
+};
+
+// In the order in which they are written.
+// Tolerated: readers that find a boundary, name or protocol only in quotes.
+constexpr Param kParams[] = {
+    {"charset", nullptr, Quotes::IfNeeded},
+    {"format", nullptr, Quotes::IfNeeded},
+    {"name", &_zqContentType::m_name, Quotes::Always},
+    {"protocol", &_zqContentType::m_protocol, Quotes::Always},
+    {"micalg", &_zqContentType::m_micalg, Quotes::IfNeeded},
+    {"boundary", &_zqContentType::m_boundary, Quotes::Always},
+    {"smime-type", &_zqContentType::m_smimeType, Quotes::IfNeeded},
+    {"type", &_zqContentType::m_subType, Quotes::IfNeeded},
+    {"report-type", &_zqContentType::m_reportType, Quotes::IfNeeded},
+};
+constexpr unsigned kCharset = 0, kFormat = 1, kParamCount = sizeof kParams / sizeof kParams[0];
+
+// The place in kParams of a name; kParamCount for one that the record does not hold.
+unsigned indexOf(const char* name, size_t size) {
+    unsigned i = 0;
+    while (i < kParamCount && (std::strlen(kParams[i].name) != size ||
+                               !bytes::equalIgnoreCase(kParams[i].name, name, size)))
+        ++i;
+    return i;
+}
+
+unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
+
+// -- The type
+
+// Behind the comment (RFC 822 3.4.3) that starts at `p`.
+// Tolerated: one that is never closed ends where the parameters begin.
+const char* skipComment(const char* p, const char* end) {
+    const char* const begin = p;
+    for (unsigned depth = 0; p != end; ++p) {
+        if (*p == '\\' && p + 1 != end) {
+            ++p;
+        } else if (*p == '(') {
+            ++depth;
+        } else if (*p == ')' && --depth == 0) {
+            return p + 1;
+        }
+    }
+    const void* semicolon = std::memchr(begin, ';', static_cast<size_t>(end - begin));
+    return semicolon ? static_cast<const char*>(semicolon) : end;
+}
+
+// Tolerated: the whole value in quotes, parameters and all; `p` and `end` move inside them.
+void dropOuterQuotes(const char*& p, const char*& end) {
+    while (p != end && bytes::isSpace(*p)) ++p;
+    while (p != end && bytes::isSpace(end[-1])) --end;
+    if (end - p < 2 || *p != '"' || end[-1] != '"') return;
+    ++p;
+    --end;
+}
+
+constexpr ByteSet kEndsWord(" \t\r\n;(\"");
+
+// Appends the type at the start of a value and gives where the parameters begin: at a ";",
+// or at the end.  Comments and quotes are dropped, and blanks at both ends and around "/".
+// Tolerated: "text/html charset=utf-8", where the words behind a complete type are not
+// separated from it; they count as parameters.
+const char* readType(const char* p, const char* end, StringBuffer& type) {
+    bool gap = false, hasSlash = false;
+    while (p != end && *p != ';') {
+        if (kEndsWord.has(*p)) {
+            gap = true;
+            p = *p == '(' ? skipComment(p, end) : p + 1;
+            continue;
+        }
+        const char* word = p;
+        while (p != end && !kEndsWord.has(*p)) ++p;
+        if (gap && hasSlash && type.lastChar() != '/') return word;
+        if (gap && !type.isEmpty() && type.lastChar() != '/' && *word != '/') type.appendChar(' ');
+        type.appendN(word, sizeOf(word, p));
+        hasSlash = hasSlash || std::memchr(word, '/', static_cast<size_t>(p - word));
+        gap = false;
+    }
+    return p;
+}
+
+// -- The charset
+
+constexpr ByteSet kAroundCharset(" \t\r\n\"';");
+constexpr ByteSet kBehindCharset(" \t\r\n\"';,(");
+
+// Tolerated: "utf-8;", "'utf-8'", "charset=utf-8" and "us-ascii (Plain text)" as values.
+bool setCharset(_zqCharset& charset, StringBuffer& value) {
+    const char* p = value.getString();
+    const char* const end = p + value.getSize();
+    for (;;) {
+        while (p != end && kAroundCharset.has(*p)) ++p;
+        if (end - p < 8 || !bytes::equalIgnoreCase(p, "charset=", 8)) break;
+        p += 8;
+    }
+    const char* nameEnd = p;
+    while (nameEnd != end && !kBehindCharset.has(*nameEnd)) ++nameEnd;
+    return value.setStringN(p, sizeOf(p, nameEnd)) && charset.setByName(value.getString());
+}
+
+// -- The parameters
+
+class ParamLoader {
+public:
+    ParamLoader(_zqContentType& record, _zqCharset& charset, LogBase& log)
+        : m_record(record), m_charset(charset), m_log(log) {}
+
+    // `text` starts at the first ";".
+    void run(const char* text, unsigned size) {
+        HeaderParams params(text, size);
+        while (params.next()) take(params);
+        for (unsigned i = 0; i < kParamCount; ++i)
+            if (m_extended >> i & 1u) takeExtended(text, size, i);
+    }
+
+private:
+    // The first of a name wins.
+    // RFC 2231 3: name*, name*0 and the like are pieces, left for later: a plain value, which
+    // may still follow, is preferred.
+    void take(HeaderParams& params) {
+        const StringBuffer& name = params.name();
+        const char* text = name.getString();
+        const void* star = std::memchr(text, '*', name.getSize());
+        const size_t size =
+            star ? static_cast<size_t>(static_cast<const char*>(star) - text) : name.getSize();
+        const unsigned i = indexOf(text, size);
+        if (i == kParamCount) return;
+        if (star) {
+            m_extended |= 1u << i;
+        } else if (!(m_seen >> i & 1u)) {
+            m_seen |= 1u << i;
+            store(i, params.value_rw());
+        }
+    }
+
+    void takeExtended(const char* text, unsigned size, unsigned i) {
+        StringBuffer value;
+        if (findHeaderParam(text, size, kParams[i].name, value)) store(i, value);
+    }
+
+    // Takes the text out of `value`, which costs no copy.
+    void store(unsigned i, StringBuffer& value) {
+        if (i == kCharset) {
+            if (!setCharset(m_charset, value))
+                m_log.verboseData("unknownCharset", value.getString());
+        } else if (i == kFormat) {
+            value.trim2();
+            m_record.m_formatFlowed = value.equalsIgnoreCase("flowed");
+        } else {
+            (m_record.*kParams[i].field).swap(value);
+        }
+    }
+
+    _zqContentType& m_record;
+    _zqCharset& m_charset;
+    LogBase& m_log;
+    unsigned m_seen = 0, m_extended = 0;  // a bit for each of kParams
+};
+
+bool isToken(const StringBuffer& value) {
+    const char* p = value.getString();
+    const char* const end = p + value.getSize();
+    while (p != end && kTokenBytes.has(*p)) ++p;
+    return p == end;
+}
+
+void appendParam(const Param& param, const StringBuffer& value, StringBuffer& out) {
+    if (value.isEmpty()) return;
+    if (param.quotes == Quotes::IfNeeded || !isToken(value)) {
+        appendHeaderParam(param.name, value, out);
+        return;
+    }
+    out.append3("; ", param.name, "=\"");
+    out.append(value);
+    out.appendChar('"');
+}
+
+}  // namespace
+
+void _zqContentType::clear() {
+    m_type.clear();
+    for (const Param& param : kParams)
+        if (param.field) (this->*param.field).clear();
+    m_formatFlowed = false;
+}
+
+void _zqContentType::copyFrom(const _zqContentType& other) {
+    m_type = other.m_type;
+    for (const Param& param : kParams)
+        if (param.field) this->*param.field = other.*param.field;
+    m_formatFlowed = other.m_formatFlowed;
+}
+
+void _zqContentType::loadFromMimeHeaderValue(const char* value, _zqCharset& charset, LogBase& log) {
+    clear();
+    charset.clear();
+    if (!value) return;
+    const char* end = value + std::strlen(value);
+    dropOuterQuotes(value, end);
+    const char* rest = readType(value, end, m_type);
+    if (rest == end) return;
+
+    ParamLoader loader(*this, charset, log);
+    if (*rest == ';') {
+        loader.run(rest, sizeOf(rest, end));
+        return;
+    }
+    StringBuffer separated;
+    if (separated.appendChar(';') && separated.appendN(rest, sizeOf(rest, end)))
+        loader.run(separated.getString(), separated.getSize());
+}
+
+void _zqContentType::buildMimeHeaderValue(StringBuffer& out, const _zqCharset& charset, bool, bool,
+                                          LogBase&) const {
+    out.append(m_type.isEmpty() ? "text/plain" : m_type.getString());
+    for (unsigned i = 0; i < kParamCount; ++i) {
+        if (i == kFormat) {
+            if (m_formatFlowed) out.append("; format=flowed");
+        } else if (i == kCharset) {
+            StringBuffer name;
+            name.setString(charset.getName());
+            appendParam(kParams[i], name, out);
+        } else {
+            appendParam(kParams[i], this->*kParams[i].field, out);
+        }
+    }
+}

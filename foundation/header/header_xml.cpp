@@ -1,0 +1,292 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// A header described in XML, for mime/xml/xml_out.cpp.  Each field is written in the readable form
+// only when mime/xml/xml_in.cpp makes the same field of it; otherwise its value stands whole in an
+// element whose tag is spelled so that the reader takes it as it is.
+
+#include <cstring>
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/ClsXml.h"
+#include "foundation/ExtPtrArray.h"
+#include "foundation/header/HeaderParams.h"
+#include "foundation/LogNull.h"
+#include "foundation/MimeHeader.h"
+#include "foundation/_zqEmailAddress.h"
+#include "foundation/bytes/bytes.h"
+#include "foundation/header/header_fields.h"
+#include "foundation/zqStrings.h"
+
+bool isXmlAddressField(const char* tag) {
+    static const char* const kNames[] = {"from",   "return-path", "ZQX-Bounce-Address",
+                                         "sender", "reply-to",    "to",
+                                         "cc",     "bcc",         "x-rcpt-to"};
+    for (const char* name : kNames)
+        if (zqStrEqualsIgnoreCase(tag, name)) return true;
+    return false;
+}
+
+namespace {
+
+// -- Addresses
+
+const _zqEmailAddress* addressAt(const ExtPtrArray& list, int i) {
+    return static_cast<const _zqEmailAddress*>(list.elementAt(i));
+}
+
+bool parseDecoded(const StringBuffer& value, ExtPtrArray& list) {
+    LogNull silent;
+    if (!_zqEmailAddress::parseAndLoadList(value.getString(), list, 0, silent)) return false;
+    for (int i = 0; i < list.getSize(); ++i) {
+        auto* address = static_cast<_zqEmailAddress*>(list.elementAt(i));
+        if (!address->m_displayName.getUtf8Sb_rw().qbDecode(silent)) return false;
+    }
+    return true;
+}
+
+// What the reader makes of the entries.
+void appendAsRead(const ExtPtrArray& list, StringBuffer& out) {
+    for (int i = 0; i < list.getSize(); ++i) {
+        const _zqEmailAddress* address = addressAt(list, i);
+        if (i > 0) out.append(", ");
+        if (!address->m_displayName.isEmpty())
+            out.append3("\"", address->m_displayName.getUtf8(), "\" ");
+        out.append3("<", address->m_address.getUtf8(), ">");
+    }
+}
+
+bool sameAddresses(const ExtPtrArray& a, const ExtPtrArray& b) {
+    if (a.getSize() != b.getSize()) return false;
+    for (int i = 0; i < a.getSize(); ++i) {
+        if (!addressAt(a, i)->m_displayName.getUtf8Sb().equals(
+                addressAt(b, i)->m_displayName.getUtf8Sb()) ||
+            !addressAt(a, i)->m_address.getUtf8Sb().equals(addressAt(b, i)->m_address.getUtf8Sb()))
+            return false;
+    }
+    return true;
+}
+
+// Groups and odd lists are not told by their addresses alone.
+bool canBeEntries(const StringBuffer& value, ExtPtrArray& list) {
+    if (!parseDecoded(value, list)) return false;
+    if (list.getSize() == 0) return value.isEmpty();
+    if (value.containsChar(';') || value.containsSubstringNoCase("?8bit?")) return false;
+    StringBuffer asRead;
+    ExtPtrArray readBack;
+    appendAsRead(list, asRead);
+    return !asRead.containsSubstring("?8bit?") && parseDecoded(asRead, readBack) &&
+           sameAddresses(list, readBack);
+}
+
+bool addLeaf(ClsXml& parent, const char* tag, const StringBuffer& content) {
+    ClsXml* leaf = parent.newChild(tag, nullptr, nullptr);
+    if (!leaf) return false;
+    const bool added = leaf->setContent(content.getString(), content.getSize());
+    leaf->deleteSelf();
+    return added;
+}
+
+bool addEntries(ClsXml& field, const ExtPtrArray& list) {
+    bool ok = true;
+    for (int i = 0; i < list.getSize() && ok; ++i) {
+        ClsXml* entry = field.newChild("address", nullptr, nullptr);
+        if (!entry) return false;
+        ok = addLeaf(*entry, "addr", addressAt(list, i)->m_address.getUtf8Sb()) &&
+             addLeaf(*entry, "name", addressAt(list, i)->m_displayName.getUtf8Sb());
+        entry->deleteSelf();
+    }
+    return ok;
+}
+
+// -- Parameters
+
+constexpr ByteSet kPlainNameBytes = ByteSet("-.*").range('a', 'z').range('A', 'Z').range('0', '9');
+
+// RFC 2045 8: a description is free text, whatever looks like a parameter in it.
+bool hasParams(const StringBuffer& name) {
+    return name.beginsWithIgnoreCase("content-") && !name.equalsIgnoreCase("content-description");
+}
+
+bool isAttributeName(const StringBuffer& name) {
+    const char first = bytes::lower(name.getString()[0]);
+    bool plain = first >= 'a' && first <= 'z';
+    for (unsigned i = 0; i < name.getSize(); ++i)
+        plain = plain && kPlainNameBytes.has(name.getString()[i]);
+    return plain;
+}
+
+// The reader writes every value in quotes, which keeps blanks, and what an encoded word holds,
+// from being read as they are without.
+bool isAttributeValue(const HeaderParams& params) {
+    const StringBuffer& value = params.value();
+    if (value.isEmpty() || value.containsChar('"') || value.lastChar() == '\\') return false;
+    return params.wasQuoted() ||
+           !(value.containsChar(' ') || value.containsChar('\t') || value.containsSubstring("=?"));
+}
+
+// Compares a value with the pieces that it is thought to consist of.
+class Matcher {
+public:
+    explicit Matcher(const StringBuffer& text)
+        : m_at(text.getString()), m_end(m_at + text.getSize()) {}
+
+    bool take(const StringBuffer& piece) {
+        const size_t n = piece.getSize();
+        if (static_cast<size_t>(m_end - m_at) < n) return false;
+        if (n > 0 && std::memcmp(m_at, piece.getString(), n) != 0) return false;
+        m_at += n;
+        return true;
+    }
+    bool take(char c) {
+        if (m_at == m_end || *m_at != c) return false;
+        ++m_at;
+        return true;
+    }
+    bool takeBetweenBlanks(char c) {
+        skipBlanks();
+        if (!take(c)) return false;
+        skipBlanks();
+        return true;
+    }
+    bool atEnd() {
+        skipBlanks();
+        return m_at == m_end;
+    }
+
+private:
+    void skipBlanks() {
+        while (m_at != m_end && bytes::isBlank(*m_at)) ++m_at;
+    }
+
+    const char* m_at;
+    const char* const m_end;
+};
+
+// Comments, escapes and names without a value would be lost.
+bool canBeAttributes(const StringBuffer& value) {
+    HeaderParams params(value.getString(), value.getSize());
+    StringBuffer main;
+    params.getMainValue(main);
+    if (main.isEmpty() || main.containsChar('"') || main.containsSubstringNoCase("?8bit?"))
+        return false;
+    Matcher match(value);
+    if (!match.take(main)) return false;
+    while (params.next()) {
+        if (!isAttributeName(params.name()) || !isAttributeValue(params)) return false;
+        const bool matches =
+            match.takeBetweenBlanks(';') && match.take(params.name()) &&
+            match.takeBetweenBlanks('=') &&
+            (params.wasQuoted() ? match.take('"') && match.take(params.value()) && match.take('"')
+                                : match.take(params.value()));
+        if (!matches) return false;
+    }
+    match.takeBetweenBlanks(';');
+    return match.atEnd();
+}
+
+// False, the element to be given up, when a parameter stands twice.
+bool addParams(ClsXml& field, const StringBuffer& value) {
+    HeaderParams params(value.getString(), value.getSize());
+    while (params.next()) {
+        StringBuffer name(params.name());
+        name.replaceAllOccurances("*", kXmlAsterisk);
+        if (!field.addAttribute(name.getString(), params.value().getString(),
+                                params.value().getSize()))
+            return false;
+    }
+    return true;
+}
+
+bool hasDoubledParam(const StringBuffer& value) {
+    HeaderParams params(value.getString(), value.getSize());
+    ClsXml* trial = ClsXml::createNewCls();
+    const bool doubled = trial && !addParams(*trial, value);
+    if (trial) trial->deleteSelf();
+    return doubled;
+}
+
+// -- Fields
+
+// The element's tag: the name spelled as XML can hold it.  For a field that is to be read as
+// it stands although its name asks for entries, the first letter is spelled as well.
+void appendTag(const StringBuffer& name, bool takenWhole, StringBuffer& tag) {
+    if (!takenWhole || !isXmlAddressField(name.getString())) {
+        ClsXml::xmlNameFromBytes(name.getString(), name.getSize(), tag);
+        return;
+    }
+    static const char kHex[] = "0123456789ABCDEF";
+    const unsigned first = static_cast<unsigned char>(name.getString()[0]);
+    const char spelled[] = {'_', 'x', kHex[first >> 4], kHex[first & 15], '_'};
+    tag.appendN(spelled, sizeof spelled);
+    ClsXml::xmlNameFromBytes(name.getString() + 1, name.getSize() - 1, tag);
+}
+
+bool addWhole(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+    StringBuffer tag;
+    appendTag(name, true, tag);
+    return addLeaf(header, tag.getString(), value);
+}
+
+bool addAddressField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+    ExtPtrArray list;
+    if (!canBeEntries(value, list)) return addWhole(header, name, value);
+    ClsXml* field = header.newChild(name.getString(), nullptr, nullptr);
+    if (!field) return false;
+    const bool added = addEntries(*field, list);
+    field->deleteSelf();
+    return added;
+}
+
+bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+    if (!canBeAttributes(value) || hasDoubledParam(value)) return addWhole(header, name, value);
+    StringBuffer tag, main;
+    appendTag(name, false, tag);
+    HeaderParams(value.getString(), value.getSize()).getMainValue(main);
+    ClsXml* field = header.newChild(tag.getString(), nullptr, nullptr);
+    if (!field) return false;
+    const bool added =
+        field->setContent(main.getString(), main.getSize()) && addParams(*field, value);
+    field->deleteSelf();
+    return added;
+}
+
+bool addField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+    if (isXmlAddressField(name.getString())) return addAddressField(header, name, value);
+    if (hasParams(name)) return addParamField(header, name, value);
+    return addWhole(header, name, value);
+}
+
+}  // namespace
+
+bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) const {
+    ClsXml* header = xml.newChild("header", nullptr, nullptr);
+    if (!header) return false;
+    bool ok = true;
+    StringBuffer name, value;
+    for (int i = 0; i < getNumFields() && ok; ++i) {
+        name.weakClear();
+        value.weakClear();
+        ok = getFieldNameUtf8(i, name, log) && getFieldValueUtf8(i, value, log) &&
+             addField(*header, name, value);
+    }
+    header->deleteSelf();
+    if (!ok) log.logError("Out of memory.");
+    return ok;
+}
+
+// RFC 5322 2.1.1.
+void MimeHeader::foldLongFields() {
+    constexpr unsigned kLineSize = 78;
+    for (Field& field : m_fields) {
+        const char* const line = m_text.getString() + field.start;
+        bool mustChange = field.size > kLineSize;
+        if (!bytes::isAscii(line, field.size)) {
+            StringBuffer name;
+            name.appendN(line, field.nameSize);
+            mustChange = isXmlAddressField(name.getString());
+        }
+        if (field.nameSize == 0 || !mustChange) continue;
+        field.isRaw = false;
+        m_asRead = false;
+    }
+}

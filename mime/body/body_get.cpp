@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Reading a body in wire form: the stored UTF-8 is converted to the code page in which it is
+// to be sent, then the transfer coding is applied.  The six readers differ in what they count
+// as text and where the code page comes from.  serialize.cpp uses getMimeBodyEncodedDb.
+
+#include <atomic>
+
+#include "foundation/ContentCoding.h"
+#include "foundation/EncodingConvert.h"
+#include "mime/node/internal.h"
+
+namespace {
+
+enum class Coding { Base64, QuotedPrintable, None };
+
+Coding codingOf(const StringBuffer& name) {
+    if (name.equalsIgnoreCase2("base64", 6)) return Coding::Base64;
+    if (name.equalsIgnoreCase2("quoted-printable", 16)) return Coding::QuotedPrintable;
+    return Coding::None;
+}
+
+// The bytes to send: the stored ones, or a copy in another code page.
+class WireBytes {
+public:
+    explicit WireBytes(const DataBuffer& stored) : m_bytes(&stored) {}
+
+    void convertTo(int codePage, LogBase& log) {
+        if (!EncodingConvert::EncConvert(codepage::kUtf8, codePage, m_bytes->getData2(),
+                                         m_bytes->getSize(), m_converted, log))
+            m_converted.markFailed();
+        m_bytes = &m_converted;
+    }
+
+    // Marks `out` when memory ran out on the way to its bytes.
+    void append(DataBuffer& out) const {
+        out.append(*m_bytes);
+        if (m_converted.failed()) out.markFailed();
+    }
+
+    void encode(Coding coding, StringBuffer& out) const {
+        const ContentCoding coder;
+        if (m_converted.failed()) out.markFailed();
+        if (coding == Coding::Base64)
+            coder.encodeBase64(m_bytes->getData2(), m_bytes->getSize(), out);
+        else if (coding == Coding::QuotedPrintable)
+            coder.encodeQuotedPrintable(m_bytes->getData2(), m_bytes->getSize(), out);
+        else out.append(*m_bytes);
+    }
+
+private:
+    const DataBuffer* m_bytes;
+    DataBuffer m_converted;
+};
+
+// Kept on purpose: US-ASCII goes out as ISO-8859-1, so that no byte is lost.
+int wireCodePage(int codePage) {
+    return codePage == codepage::kAscii ? codepage::kLatin1 : codePage;
+}
+
+}  // namespace
+
+// Kept on purpose: "text/" counts only in lower case; other XML types and JSON do not count.
+void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
+    OperationContext context(log, "getMimeBodyEncoded2");
+    if (!isAlive()) return;
+    const int codePage = m_charset.getCodePage();
+    const StringBuffer& type = m_contentType.m_type;
+    log.verboseLong("charsetCodePage", codePage);
+    log.verboseData("contentType", type.getString());
+    const bool isText =
+        codePage != codepage::kNone &&
+        (type.beginsWith("text/") || type.containsSubstringNoCase("application/xml"));
+    WireBytes wire(m_mimeBody);
+    if (isText && codePage != codepage::kUtf8) {
+        log.verboseInfo("Converting MIME body from utf-8..");
+        wire.convertTo(wireCodePage(codePage), log);
+    }
+    const Coding coding = codingOf(m_contentTransferEncoding);
+    if (coding == Coding::None) {
+        log.verboseInfo("Appending from 8bit, 7bit, or binary encoding...");
+        if (isText && codePage != codepage::kUtf8)
+            std::atomic_ref<int>(m_binaryCodePage).store(codePage, std::memory_order_relaxed);
+    }
+    wire.encode(coding, out);
+}
+
+void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
+    OperationContext context(log, "getMimeBodyEncodedDb");
+    if (!isAlive()) return;
+    const int codePage = m_charset.getCodePage();
+    const StringBuffer& type = m_contentType.m_type;
+    log.verboseLong("charsetCodePage", codePage);
+    log.verboseData("contentType", type.getString());
+    const bool isText = codePage != codepage::kNone &&
+                        (type.beginsWith("text/") || type.containsSubstringNoCase("xml") ||
+                         type.containsSubstringNoCase("json"));
+    WireBytes wire(m_mimeBody);
+    if (isText && codePage != codepage::kUtf8) {
+        log.verboseInfo("Converting text from stored utf-8 to target code page.");
+        wire.convertTo(wireCodePage(codePage), log);
+    }
+    const Coding coding = codingOf(m_contentTransferEncoding);
+    if (coding == Coding::None) {
+        log.verboseInfo("Appending body with no encoding..");
+        wire.append(out);
+        return;
+    }
+    log.verboseInfo(coding == Coding::Base64 ? "Appending base64 encoded body.."
+                                             : "Appending quoted-printable encoded body..");
+    StringBuffer encoded;
+    wire.encode(coding, encoded);
+    out.append(encoded);
+    if (encoded.failed()) out.markFailed();
+}
+
+// Kept on purpose: a body with a zero byte becomes base64 whatever the coding says, since XML
+// text cannot hold it.
+void MimeMessage2::getMimeBodyEncoded2aUtf8(StringBuffer& out, LogBase&) const {
+    if (!isAlive()) return;
+    Coding coding = codingOf(m_contentTransferEncoding);
+    if (coding == Coding::None && m_mimeBody.containsChar('\0')) coding = Coding::Base64;
+    WireBytes(m_mimeBody).encode(coding, out);
+}
+
+// Kept on purpose: these convert to whatever code page the caller names, for any body.
+void MimeMessage2::getMimeBodyQP(StringBuffer& out, int codePage, LogBase& log) const {
+    if (!isAlive()) return;
+    WireBytes wire(m_mimeBody);
+    if (codePage != codepage::kUtf8) wire.convertTo(codePage, log);
+    wire.encode(Coding::QuotedPrintable, out);
+}
+
+void MimeMessage2::getMimeBodyBase64(StringBuffer& out, int codePage, LogBase& log) const {
+    if (!isAlive()) return;
+    WireBytes wire(m_mimeBody);
+    if (codePage != codepage::kUtf8) wire.convertTo(codePage, log);
+    wire.encode(Coding::Base64, out);
+}
+
+void MimeMessage2::getMimeBody8Bit(DataBuffer& out, int codePage, LogBase& log) const {
+    OperationContext context(log, "getMimeBody8Bit");
+    if (!isAlive()) return;
+    log.verboseLong("codePage", codePage);
+    WireBytes wire(m_mimeBody);
+    if (codePage != codepage::kNone && codePage != codepage::kUtf8) wire.convertTo(codePage, log);
+    wire.append(out);
+}

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Putting a body into a node: the transfer coding is taken off and text is converted to
+// UTF-8.  The charset that a sender declares is often wrong; here it is decided when to
+// believe it.  body_parse.cpp calls decodeBody for every leaf.
+
+#include <atomic>
+#include <cstring>
+
+#include "foundation/ContentCoding.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/Uu.h"
+#include "foundation/_zqUtf.h"
+#include "mime/node/internal.h"
+
+namespace {
+
+// How far a body is looked at for 8-bit bytes and for the name of its charset.
+constexpr unsigned k7bitProbe = 8192;
+constexpr unsigned kUtf8Probe = 8000;
+
+bool isIso8859(int codePage) { return codePage >= 28591 && codePage <= 28605; }
+bool isWindows125x(int codePage) { return codePage >= 1250 && codePage <= 1258; }
+
+// Bytes that may be those of the body that is about to be replaced.
+class NewBody {
+public:
+    // Empties the body, but keeps its bytes until the new ones are made from them.
+    explicit NewBody(DataBuffer& body) { m_old.takeData(body); }
+
+private:
+    DataBuffer m_old;
+};
+
+struct ByteOrderMark {
+    const char* bytes;
+    unsigned size;
+    unsigned shortestBody;
+    const char* message;  // null: nothing is said
+};
+
+// Kept on purpose: in this order, so that a UTF-32LE mark is told as UTF-16LE.
+constexpr ByteOrderMark kMarks[] = {
+    {"\xFF\xFE", 2, 3, "MIME body is UTF16LE."},
+    {"\xFE\xFF", 2, 3, "MIME body is UTF16BE."},
+    {"\xEF\xBB\xBF", 3, 3, nullptr},
+    {"\xFF\xFE\x00\x00", 4, 4, "MIME body is UTF32LE."},
+    {"\x00\x00\xFE\xFF", 4, 4, "MIME body is UTF32BE."},
+};
+
+const ByteOrderMark* markOf(const DataBuffer& body) {
+    for (const ByteOrderMark& mark : kMarks)
+        if (body.getSize() >= mark.shortestBody &&
+            std::memcmp(body.getData2(), mark.bytes, mark.size) == 0)
+            return &mark;
+    return nullptr;
+}
+
+// What to do with quoted-printable text in a code page.
+enum class QpText { Convert, Keep, Examine };
+
+QpText treatmentOf(int codePage) {
+    switch (codePage) {
+        case 932:
+        case 936:
+        case 949:
+        case 950:
+        case 28595:
+        case 28597:
+        case 51932:
+        case 51949:
+        case 52936: return QpText::Convert;
+        case codepage::kNone:
+        case codepage::kUtf8:
+        case codepage::kUtf16LE:
+        case codepage::kUtf16BE:
+        case codepage::kUtf32LE:
+        case codepage::kUtf32BE: return QpText::Keep;
+        default: return QpText::Examine;
+    }
+}
+
+bool namesAndIsUtf8(const DataBuffer& body) {
+    return body.containsSubstring("utf-8", kUtf8Probe) &&
+           _zqUtf::isValidUtf8(body.getData2(), body.getSize(), kUtf8Probe);
+}
+
+// ISO-8859-1 has control characters where windows-1252 has quotes and dashes, which is what
+// mail means.
+// Kept on purpose: the last byte is not looked at, and 0x80 and 0x81 do not count.
+bool looksLike1252(const DataBuffer& body) {
+    const unsigned char* const p = body.getData2();
+    for (unsigned i = 0; i + 1 < body.getSize(); ++i)
+        if (p[i] >= 0x82 && p[i] <= 0x9F) return true;
+    return false;
+}
+
+bool isUtf16Or32(int codePage) {
+    return codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE ||
+           codePage == codepage::kUtf32LE || codePage == codepage::kUtf32BE;
+}
+
+}  // namespace
+
+// -- By encoding
+
+void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data, unsigned int size,
+                                         const _zqCharset& charset, bool isText, bool bIsUtf8,
+                                         LogBase& log) {
+    if (isAlive()) decodeBody(encoding, data, size, charset, isText, bIsUtf8, log);
+}
+
+MimeMessage2::Label MimeMessage2::decodeBody(const char* encoding, const void* data,
+                                             unsigned int size, const _zqCharset& declared,
+                                             bool isText, bool bIsUtf8, LogBase& log) {
+    OperationContext context(log, "setMimeBodyByEncoding");
+    StringBuffer coding;
+    coding.setString(encoding);
+    _zqCharset charset(declared);
+    log.verboseData("encoding", coding.getString());
+    log.verboseLong("isText", isText);
+    log.verboseLong("bIsUtf8", bIsUtf8);
+    log.verboseData("charset", charset.getName());
+    log.verboseLong("dataLen", static_cast<long>(size));
+    m_modified = true;
+    if (coding.equalsIgnoreCase2("quoted-printable", 16))
+        return decodeQP(data, size, charset, isText, log);
+    if (coding.equalsIgnoreCase2("base64", 6)) {
+        setMimeBodyBase64(data, size, charset, isText, log);
+    } else if (coding.equalsIgnoreCase2("uuencode", 8)) {
+        uudecodeBody(data, size, charset, isText, log);
+    } else {
+        if (bIsUtf8) charset.setByCodePage(codepage::kUtf8);
+        setMimeBody8Bit_2(data, size, charset, isText, log);
+        // RFC 2046 5.2.1: an attached message may not be labelled binary.
+        if (coding.equalsIgnoreCase2("binary", 6) &&
+            m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
+            setContentEncoding("8bit", log);
+    }
+    return Label::Right;
+}
+
+void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const StringBuffer& text,
+                                                 const _zqCharset& charset, bool isText,
+                                                 LogBase& log) {
+    if (!isAlive()) return;
+    m_modified = true;
+    StringBuffer coding;
+    coding.setString(encoding);
+    if (coding.equalsIgnoreCase2("base64", 6))
+        setMimeBodyBase64(text.getString(), text.getSize(), charset, isText, log);
+    else if (coding.equalsIgnoreCase2("quoted-printable", 16))
+        setMimeBodyQP(text.getString(), text.getSize(), charset, isText, log);
+    else setMimeBodyString_Unencoded(text, charset, false, log);
+}
+
+void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
+                                     bool isText, LogBase& log) {
+    if (!isAlive()) return;
+    OperationContext context(log, "setMimeBodyBase64");
+    m_modified = true;
+    const int codePage = charset.getCodePage();
+    const NewBody fresh(m_mimeBody);
+    ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
+    if (!isText || codePage == codepage::kNone || codePage == codepage::kUtf8) return;
+    // Tolerated: text labelled UTF-16LE that plainly is not.
+    if (codePage == codepage::kUtf16LE && m_mimeBody.is7bit(k7bitProbe) &&
+        !m_mimeBody.containsChar('\0'))
+        return;
+    convertBodyToUtf8(codePage, log);
+}
+
+void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset,
+                                 bool isText, LogBase& log) {
+    if (isAlive()) decodeQP(data, size, charset, isText, log);
+}
+
+MimeMessage2::Label MimeMessage2::decodeQP(const void* data, unsigned int size,
+                                           const _zqCharset& charset, bool isText, LogBase& log) {
+    OperationContext context(log, "setMimeBodyQP");
+    m_modified = true;
+    const int codePage = charset.getCodePage();
+    log.verboseLong("cp", codePage);
+    const NewBody fresh(m_mimeBody);
+    ContentCoding coding;
+    if (isText && !isUtf16Or32(codePage)) coding.setTextBody(true);
+    coding.decodeQuotedPrintable(static_cast<const char*>(data), size, m_mimeBody);
+    if (!isText) {
+        log.verboseInfo("Set quoted-printable non-text MIME body.");
+        return Label::Right;
+    }
+    if (const ByteOrderMark* mark = markOf(m_mimeBody)) {
+        if (mark->message) log.verboseInfo(mark->message);
+        return Label::Right;
+    }
+    const QpText treatment = treatmentOf(codePage);
+    if (treatment == QpText::Keep) return Label::Right;
+    Label label = Label::Right;
+    if (treatment == QpText::Examine && m_mimeBody.getSize() >= 2) {
+        if (namesAndIsUtf8(m_mimeBody)) return Label::Right;
+        if (codePage == codepage::kLatin1 && looksLike1252(m_mimeBody)) {
+            log.logError("Has invalid iso-8859-1 bytes..");
+            std::atomic_ref<bool>(b_WasReally1252).store(true, std::memory_order_relaxed);
+            label = Label::ReallyWindows1252;
+        }
+    }
+    convertBodyToUtf8(label == Label::Right ? codePage : codepage::kWindows1252, log);
+    return label;
+}
+
+// The body goes on as base64: uuencode is no MIME coding (RFC 2045 6).
+void MimeMessage2::uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset,
+                                bool isText, LogBase& log) {
+    StringBuffer text;
+    text.appendN(static_cast<const char*>(data), size);
+    DataBuffer decoded;
+    Uu().uu_decode2(text.getString(), false, decoded, log);
+    setMimeBody8Bit_2(decoded.getData2(), decoded.getSize(), charset, isText, log);
+    setContentEncoding("base64", log);
+}
+
+void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
+                                     bool isText, LogBase& log) {
+    if (!isAlive()) return;
+    m_modified = true;
+    int codePage = charset.getCodePage();
+    const NewBody fresh(m_mimeBody);
+    m_mimeBody.append(data, size);
+    if (!isText || codePage == codepage::kUtf8) return;
+    const bool is7bit = m_mimeBody.is7bit(k7bitProbe);
+    if (codePage == codepage::kNone) {
+        if (is7bit) return;
+        if (_zqUtf::isValidUtf8(m_mimeBody.getData2(), m_mimeBody.getSize(), 0)) {
+            setCharset("utf-8", log);
+            return;
+        }
+        codePage = codepage::kLatin1;
+    }
+    // Tolerated: UTF-8 that is labelled with a single-byte charset.
+    const bool isSingleByte =
+        codePage == codepage::kAscii || isIso8859(codePage) || isWindows125x(codePage);
+    if (isSingleByte && !is7bit && m_mimeBody.isReallyUtf8(codePage)) {
+        setCharset("utf-8", log);
+        return;
+    }
+    convertBodyToUtf8(codePage, log);
+}
+
+void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
+    if (EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit(0)) return;
+    DataBuffer utf8;
+    if (EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
+                                    m_mimeBody.getSize(), utf8, log))
+        m_mimeBody.takeData(utf8);
+    else m_mimeBody.markFailed();
+    m_mimeBody.shrinkToFit();
+}
+
+// -- Without a transfer coding
+
+void MimeMessage2::setMimeBodyString_Unencoded(const StringBuffer& text, const _zqCharset& charset,
+                                               bool, LogBase& log) {
+    if (!isAlive()) return;
+    m_modified = true;
+    m_mimeBody.clear();
+    m_mimeBody.append(text);
+    const int codePage = charset.getCodePage();
+    if (codePage != codepage::kNone && codePage != codepage::kUtf8)
+        convertBodyToUtf8(codePage, log);
+}
+
+void MimeMessage2::setMimeBodyString(XString& text, LogBase&) {
+    if (!isAlive()) return;
+    m_modified = true;
+    m_mimeBody.clear();
+    m_mimeBody.append(text.getUtf8Sb());
+}
+
+void MimeMessage2::setMimeBodyString_UnencodedX(XString& text, LogBase& log) {
+    setMimeBodyString(text, log);
+}
+
+bool MimeMessage2::setBodyFromPlainText(XString& text, LogBase& log) {
+    if (!isAlive()) return false;
+    OperationContext context(log, "setBodyFromPlainText");
+    setMimeBodyString(text, log);
+    if (!text.is7bit() && m_charset.getCodePage() == codepage::kNone) {
+        setContentType("text/plain", false, log);
+        setCharset("utf-8", log);
+    } else {
+        log.logData("existingCharset", m_charset.getName());
+        setContentType("text/plain", true, log);
+    }
+    if (m_contentTransferEncoding.isEmpty())
+        setContentEncoding(text.is7bit() ? "7bit" : "8bit", log);
+    return true;
+}
+
+void MimeMessage2::setMimeBodyBinary2(const unsigned char* data, unsigned int size, LogBase&) {
+    if (!isAlive()) return;
+    m_modified = true;
+    const NewBody fresh(m_mimeBody);
+    m_mimeBody.append(data, size);
+}
+
+// Kept on purpose: this does not mark the node modified.
+void MimeMessage2::clearMimeBody() {
+    if (isAlive()) m_mimeBody.clear();
+}
+
+// -- The coding
+
+void MimeMessage2::setContentEncoding(const char* encoding, LogBase& log) {
+    if (!isAlive()) return;
+    m_modified = true;
+    m_contentTransferEncoding.setString(encoding);
+    const StringBuffer value(m_contentTransferEncoding);
+    m_mimeHeader.replaceMimeFieldUtf8("Content-Transfer-Encoding", value.getString(), log);
+    cacheEncoding(log);
+}

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// What becomes of a body: a multipart opens a level whose parts load.cpp then takes one by
+// one (multipart.cpp cuts them); any other body is judged - text or binary, in which charset -
+// and stored decoded by body_set.cpp.
+
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include "foundation/bytes/MemoryWatch.h"
+#include "foundation/_zqHtmlHelp.h"
+#include "foundation/bytes/bytes.h"
+#include "mime/node/internal.h"
+#include "mime/parse/loader.h"
+
+namespace {
+
+// RFC 2046 4: media that are no text.  XML and JSON are text that may be in any charset.
+bool isBinaryType(const StringBuffer& contentType) {
+    for (const char* media : {"image/", "audio/", "video/"})
+        if (contentType.containsSubstringNoCase(media)) return true;
+    return contentType.containsSubstringNoCase("application/") &&
+           !contentType.containsSubstringNoCase("xml") &&
+           !contentType.containsSubstringNoCase("json");
+}
+
+bool hasZeroByte(const char* body, unsigned size) {
+    return size != 0 && std::memchr(body, 0, size) != nullptr;
+}
+
+// RFC 2045 5.2: a body without a type is text.  Text with a zero byte in it is none, unless
+// it is UTF-16.
+bool isTextBody(const StringBuffer& contentType, int codePage, const char* body, unsigned size) {
+    if (contentType.isEmpty()) return !hasZeroByte(body, size);
+    if (!contentType.containsSubstringNoCase("text/") &&
+        !contentType.containsSubstringNoCase("application/xml"))
+        return false;
+    if (codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE) return true;
+    return !hasZeroByte(body, size);
+}
+
+// Tolerated: a mailer that sends HTML as text/plain, marked "<x-html>".
+bool beginsWithXHtml(const char* body, unsigned size) {
+    static const char kMark[] = "<x-html>";
+    unsigned i = 0;
+    while (i < size && bytes::isSpace(body[i])) ++i;
+    return size - i >= 8 && bytes::equalIgnoreCase(body + i, kMark, 8);
+}
+
+}  // namespace
+
+Loader::Progress Loader::openBody(MimeMessage2& node, SourceText& source, Repaired repaired,
+                                  const char* encoding, const char* body, unsigned size) {
+    m_log.enterContext("parseMimeBody", m_log.m_verbose);
+    const Progress progress = startBody(node, source, repaired, encoding, body, size);
+    if (progress != Progress::HasParts) m_log.leaveContext();
+    return progress;
+}
+
+Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repaired& repaired,
+                                   const char* encoding, const char* body, unsigned size) {
+    const bool isSigned = node.isMultipartSigned(m_log);
+    if (!body) {
+        node.m_mimeBody.clear();
+        return Progress::Done;
+    }
+    StringBuffer contentType;
+    node.m_mimeHeader.getMimeFieldUtf8_2("content-type", 12, contentType, m_log);
+    m_log.verboseData("contentType", contentType.getString());
+    if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
+        return startParts(node, source, repaired, body, size, isSigned);
+    parseLeaf(node, contentType, encoding, body, size);
+    return Progress::Done;
+}
+
+// What stands in front of the first delimiter is dropped (RFC 2046 5.1.1: the preamble), and
+// so is what stands behind the last.
+Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
+                                    const char* body, unsigned size, bool isSigned) {
+    std::unique_ptr<Level> level(notingRefusal(new (std::nothrow) Level(node, source, body, size)));
+    if (!level) return Progress::Failed;
+    const bool found = level->splitter.findFirst(node.m_contentType.m_boundary, m_log);
+    if (m_memory.wasRefused()) return Progress::Failed;
+    if (!found) {
+        if (m_isStrict) {
+            m_log.logError("First boundary string not found.");
+            return Progress::Failed;
+        }
+        m_log.verboseInfo("No boundary found -- loading the body with all that follows.");
+        node.setMimeBody8Bit_2(body, size, node.m_charset, true, m_log);
+        return Progress::Done;
+    }
+    m_log.verboseInfo("The boundary string was found, continuing to parse MIME...");
+    level->repaired = std::move(repaired);
+    level->signedPending = isSigned;
+    if (m_level) level->enclosing = m_level->enclosing;
+    level->outer = m_level;
+    m_level = level.release();
+    return Progress::HasParts;
+}
+
+// The first charset that a leaf declares helps with the raw header fields of later nodes.
+void Loader::noteCharsetClue(const _zqCharset& charset) {
+    const int codePage = charset.getCodePage();
+    if (!m_charsetClue.isEmpty() || codePage == codepage::kNone || codePage == codepage::kAscii ||
+        codePage == codepage::kUtf8)
+        return;
+    m_charsetClue.setString(charset.getName());
+    m_log.verboseData("charsetClue", m_charsetClue.getString());
+}
+
+// HTML that is stored already tells its charset itself; true when it must be decoded anew.
+// Tolerated: pages that claim UTF-16 without a single zero byte.
+bool Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
+    const char* const html = reinterpret_cast<const char*>(node.m_mimeBody.getData2());
+    const unsigned size = node.m_mimeBody.getSize();
+    StringBuffer name;
+    _zqHtmlHelp::getCharset(html, size, name);
+    if (name.isEmpty()) return false;
+    m_log.verboseData("charsetFromMetaTag", name.getString());
+    const bool claimsUtf16 = name.equalsIgnoreCase("unicode") || name.equalsIgnoreCase("utf-16");
+    if (claimsUtf16 && !hasZeroByte(html, size < 1000 ? size : 1000)) {
+        m_log.verboseInfo("Must not really be unicode HTML, no zero bytes found...");
+        name.setString("windows-1252");
+    }
+    node.setCharset(name.getString(), m_log);
+    return charset.setByName(name.getString());
+}
+
+void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
+                       const char* body, unsigned size) {
+    m_log.verboseData("contentType", contentType.getString());
+    m_log.verboseData("charset", node.m_charset.getName());
+    noteCharsetClue(node.m_charset);
+    if (isBinaryType(contentType)) {
+        m_log.verboseInfo("clearing charset based on content-type.");
+        m_log.verboseInfo("treating body as binary (non-character) data.");
+        node.m_charset.clear();
+    }
+    const bool isAttachment = node.m_disposition.equalsIgnoreCase("attachment");
+    if (isAttachment) {
+        m_log.verboseInfo("treating body as binary data because of attachment status.");
+        node.m_charset.clear();
+    }
+    m_log.verboseLong("bIsAttachment", isAttachment);
+    const int codePage = node.m_charset.getCodePage();
+    const bool isText = !isAttachment && isTextBody(contentType, codePage, body, size);
+
+    // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
+    _zqCharset charset(node.m_charset);
+    if (codePage == codepage::kAscii) charset.setByCodePage(codepage::kLatin1);
+    std::atomic_ref<bool>(b_WasReally1252).store(false, std::memory_order_relaxed);
+    StringBuffer coding;  // a setter may change the node's own
+    coding.setString(encoding);
+    const auto store = [&] {
+        return node.decodeBody(coding.getString(), body, size, charset, isText, m_inputIsUtf8,
+                               m_log);
+    };
+
+    MimeMessage2::Label label = MimeMessage2::Label::Right;
+    bool isStored = false;
+    if (!isAttachment && codePage == codepage::kNone &&
+        contentType.containsSubstringNoCase("text/html")) {
+        m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
+        label = store();
+        isStored = !takeCharsetFromHtml(node, charset);
+    }
+    m_log.verboseData("encoding", coding.getString());
+    m_log.verboseLong("entireBodyLen", static_cast<long>(size));
+    m_log.verboseData("charset", charset.getName());
+    m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
+    m_log.verboseLong("isText", isText);
+    if (!isStored) label = store();
+    m_log.verboseLong("wasReally1252", label == MimeMessage2::Label::ReallyWindows1252);
+    if (label == MimeMessage2::Label::ReallyWindows1252) node.setCharset("windows-1252", m_log);
+    if (beginsWithXHtml(body, size)) node.setContentType("text/html", true, m_log);
+}

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The search for the blank line between header and body.  Mail arrives with CRLF, LF, CR,
+// CRCRLF or a mixture; the forms are tried in a fixed order, and where none is found the line
+// ends are rewritten in a copy and the search goes on there.  load.cpp runs it for every node.
+
+#include "mime/parse/header_end.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "foundation/bytes/bytes.h"
+#include "mime/node/internal.h"
+
+HeaderEndSearch::HeaderEndSearch(SourceText& source, const char* data, unsigned size,
+                                 LineEndings lineEndings, StringBuffer& repairBuf,
+                                 StringBuffer& convertBuf, LogBase& log)
+    : m_source(source),
+      m_entryData(data),
+      m_entrySize(size),
+      m_lineEndings(lineEndings),
+      m_repairBuf(repairBuf),
+      m_convertBuf(convertBuf),
+      m_log(log),
+      m_data(data),
+      m_size(size) {}
+
+// Order is behaviour: each form is tried only where the ones above it were not found.
+void HeaderEndSearch::run() {
+    OperationContext context(m_log, "findEndOfHeader2");
+    const bool isPlain = atStart() || atDoubleCrlf();
+    if (m_lineEndings == LineEndings::Lenient) lookForBareBreaks();
+    else if (isPlain) atEarlierLfLf();
+    const bool mustRewrite = m_end && (m_hasDoubleCr || m_hasLfLf);
+    if (m_end && !mustRewrite) return;
+    if (mustRewrite && rewriteAll()) return;
+    atMixedBreaks() || rewriteBareLf() || rewriteCrCrLf() || rewriteBareCr();
+}
+
+// First occurrence in front of `stop`, in the text as it stands now.
+const char* HeaderEndSearch::find(Break pattern, const char* stop) const {
+    if (!isRepaired()) return m_source.find(pattern, m_data, stop);
+    const BreakText sought = textOf(pattern);
+    return bytes::find(m_data, static_cast<size_t>(stop - m_data), sought.text, sought.size);
+}
+
+bool HeaderEndSearch::takeIf(Break pattern, const char* message) {
+    m_end = find(pattern, m_data + m_size);
+    if (!m_end) return false;
+    m_terminator = textOf(pattern).text;
+    m_log.verboseInfo(message);
+    return true;
+}
+
+bool HeaderEndSearch::atStart() {
+    if (m_size < 2 || m_data[0] != '\r' || m_data[1] != '\n') return false;
+    m_end = m_data;
+    m_log.verboseInfo("MIME is missing initial header because it begins with CRLF");
+    return true;
+}
+
+bool HeaderEndSearch::atDoubleCrlf() {
+    m_end = find(Break::CrlfCrlf, m_data + m_size);
+    return m_end != nullptr;
+}
+
+// "A: 1\nB: 2\n\nbody\r\n\r\n": the header ends before the first double CRLF.
+bool HeaderEndSearch::atEarlierLfLf() {
+    const char* lfLf = find(Break::LfLf, m_end);
+    if (!lfLf) return false;
+    m_log.verboseInfo("Found LFLF prior to first double CRLF!");
+    m_end = lfLf;
+    m_terminator = textOf(Break::LfLf).text;
+    return true;
+}
+
+// Kept on purpose: in text, a double LF anywhere, the body included, makes the whole text be
+// rewritten, and so does a double CR in front of the first double CRLF.
+void HeaderEndSearch::lookForBareBreaks() {
+    const char* const stop = m_data + m_size;
+    const bool hasCrlfCrlf = m_end && m_end != m_data;
+    const char* crCr = find(Break::CrCr, stop);
+    if (crCr && (!hasCrlfCrlf || crCr < m_end)) {
+        m_log.verboseInfo("Using double CR for end of MIME header");
+        m_end = crCr;
+        m_hasDoubleCr = true;
+    }
+    const char* lfLf = find(Break::LfLf, stop);
+    m_hasLfLf = lfLf != nullptr;
+    if (!lfLf || m_end) return;
+    m_log.verboseInfo("Double CRLF not found, but found double-LF");
+    if (!bytes::find(m_data, static_cast<size_t>(lfLf - m_data), "\r\n", 2)) return;
+    m_log.verboseInfo("Also found CRLF.  The MIME contains a mixture of bare-LF's and CRLF's");
+    m_end = lfLf;
+}
+
+// Goes on in a copy with repaired line ends; true when its header ends somewhere.
+bool HeaderEndSearch::settleIn(StringBuffer& repaired) {
+    m_data = repaired.getString();
+    m_size = repaired.getSize();
+    m_terminator = textOf(Break::CrlfCrlf).text;
+    return atDoubleCrlf();
+}
+
+bool HeaderEndSearch::rewriteAll() {
+    m_log.verboseInfo("Converting all line endings to CRLF.");
+    m_convertBuf.appendN(m_data, m_size);
+    if (m_hasDoubleCr) m_convertBuf.allToCRLF();
+    else m_convertBuf.toCRLF();
+    return settleIn(m_convertBuf);
+}
+
+// "\r\n\r\r\n", "\r\n\r", "\n\r\n"; the last gives way to a "\n\n" in front of it.
+bool HeaderEndSearch::atMixedBreaks() {
+    if (takeIf(Break::CrlfCrCrlf, "Found CRLFCRCRLF.")) return true;
+    if (takeIf(Break::CrlfCr, "Found CRLFCR.")) return true;
+    if (!takeIf(Break::LfCrlf, "Found LFCRLF.")) return false;
+    if (const char* lfLf = find(Break::LfLf, m_end)) {
+        m_log.logInfo("Using LFLF instead..");  // Kept on purpose: told to every log.
+        m_end = lfLf;
+        m_terminator = textOf(Break::LfLf).text;
+    }
+    return true;
+}
+
+// "A: 1\nB: 2\n\nbody"
+bool HeaderEndSearch::rewriteBareLf() {
+    if (!find(Break::LfLf, m_data + m_size)) return false;
+    m_log.verboseInfo("Found LFLF, converting to CRLF");
+    m_repairBuf.appendN(m_data, m_size);
+    m_repairBuf.toCRLF();
+    settleIn(m_repairBuf);
+    return true;
+}
+
+// "A: 1\r\r\nB: 2\r\r\n\r\r\nbody"; without a CRCRLF, all bare CRs become line ends.
+bool HeaderEndSearch::rewriteCrCrLf() {
+    m_repairBuf.appendN(m_data, m_size);
+    if (m_repairBuf.containsSubstring("\r\r\n")) {
+        m_log.verboseInfo("Found CRCRLF. Fixing..");
+        m_repairBuf.replaceAllOccurances("\r\r\r\n", "\r\n");
+        m_repairBuf.replaceAllOccurances("\r\r\n", "\r\n");
+    } else {
+        m_repairBuf.allToCRLF();
+    }
+    return settleIn(m_repairBuf);
+}
+
+// "A: 1\rB: 2\r\rbody", in the text as it came in.
+bool HeaderEndSearch::rewriteBareCr() {
+    if (!m_source.find(Break::CrCr, m_entryData, m_entryData + m_entrySize)) return false;
+    m_log.verboseInfo("Found CRCR.");
+    m_repairBuf.setStringN(m_entryData, m_entrySize);
+    m_repairBuf.replaceAllOccurances("\r", "\r\n");
+    return settleIn(m_repairBuf);
+}
+
+// -- The node's face on it
+
+void MimeMessage2::findEndOfHeader2(const char** data, unsigned int size, bool lenientLineEndings,
+                                    LogBase& log, bool, StringBuffer& repairBuf,
+                                    StringBuffer& convertBuf, unsigned int& sizeInOut,
+                                    const char** endOfHeader, const char** terminator) {
+    if (!isAlive() || !*data) return;
+    sizeInOut = size;
+    SourceText source(*data, *data + size);
+    HeaderEndSearch search(source, *data, size,
+                           lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
+                           repairBuf, convertBuf, log);
+    search.run();
+    *data = search.data();
+    sizeInOut = search.size();
+    *endOfHeader = search.endOfHeader();
+    *terminator = search.terminator();
+}
+
+const char* MimeMessage2::findEndOfHeader(const char* text) {
+    if (!isAlive() || !text) return nullptr;
+    for (const char* blankLine : {"\r\n\r\n", "\n\n", "\r\r"})
+        if (const char* hit = std::strstr(text, blankLine)) return hit;
+    return nullptr;
+}

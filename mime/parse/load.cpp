@@ -1,0 +1,326 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Loading: a text into header and body, the body into parts or a leaf (body_parse.cpp), each
+// part into header and body again.  header_end.cpp finds where a header ends.  loadMime makes
+// a node from pieces instead.
+
+#include <cstring>
+#include <new>
+
+#include "foundation/bytes/bytes.h"
+#include "mime/node/internal.h"
+#include "mime/parse/loader.h"
+
+namespace {
+
+// Limit: without a blank line a text is all header, unless it is too big to be one.
+constexpr unsigned kMaxHeaderSize = 20000000;
+
+// RFC 4155: the line that separates messages in an mbox file.  Gives how many bytes to skip.
+unsigned mboxLineLength(const char* data, unsigned size) {
+    if (size < 5 || std::memcmp(data, "From ", 5) != 0) return 0;
+    const auto isBreak = [&](unsigned i) { return data[i] == '\r' || data[i] == '\n'; };
+    unsigned skip = 5;
+    while (skip < size && !isBreak(skip)) ++skip;
+    while (skip < size && isBreak(skip)) ++skip;
+    return skip < size ? skip : 0;
+}
+
+// Kept on purpose: a bare CR is no line break here, so a body behind "\r\r" begins with it.
+const char* behindLineBreak(const char* p, const char* end) {
+    if (end - p >= 2 && p[0] == '\r' && p[1] == '\n') return p + 2;
+    return p != end && *p == '\n' ? p + 1 : p;
+}
+
+// The bytes of a setter's or loader's argument may be the node's own: they are taken out of
+// the way before the node is emptied.
+void keepIfWithin(DataBuffer& own, const char* data, DataBuffer& kept) {
+    const char* const begin = reinterpret_cast<const char*>(own.getData2());
+    if (begin && data >= begin && data <= begin + own.getSize()) kept.takeData(own);
+}
+
+}  // namespace
+
+// -- Entry points
+
+bool MimeMessage2::loadMimeComplete(const StringBuffer& mimeText, LogBase& log, bool inputIsUtf8) {
+    if (!isAlive() || !mimeText.isValidObject()) return false;
+    StringBuffer charsetClue;
+    return loadMimeComplete2(mimeText.getString(), mimeText.getSize(),
+                             /*lenientLineEndings*/ true, charsetClue, log, inputIsUtf8);
+}
+
+bool MimeMessage2::loadMimeCompleteDb(DataBuffer& mimeBytes, LogBase& log) {
+    if (!isAlive()) return false;
+    StringBuffer charsetClue;
+    return loadMimeComplete2(reinterpret_cast<const char*>(mimeBytes.getData2()),
+                             mimeBytes.getSize(), /*lenientLineEndings*/ false, charsetClue, log,
+                             /*inputIsUtf8*/ false);
+}
+
+bool MimeMessage2::loadMimeComplete2(const char* data, unsigned int size, bool lenientLineEndings,
+                                     StringBuffer& charsetClue, LogBase& log, bool inputIsUtf8) {
+    if (!isAlive()) return false;
+    DataBuffer keptBody, keptSigned;
+    keepIfWithin(m_mimeBody, data, keptBody);
+    keepIfWithin(m_signedData, data, keptSigned);
+    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
+                  charsetClue, log);
+    return loader.load(*this, data, size);
+}
+
+bool MimeMessage2::parseMimeBody(const char* encoding, const char* body, unsigned int bodySize,
+                                 bool lenientLineEndings, StringBuffer& charsetClue, LogBase& log,
+                                 bool inputIsUtf8) {
+    if (!isAlive()) return false;
+    DataBuffer keptBody;
+    keepIfWithin(m_mimeBody, body, keptBody);
+    Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
+                  charsetClue, log);
+    return loader.parseBody(*this, encoding, body, bodySize);
+}
+
+// -- The loader
+
+Loader::Loader(LineEndings lineEndings, bool inputIsUtf8, StringBuffer& charsetClue, LogBase& log)
+    : m_lineEndings(lineEndings),
+      m_inputIsUtf8(inputIsUtf8),
+      m_isStrict(log.m_options.containsSubstringNoCase("StrictMimeParsing")),
+      m_charsetClue(charsetClue),
+      m_log(log) {}
+
+Loader::~Loader() {
+    while (m_level) closeLevel(false);
+}
+
+bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
+    SourceText source(data, data + size);
+    return finishLevels(openNode(root, source, data, size));
+}
+
+bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
+    SourceText source(body, body + size);
+    return finishLevels(openBody(node, source, nullptr, encoding, body, size));
+}
+
+// Damaged parts are the parts' own affair; parts that lack pieces for want of memory are not.
+bool Loader::finishLevels(Progress first) {
+    bool ok = first == Progress::Done;
+    if (first == Progress::HasParts) {
+        while (m_level)
+            if (!loadNextPart()) closeLevel(false);
+        ok = m_result;
+    }
+    if (!m_memory.wasRefused()) return ok;
+    m_log.logError("Out of memory.");
+    return false;
+}
+
+// False when the level has failed.  Parts that open levels of their own are finished first.
+bool Loader::loadNextPart() {
+    using Outcome = MultipartSplitter::Outcome;
+    using Missing = MultipartSplitter::MissingDelimiter;
+    const char* part = nullptr;
+    unsigned size = 0;
+    switch (m_level->splitter.next(m_isStrict ? Missing::IsAnError : Missing::EndsTheLastPart,
+                                   m_log, part, size)) {
+        case Outcome::Part: return addPart(part, size);
+        case Outcome::NoMoreParts: closeLevel(true); return true;
+        case Outcome::MissingDelimiter: break;
+    }
+    return false;
+}
+
+// What a part makes of its text is its own affair: its result is ignored.
+// RFC 1847 2.1: a signature covers the first part byte for byte, so its text is kept.
+bool Loader::addPart(const char* part, unsigned size) {
+    Level& level = *m_level;
+    MimeMessage2* child = MimeMessage2::createNewObject();
+    if (!child || !level.node.m_subParts.appendPtr(child)) {
+        VantrelObject::deleteObject(child);
+        return false;
+    }
+    level.node.m_modified = true;
+    const bool hasParts = openNode(*child, level.source, part, size) == Progress::HasParts;
+    if (!level.signedPending) return true;
+    level.signedPending = false;
+    const SignedText kept = keepSigned(level, *child, part, size);
+    if (hasParts) m_level->enclosing = kept;
+    return true;
+}
+
+Loader::SignedText Loader::keepSigned(const Level& level, MimeMessage2& node, const char* part,
+                                      unsigned size) {
+    const SignedText& outer = level.enclosing;
+    const bool isWithin = outer.source == &level.source;
+    if (!isWithin || !node.m_signedData.makeSliceOf(
+                         *outer.kept, static_cast<unsigned>(part - outer.begin), size))
+        node.m_signedData.append(part, size);
+    return SignedText{&level.source, part, &node.m_signedData};
+}
+
+// Tolerated: the boundary of such a multipart cannot stand in a header as it is; its high
+// bytes are folded into ASCII letters and digits.
+static void foldBoundaryToAscii(MimeMessage2& node, LogBase& log) {
+    StringBuffer folded(node.m_contentType.m_boundary);
+    char* p = folded.getString_rw();
+    for (unsigned i = 0; i < folded.getSize(); ++i) {
+        const unsigned char byte = static_cast<unsigned char>(p[i]);
+        if (byte < 0x81) continue;
+        const int low = byte ^ 0x80;
+        p[i] = static_cast<char>(low < '0' ? '0' : low > 'z' ? 'z' : low);
+    }
+    node.setBoundary(folded.getString(), log);
+}
+
+void Loader::closeLevel(bool ok) {
+    std::unique_ptr<Level> level(m_level);
+    m_level = level->outer;
+    m_result = ok;
+    if (ok && level->splitter.matchedAnsi()) foldBoundaryToAscii(level->node, m_log);
+    m_log.leaveContext();
+    if (!level->isWholeEntity) return;
+    if (!ok) m_log.logError("MIME has errors.");
+    m_log.leaveContext();
+}
+
+// -- One entity
+
+Loader::Progress Loader::openNode(MimeMessage2& node, SourceText& source, const char* data,
+                                  unsigned size) {
+    m_log.enterContext("loadMimeComplete", m_log.m_verbose);
+    const Progress progress = loadNode(node, source, data, size);
+    if (progress == Progress::HasParts) m_level->isWholeEntity = true;
+    else m_log.leaveContext();
+    return progress;
+}
+
+Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const char* data,
+                                  unsigned size) {
+    node.clear();
+    if (!data) return Progress::Failed;
+    if (const unsigned skip = mboxLineLength(data, size)) {
+        m_log.verboseInfo("Skipping MBOX leading From line...");
+        data += skip;
+        size -= skip;
+    }
+    StringBuffer repairBuf, convertBuf;
+    HeaderEndSearch search(source, data, size, m_lineEndings, repairBuf, convertBuf, m_log);
+    search.run();
+    if (m_memory.wasRefused()) return Progress::Failed;
+    if (!search.endOfHeader()) return loadWithoutBlankLine(node, search.data(), search.size());
+
+    m_log.verboseInfo("Found end-of-header.");
+    const char* text = search.data();
+    const char* const end = text + search.size();
+    const char* const headerEnd = search.endOfHeader();
+    if (!loadHeader(node, text, static_cast<unsigned>(headerEnd - text))) return Progress::Failed;
+    const char* const body = behindLineBreak(behindLineBreak(headerEnd, end), end);
+    if (body == end) return Progress::Done;
+
+    Progress progress = Progress::Failed;
+    const unsigned bodyAt = static_cast<unsigned>(body - text);
+    const unsigned bodySize = static_cast<unsigned>(end - body);
+    const char* const coding = node.m_contentTransferEncoding.getString();
+    if (!search.isRepaired()) {
+        progress = openBody(node, source, nullptr, coding, body, bodySize);
+    } else if (Repaired repaired{notingRefusal(new (std::nothrow) RepairedText(
+                   text == convertBuf.getString() ? convertBuf : repairBuf))}) {
+        text = repaired->text.getString();
+        SourceText& copy = repaired->source;
+        progress = openBody(node, copy, std::move(repaired), coding, text + bodyAt, bodySize);
+    }
+    if (progress == Progress::Failed) m_log.logError("MIME has errors.");
+    return progress;
+}
+
+// An empty header leaves the properties as clear() left them.
+bool Loader::loadHeader(MimeMessage2& node, const char* text, unsigned size) {
+    if (size == 0) return true;
+    const int codePage = m_inputIsUtf8 ? codepage::kUtf8 : codepage::kNone;
+    if (!node.m_mimeHeader.loadMimeHeaderBytes(text, size, codePage, m_charsetClue, m_log))
+        return false;
+    node.cacheAll(m_log);
+    return true;
+}
+
+Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* data, unsigned size) {
+    m_log.verboseInfo("End-of-header not found.");
+    if (size >= 2 && data[0] == '\r' && data[1] == '\n') {
+        m_log.verboseInfo(
+            "Parsing MIME assuming an empty header.  "
+            "The default content-type is text/plain.");
+        static const char kDefault[] = "Content-Type: text/plain";
+        node.m_mimeHeader.loadMimeHeaderBytes(kDefault, sizeof kDefault - 1, codepage::kNone,
+                                              m_charsetClue, m_log);
+        node.cacheAll(m_log);
+        node.setMimeBody8Bit_2(data, size, node.m_charset, true, m_log);
+        return Progress::Done;
+    }
+    m_log.verboseInfo("Assuming the entire MIME message is a header with no body.");
+    if (size <= kMaxHeaderSize)
+        return loadHeader(node, data, size) ? Progress::Done : Progress::Failed;
+    m_log.logError("Header larger than 20MB?  This cannot be MIME...");
+    node.clear();
+    return Progress::Failed;
+}
+
+// -- From pieces
+
+namespace {
+
+bool containsAny(const StringBuffer& text, const char* const (&words)[4]) {
+    for (const char* word : words)
+        if (text.containsSubstringNoCase(word)) return true;
+    return false;
+}
+
+}  // namespace
+
+bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
+                            unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8,
+                            LogBase& log) {
+    StringBuffer header;
+    header.setString(headerText);
+    return loadPieces(header.getString(), header.getSize(), body, bodySize, parts, inputIsUtf8,
+                      log);
+}
+
+bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
+                              const unsigned char* body, unsigned int bodySize, ExtPtrArray& parts,
+                              bool inputIsUtf8, LogBase& log) {
+    if (!isAlive()) return false;
+    OperationContext context(log, "loadMime");
+    const MemoryWatch memory;
+    if (!body) bodySize = 0;
+    DataBuffer keptBody;
+    keepIfWithin(m_mimeBody, reinterpret_cast<const char*>(body), keptBody);
+    clear();
+    StringBuffer charsetClue;
+    m_mimeHeader.loadMimeHeaderBytes(headerText, headerSize, codepage::kNone, charsetClue, log);
+    cacheAll(log);
+
+    StringBuffer contentType;
+    m_mimeHeader.getMimeFieldUtf8("content-type", contentType, log);
+    static const char* const kBinaryMedia[] = {"image/", "audio/", "video/", "application/"};
+    if (m_charset.getCodePage() > 0 && containsAny(contentType, kBinaryMedia)) clearCharset(log);
+    const bool isText = contentType.containsSubstringNoCase("text/") ||
+                        contentType.containsSubstringNoCase("application/xml");
+
+    _zqCharset bodyCharset;
+    bodyCharset.copy(m_charset);
+    if (inputIsUtf8) {
+        const bool isUtf16 =
+            m_charset.getCodePage() == codepage::kUtf16LE &&
+            bytes::find(reinterpret_cast<const char*>(body), bodySize, "=00", 3) != nullptr;
+        bodyCharset.setByCodePage(isUtf16 ? codepage::kUtf16LE : codepage::kUtf8);
+    }
+    decodeBody(m_contentTransferEncoding.getString(), body, bodySize, bodyCharset, isText,
+               inputIsUtf8, log);
+    for (int i = 0; i < parts.getSize(); ++i) {
+        VantrelObject* part = parts.elementAt(i);
+        if (part && m_subParts.appendPtr(part)) parts.setAt(i, nullptr);
+    }
+    if (memory.wasRefused()) log.logError("Out of memory.");
+    return !memory.wasRefused();
+}

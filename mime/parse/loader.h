@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Loads a text into a tree of nodes.  Multiparts whose parts are still to come wait in a list
+// of levels, so that nesting costs heap, not stack.
+
+#include <memory>
+#include <utility>
+
+#include "foundation/bytes/MemoryWatch.h"
+#include "mime/MimeMessage2.h"
+#include "mime/parse/header_end.h"
+#include "mime/parse/multipart.h"
+
+class Loader {
+public:
+    Loader(LineEndings lineEndings, bool inputIsUtf8, StringBuffer& charsetClue, LogBase& log);
+    ~Loader();
+    Loader(const Loader&) = delete;
+    Loader& operator=(const Loader&) = delete;
+
+    // A whole entity into `root`; or, for a node that has its header, the body alone.
+    bool load(MimeMessage2& root, const char* data, unsigned size);
+    bool parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size);
+
+private:
+    enum class Progress { Failed, Done, HasParts };  // HasParts: a level was opened
+    struct RepairedText;
+    struct SignedText;
+    struct Level;
+    using Repaired = std::unique_ptr<RepairedText>;
+
+    bool finishLevels(Progress first);
+    Progress openNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
+    Progress loadNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
+    Progress loadWithoutBlankLine(MimeMessage2& node, const char* data, unsigned size);
+    bool loadHeader(MimeMessage2& node, const char* text, unsigned size);
+    bool loadNextPart();
+    bool addPart(const char* part, unsigned size);
+    SignedText keepSigned(const Level& level, MimeMessage2& node, const char* part, unsigned size);
+    void closeLevel(bool ok);
+
+    // body_parse.cpp
+    Progress openBody(MimeMessage2& node, SourceText& source, Repaired repaired,
+                      const char* encoding, const char* body, unsigned size);
+    Progress startBody(MimeMessage2& node, SourceText& source, Repaired& repaired,
+                       const char* encoding, const char* body, unsigned size);
+    Progress startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
+                        const char* body, unsigned size, bool isSigned);
+    void parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
+                   const char* body, unsigned size);
+    void noteCharsetClue(const _zqCharset& charset);
+    bool takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
+
+    const LineEndings m_lineEndings;
+    const bool m_inputIsUtf8;
+    const bool m_isStrict;
+    StringBuffer& m_charsetClue;
+    LogBase& m_log;
+    const MemoryWatch m_memory;
+    Level* m_level = nullptr;  // the innermost open one
+    bool m_result = true;      // of the level closed last
+};
+
+// A copy of a text with its line ends repaired, and what is known about it.
+struct Loader::RepairedText {
+    explicit RepairedText(StringBuffer& repaired)
+        : text(std::move(repaired)), source(text.getString(), text.getString() + text.getSize()) {}
+
+    StringBuffer text;
+    SourceText source;
+};
+
+// A part whose text was kept, and where in the source it stands: signed parts within it are
+// slices of what was kept, so that signatures nested in signatures cost no more memory.
+struct Loader::SignedText {
+    const SourceText* source = nullptr;
+    const char* begin = nullptr;
+    DataBuffer* kept = nullptr;
+};
+
+// A multipart that waits for its parts.
+struct Loader::Level {
+    Level(MimeMessage2& n, SourceText& s, const char* body, unsigned size)
+        : node(n), source(s), splitter(s, body, size) {}
+
+    Level* outer = nullptr;
+    MimeMessage2& node;
+    SourceText& source;
+    SignedText enclosing;  // what the nearest signature outside covers
+    Repaired repaired;     // where the body stands, unless it is a slice of an outer level's
+    MultipartSplitter splitter;
+    bool signedPending = false;  // the next part is the signed one
+    bool isWholeEntity = false;  // "loadMimeComplete" is to be closed with the level
+};

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Writing a tree: headers, delimiter lines and encoded bodies (body_get.cpp), appended to one
+// buffer.  Multiparts whose parts are still to be written wait on a list.
+
+#include "foundation/bytes/GrowArray.h"
+#include "foundation/bytes/MemoryWatch.h"
+#include "mime/node/internal.h"
+
+class TreeWriter {
+public:
+    TreeWriter(DataBuffer& out, LogBase& log) : m_out(out), m_log(log) {}
+
+    // When memory is refused on the way, what was appended makes no sense.
+    void write(const MimeMessage2& root) {
+        writeBody(root);
+        while (!m_open.isEmpty()) writeNextPart();
+    }
+
+private:
+    enum class Kind { Parts, Signed };
+
+    // A multipart whose part in front of `next` was just written.
+    struct Open {
+        const MimeMessage2* node;
+        int next;
+        Kind kind;
+    };
+
+    void writeBody(const MimeMessage2& node);
+    void writeSigned(const MimeMessage2& node);
+    void writeNextPart();
+    void writeHead(const MimeMessage2* part);
+    void delimiter(const MimeMessage2& node, const char* tail);
+    void open(const MimeMessage2& node, int next, Kind kind) {
+        m_open.push(Open{&node, next, kind});
+    }
+
+    DataBuffer& m_out;
+    LogBase& m_log;
+    StringBuffer m_head;  // reused for every header
+    GrowArray<Open, 16> m_open;
+};
+
+void TreeWriter::delimiter(const MimeMessage2& node, const char* tail) {
+    m_out.appendStr("--");
+    m_out.append(node.m_contentType.m_boundary);
+    m_out.appendStr(tail);
+}
+
+// Header, if there is one to write, and blank line.
+void TreeWriter::writeHead(const MimeMessage2* part) {
+    m_head.weakClear();
+    if (part) part->getMimeHeader(m_head, m_log);
+    m_head.append("\r\n\r\n");
+    m_out.append(m_head);
+}
+
+void TreeWriter::writeBody(const MimeMessage2& node) {
+    if (node.isMultipartSigned(m_log)) writeSigned(node);
+    else if (node.getNumParts() == 0) node.getMimeBodyEncodedDb(m_out, m_log);
+    else open(node, 0, Kind::Parts);
+}
+
+// RFC 1847 2.1: the signature covers the bytes of the first part as they came, which the
+// kept text has, and there are two parts; more are not written.
+void TreeWriter::writeSigned(const MimeMessage2& node) {
+    delimiter(node, "\r\n");
+    if (const MimeMessage2* content = node.getPart(0)) m_out.append(content->getSignedData());
+    m_out.appendStr("\r\n");
+    delimiter(node, "\r\n");
+    const MimeMessage2* signature = node.getPart(1);
+    if (!signature) {
+        delimiter(node, "--\r\n");
+        return;
+    }
+    writeHead(signature);
+    open(node, 2, Kind::Signed);
+    writeBody(*signature);
+}
+
+void TreeWriter::writeNextPart() {
+    Open& open = m_open.back();
+    const MimeMessage2& node = *open.node;
+    if (open.next > 0) m_out.appendStr("\r\n");
+    if (open.kind == Kind::Signed || open.next >= node.getNumParts()) {
+        m_open.pop();
+        delimiter(node, "--\r\n");
+        return;
+    }
+    const MimeMessage2* part = node.getPart(open.next++);
+    delimiter(node, "\r\n");
+    writeHead(part);
+    if (part) writeBody(*part);
+}
+
+// -- The node's face on it
+
+void MimeMessage2::appendPreamble(StringBuffer& out) const {
+    if (getNumParts() != 0 && m_useMmMessage)
+        out.append("This is a multi-part message in MIME format.\r\n\r\n");
+}
+
+void MimeMessage2::getMimeTextDb(DataBuffer& out, bool bodyOnly, LogBase& log) const {
+    OperationContext context(log, "getMimeTextDb");
+    if (!isAlive()) return;
+    const MemoryWatch memory;
+    if (!bodyOnly) {
+        StringBuffer head;
+        getMimeHeader(head, log);
+        head.append("\r\n\r\n");
+        appendPreamble(head);
+        out.append(head);
+    }
+    assemble2(out, log);
+    if (memory.wasRefused()) out.markFailed();
+}
+
+bool MimeMessage2::getMimeTextSb(StringBuffer& out, bool bodyOnly, LogBase& log) const {
+    if (!isAlive()) return false;
+    DataBuffer text;
+    getMimeTextDb(text, bodyOnly, log);
+    if (text.failed()) return false;
+    return out.isEmpty() ? out.takeFromDb(text) : out.append(text);
+}
+
+void MimeMessage2::getMimeBodyAll(DataBuffer& out, LogBase& log) const {
+    if (!isAlive()) return;
+    const MemoryWatch memory;
+    StringBuffer preamble;
+    appendPreamble(preamble);
+    out.append(preamble);
+    assemble2(out, log);
+    if (memory.wasRefused()) out.markFailed();
+}
+
+void MimeMessage2::assemble2(DataBuffer& out, LogBase& log) const {
+    if (!isAlive()) return;
+    const unsigned int before = out.getSize();
+    const MemoryWatch memory;
+    TreeWriter(out, log).write(*this);
+    if (!memory.wasRefused()) return;
+    log.logError("Out of memory.");
+    out.shorten(out.getSize() - before);
+    out.markFailed();
+}

@@ -1,7 +1,0 @@
-// SPDX-License-Identifier: Apache-2.0
-#pragma once
-
-#include "tools/input.h"
-
-// One line: the message as a JSON document.
-ExitStatus showJson(const Message& message, const Options& options, Output& out);
