@@ -15,6 +15,8 @@
 #include "foundation/coding/base64.h"
 #include "foundation/coding/quoted_printable.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 constexpr size_t kSize = 1 << 18;  // stays in the second cache, so that loops are measured

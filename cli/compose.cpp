@@ -23,6 +23,8 @@
 #include "cli/input.h"
 #include "cli/wire.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 using Part = std::unique_ptr<MimeMessage2>;

@@ -18,6 +18,8 @@
 #include "cli/nodes.h"
 #include "cli/wire.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // Limit: messages within messages are converted by recursion.

@@ -16,6 +16,8 @@
 #include "cli/nodes.h"
 #include "cli/safe_name.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 using Json = nlohmann::ordered_json;

@@ -11,10 +11,10 @@ function(mimetree_warnings target)
     endif()
 endfunction()
 
-# A program of ours: C++20, warnings, and the engine.
+# A program of ours: C++20, warnings, and the engine with its inner names.
 function(mimetree_program target)
     add_executable(${target} ${ARGN})
     target_compile_features(${target} PRIVATE cxx_std_20)
-    target_link_libraries(${target} PRIVATE mimetree::mimetree)
+    target_link_libraries(${target} PRIVATE mimetree-inner)
     mimetree_warnings(${target})
 endfunction()

@@ -16,12 +16,17 @@
 // back the same bytes; xml/text.h says how bytes are spelled that XML cannot hold.  A line
 // break is written between elements only where their parent has no content of its own.
 
+#include "foundation/export.h"
+
 class LogBase;
 class StringBuffer;
+
+namespace mimetree::inner {
 struct XmlElement;
 struct XmlTree;
+}  // namespace mimetree::inner
 
-class ClsBase {
+class MIMETREE_API ClsBase {
 public:
     ClsBase(const ClsBase&) = delete;
     ClsBase& operator=(const ClsBase&) = delete;
@@ -34,7 +39,7 @@ protected:
     virtual ~ClsBase() = default;
 };
 
-class ClsXml : public ClsBase {
+class MIMETREE_API ClsXml : public ClsBase {
 public:
     // The root of a new document, tagged "unnamed"; null when memory is exhausted.
     static ClsXml* createNewCls();
@@ -71,9 +76,9 @@ public:
     static void bytesFromXmlName(const char* name, unsigned n, StringBuffer& out);
 
 private:
-    ClsXml(XmlTree* tree, XmlElement* element);
+    ClsXml(mimetree::inner::XmlTree* tree, mimetree::inner::XmlElement* element);
     ~ClsXml() override;
 
-    XmlTree* m_tree;
-    XmlElement* m_element;
+    mimetree::inner::XmlTree* m_tree;
+    mimetree::inner::XmlElement* m_element;
 };

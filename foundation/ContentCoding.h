@@ -5,11 +5,13 @@
 // RFC 2047 and RFC 2231.  Every coder appends to its output and answers false only when
 // memory is exhausted; what is malformed is decoded as far as it goes.
 
+#include "foundation/export.h"
+
 class DataBuffer;
 class LogBase;
 class StringBuffer;
 
-class ContentCoding {
+class MIMETREE_API ContentCoding {
 public:
     // Base64 in lines of 76 characters with CRLF between them (RFC 2045 6.8); no line break
     // at the end.

@@ -8,10 +8,12 @@
 // content as it was, answers false and marks the buffer (failed()).  Sources may lie in the
 // buffer itself.
 
+#include "foundation/export.h"
+
 class StringBuffer;
 class LogBase;
 
-class DataBuffer {
+class MIMETREE_API DataBuffer {
 public:
     DataBuffer() = default;
     DataBuffer(const DataBuffer& other);

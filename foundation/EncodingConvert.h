@@ -5,10 +5,12 @@
 // (65001 UTF-8, 1200 UTF-16LE, 20127 US-ASCII, 28591 ISO-8859-1 ...; _zqCharset.h has names).
 // The mappings are those of the WHATWG Encoding Standard and of Python's codecs, compiled in.
 
+#include "foundation/export.h"
+
 class DataBuffer;
 class LogBase;
 
-class EncodingConvert {
+class MIMETREE_API EncodingConvert {
 public:
     // Appends `length` bytes of `data`, read in `fromCodePage`, to `out` in `toCodePage`.
     //

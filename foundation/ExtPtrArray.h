@@ -4,9 +4,11 @@
 // An ordered array of pointers to objects that it owns; slots may be null.  What is left in
 // it at its end is deleted.  Indices count from 0.
 
+#include "foundation/export.h"
+
 class VantrelObject;
 
-class ExtPtrArray {
+class MIMETREE_API ExtPtrArray {
 public:
     ExtPtrArray() = default;
     ExtPtrArray(const ExtPtrArray&) = delete;  // two owners; move the elements instead

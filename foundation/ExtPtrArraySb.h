@@ -5,8 +5,9 @@
 
 #include "foundation/ExtPtrArray.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class ExtPtrArraySb {
+class MIMETREE_API ExtPtrArraySb {
 public:
     int getSize() const { return m_strings.getSize(); }
 

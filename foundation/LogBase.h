@@ -6,8 +6,9 @@
 // the lines somewhere; LogNull drops them and LogText keeps them.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class LogBase {
+class MIMETREE_API LogBase {
 public:
     virtual void logError(const char* text) = 0;
     virtual void logInfo(const char* text) = 0;
@@ -39,7 +40,7 @@ public:
     }
 };
 
-class LogContextExitor {
+class MIMETREE_API LogContextExitor {
 public:
     LogContextExitor(LogBase& log, const char* name) : LogContextExitor(log, name, false) {}
     LogContextExitor(LogBase& log, const char* name, bool verbose) : m_log(log) {

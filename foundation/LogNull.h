@@ -4,8 +4,9 @@
 // A log that drops everything, for calls that need a log but must stay silent.
 
 #include "foundation/LogBase.h"
+#include "foundation/export.h"
 
-class LogNull : public LogBase {
+class MIMETREE_API LogNull : public LogBase {
 public:
     void logError(const char*) override {}
     void logInfo(const char*) override {}

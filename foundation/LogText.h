@@ -4,8 +4,9 @@
 // A log that collects everything as text, a line each, indented by context.
 
 #include "foundation/LogBase.h"
+#include "foundation/export.h"
 
-class LogText : public LogBase {
+class MIMETREE_API LogText : public LogBase {
 public:
     void logError(const char* text) override;                    // "ERROR: text"
     void logInfo(const char* text) override;                     // "text"

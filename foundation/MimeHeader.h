@@ -10,14 +10,14 @@
 //
 // Getters append to `out`, and leave it alone when they answer false.
 
-#include "foundation/bytes/GrowArray.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
 class ClsXml;
 class ExtPtrArray;
 class LogBase;
 
-class MimeHeader {
+class MIMETREE_API MimeHeader {
 public:
     MimeHeader() = default;
     MimeHeader(const MimeHeader&) = delete;
@@ -117,6 +117,32 @@ private:
         bool isRaw;               // written as it stands
     };
 
+    // An array that never throws: false when memory is exhausted, the fields then unchanged.
+    class Fields {
+    public:
+        Fields() = default;
+        Fields(const Fields&) = delete;
+        Fields& operator=(const Fields&) = delete;
+        ~Fields() { clear(); }
+
+        unsigned size() const { return m_size; }
+        Field* begin() { return m_block; }
+        Field* end() { return m_block + m_size; }
+        const Field* begin() const { return m_block; }
+        const Field* end() const { return m_block + m_size; }
+        Field& operator[](unsigned i) { return m_block[i]; }
+        const Field& operator[](unsigned i) const { return m_block[i]; }
+        bool push(const Field& field);
+        bool reserve(unsigned n);
+        void truncate(unsigned n) { m_size = n; }
+        void clear();
+
+    private:
+        Field* m_block = nullptr;
+        unsigned m_size = 0;
+        unsigned m_capacity = 0;
+    };
+
     bool splitFields();
     bool decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log);
     bool recodeField(Field& field, int codePage, LogBase& log);
@@ -130,7 +156,7 @@ private:
     void compact();
 
     StringBuffer m_text;
-    GrowArray<Field> m_fields;
+    Fields m_fields;
     unsigned int m_waste = 0;  // bytes of m_text that no field refers to
     int m_detectedCP = 0;
     bool m_asRead = true;  // m_text is what is to be written

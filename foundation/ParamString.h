@@ -6,8 +6,9 @@
 
 #include "foundation/ExtPtrArraySb.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class ParamString {
+class MIMETREE_API ParamString {
 public:
     // Takes `text` and puts "<[[" + index + "]]>" in place of each double-quoted part, the
     // first having index 0.  A quote that is never closed reaches to the end.

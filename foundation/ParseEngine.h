@@ -4,8 +4,9 @@
 // A cursor over a copy of a text.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class ParseEngine {
+class MIMETREE_API ParseEngine {
 public:
     void setString(const char* text);  // copies it; the cursor stands at its start
     void eliminateChar(char c);        // from the whole text; the cursor goes to the start

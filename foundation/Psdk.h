@@ -3,10 +3,12 @@
 
 // Services of the process as a whole.
 
+#include "foundation/export.h"
+
 class LogBase;
 class StringBuffer;
 
-class Psdk {
+class MIMETREE_API Psdk {
 public:
     // Replaces `out` by a MIME boundary (RFC 2046 5.1.1) that no other call, thread or
     // process makes: at most 70 token characters, needing no quotes, that cannot occur in

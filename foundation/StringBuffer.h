@@ -11,11 +11,12 @@
 // empty text.  Comparisons and searches work on all bytes of the buffer.
 
 #include "foundation/VantrelObject.h"
+#include "foundation/export.h"
 
 class DataBuffer;
 class LogBase;
 
-class StringBuffer : public VantrelObject {
+class MIMETREE_API StringBuffer : public VantrelObject {
 public:
     StringBuffer();
     StringBuffer(const StringBuffer& other);

@@ -13,16 +13,21 @@
 // Getters append, and leave `out` alone when they answer false.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
 class LogBase;
-class XmlDocument;
 
-struct StringPair {
+namespace mimetree::inner {
+class XmlDocument;
+class XmlReader;
+}  // namespace mimetree::inner
+
+struct MIMETREE_API StringPair {
     StringBuffer m_name;
     StringBuffer m_value;
 };
 
-class TreeNode {
+class MIMETREE_API TreeNode {
 public:
     TreeNode(const TreeNode&) = delete;
     TreeNode& operator=(const TreeNode&) = delete;
@@ -64,15 +69,15 @@ protected:
     ~TreeNode() = default;
 
 private:
-    friend class XmlDocument;
-    friend class XmlReader;
+    friend class mimetree::inner::XmlDocument;
+    friend class mimetree::inner::XmlReader;
 
     bool hasAttribute(const StringPair& attribute) const;
     const char* skipMarkup(const char* mark, const TreeNode*& child, StringBuffer& out) const;
 
     // Elements stand in one array in document order, so the descendants of one follow it.
     // Positions are offsets in the document's text.
-    XmlDocument* m_document;
+    mimetree::inner::XmlDocument* m_document;
     unsigned m_tag;
     unsigned m_content;          // where the content begins
     unsigned m_contentEnd;       // and ends: at the end tag, or at "/>"

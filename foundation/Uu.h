@@ -5,11 +5,13 @@
 // the end line is skipped; a missing end is tolerated.  Both append to `out` and answer false
 // when there is no begin line or memory is exhausted.
 
+#include "foundation/export.h"
+
 class DataBuffer;
 class LogBase;
 class StringBuffer;
 
-class Uu {
+class MIMETREE_API Uu {
 public:
     bool uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log);
     bool uu_decode2(const char* text, bool reserved, DataBuffer& out, LogBase& log);

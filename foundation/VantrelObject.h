@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-class VantrelObject {
+#include "foundation/export.h"
+
+class MIMETREE_API VantrelObject {
 public:
     virtual ~VantrelObject() = default;
 
@@ -19,7 +21,7 @@ public:
     static void deleteObject(VantrelObject* object) { delete object; }
 };
 
-class VantrelObjectWithId : public VantrelObject {
+class MIMETREE_API VantrelObjectWithId : public VantrelObject {
 public:
     VantrelObjectWithId();
     VantrelObjectWithId(const VantrelObjectWithId&) = delete;  // an id is never shared

@@ -4,8 +4,9 @@
 // A unicode string, read and written as UTF-8.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class XString {
+class MIMETREE_API XString {
 public:
     const char* getUtf8() const { return m_utf8.getString(); }
     const StringBuffer& getUtf8Sb() const { return m_utf8; }

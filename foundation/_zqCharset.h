@@ -5,8 +5,9 @@
 // empty name, code page 0.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
-class _zqCharset {
+class MIMETREE_API _zqCharset {
 public:
     // Takes a name or alias in any letter case, blanks around it ignored, and keeps it as it
     // was spelt (WHATWG Encoding Standard labels, IANA names, usual mail aliases).  False

@@ -5,11 +5,12 @@
 // here but in the node's _zqCharset, which is filled on parsing and read on building.
 
 #include "foundation/StringBuffer.h"
+#include "foundation/export.h"
 
 class LogBase;
 class _zqCharset;
 
-class _zqContentType {
+class MIMETREE_API _zqContentType {
 public:
     _zqContentType() = default;
     _zqContentType(const _zqContentType&) = delete;

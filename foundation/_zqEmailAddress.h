@@ -5,11 +5,12 @@
 
 #include "foundation/VantrelObject.h"
 #include "foundation/XString.h"
+#include "foundation/export.h"
 
 class ExtPtrArray;
 class LogBase;
 
-class _zqEmailAddress : public VantrelObject {
+class MIMETREE_API _zqEmailAddress : public VantrelObject {
 public:
     XString m_displayName;  // without quotes; encoded words as written
     XString m_address;      // local@domain, without angle brackets

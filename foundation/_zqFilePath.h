@@ -3,9 +3,11 @@
 
 // File paths as UTF-8 text.
 
+#include "foundation/export.h"
+
 class XString;
 
-class _zqFilePath {
+class MIMETREE_API _zqFilePath {
 public:
     // Replaces `outPath` by `dir` and `filename`, with a "/" between them unless `dir` is
     // empty or ends with a separator.

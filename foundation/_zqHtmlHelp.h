@@ -3,10 +3,12 @@
 
 // What the engine needs to know about HTML.
 
+#include "foundation/export.h"
+
 class LogBase;
 class StringBuffer;
 
-class _zqHtmlHelp {
+class MIMETREE_API _zqHtmlHelp {
 public:
     // Appends the charset that the document declares in a META tag of its head, whether as
     // <meta charset=...> or within http-equiv content="...; charset=...".  Nothing is

@@ -3,9 +3,11 @@
 
 // Percent-encoding (RFC 3986 2.1).
 
+#include "foundation/export.h"
+
 class StringBuffer;
 
-class _zqUrlEncode {
+class MIMETREE_API _zqUrlEncode {
 public:
     // Appends the bytes with all but the unreserved characters (letters, digits, "-", ".",
     // "_", "~") written as "%" and two upper-case hexadecimal digits; a blank is "%20".

@@ -3,7 +3,9 @@
 
 // Checks on UTF-8 text.
 
-class _zqUtf {
+#include "foundation/export.h"
+
+class MIMETREE_API _zqUtf {
 public:
     // True when the bytes are well-formed UTF-8 (RFC 3629: no overlong forms, surrogates or
     // values above U+10FFFF).  A `limit` other than 0 looks at that many leading bytes only;

@@ -24,6 +24,7 @@
 #include <cstdint>
 
 #include "foundation/DataBuffer.h"
+#include "foundation/export.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/LogBase.h"
 #include "foundation/MimeHeader.h"
@@ -36,11 +37,16 @@
 class ClsXml;
 class TreeNode;
 
+namespace mimetree::inner {
+class Loader;
+class XmlTreeBuilder;
+}  // namespace mimetree::inner
+
 // Whether the body parsed last was labelled ISO-8859-1 but held windows-1252 text: reset
 // whenever the body of a leaf is parsed, set by the quoted-printable body setter.
-extern bool b_WasReally1252;
+extern MIMETREE_API bool b_WasReally1252;
 
-class MimeMessage2 : public VantrelObjectWithId {
+class MIMETREE_API MimeMessage2 : public VantrelObjectWithId {
 public:
     MimeMessage2();
     ~MimeMessage2() override;
@@ -356,7 +362,7 @@ public:
     void getTypeFromExtension(const char* extension, StringBuffer& out, LogBase& log);
 
 private:
-    friend class Loader;  // load.cpp: loads a tree without recursion
+    friend class mimetree::inner::Loader;  // load.cpp: loads a tree without recursion
 
     // What a body setter found out about the label of a text.
     enum class Label { Right, ReallyWindows1252 };
@@ -388,7 +394,7 @@ private:
     bool startXml(ClsXml& xml, ClsXml*& body, LogBase& log);
     void saveToDirectory(ExtPtrArray& savedPaths, const XString& directory, LogBase& log);
     MimeMessage2* htmlAlternative() const;
-    friend class XmlTreeBuilder;  // xml_in.cpp: builds a tree without recursion
+    friend class mimetree::inner::XmlTreeBuilder;  // xml_in.cpp: builds a tree without recursion
 
     // Links nodes that wait for deletion, which must not need memory of its own.
     MimeMessage2* m_nextDoomed = nullptr;

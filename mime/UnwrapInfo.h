@@ -5,10 +5,11 @@
 // number, two verdicts, two counts, and the objects and names met on the way, all owned.  The
 // engine only defines it; what the fields mean is up to the code that fills them.
 
+#include "foundation/export.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/ExtPtrArraySb.h"
 
-class UnwrapInfo {
+class MIMETREE_API UnwrapInfo {
 public:
     UnwrapInfo() = default;
     UnwrapInfo(const UnwrapInfo&) = delete;  // owns what its arrays hold

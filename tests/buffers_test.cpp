@@ -11,6 +11,8 @@
 #include "foundation/zqStrings.h"
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 using namespace std::string_view_literals;
 
 namespace {

@@ -9,6 +9,8 @@
 #include "foundation/bytes/utf8.h"
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 using namespace std::string_literals;
 
 namespace {

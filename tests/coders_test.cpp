@@ -12,6 +12,8 @@
 #include "tests/reference/coders.h"
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 using namespace std::string_literals;

@@ -12,6 +12,8 @@
 #include "foundation/LogNull.h"
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 std::string decode(std::string_view text) {

@@ -11,6 +11,8 @@
 
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // "main|name=value|..." as the cursor gives them.

@@ -12,6 +12,8 @@
 #include "foundation/coding/EncodedWords.h"
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 std::string write(std::string_view name, std::string_view value, int codePage = 65001) {

@@ -10,6 +10,8 @@
 
 #include "tests/support.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 using line_ends::BareCr;

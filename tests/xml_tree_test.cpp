@@ -14,6 +14,8 @@
 #include "tests/node_support.h"
 #include "tests/outline.h"
 
+using namespace mimetree::inner;
+
 using namespace std::string_literals;
 
 namespace {

@@ -16,6 +16,8 @@
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 constexpr unsigned kMaxSize = 0xFFFFFFFFu;

@@ -13,6 +13,8 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/VantrelObject.h"
 
+using namespace mimetree::inner;
+
 ExtPtrArray::~ExtPtrArray() { removeAllObjects(); }
 
 bool ExtPtrArray::grow() {

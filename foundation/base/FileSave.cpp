@@ -8,6 +8,8 @@
 
 #include "foundation/LogBase.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 bool failedWith(const char* what, const char* path, LogBase* log) {
@@ -27,3 +29,5 @@ bool saveBytesToFile(const char* path, const void* data, unsigned int size, LogB
     const bool closed = std::fclose(file) == 0;
     return (written && closed) || failedWith("Failed to write the file.", path, log);
 }
+
+}  // namespace mimetree::inner

@@ -12,6 +12,8 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }

@@ -19,6 +19,8 @@
 #include "foundation/charset/code_pages.h"
 #include "foundation/bytes/line_ends.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 constexpr unsigned kMaxSize = 0xFFFFFFFFu;

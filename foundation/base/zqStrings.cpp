@@ -9,6 +9,8 @@
 
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 const char* textOf(const char* s) { return s ? s : ""; }

@@ -4,6 +4,8 @@
 // A set of byte values that reads like the grammar it comes from:
 //   constexpr ByteSet kToken = ByteSet().range('!', '~').without("()<>@,;:\\\"/[]?=");
 
+namespace mimetree::inner {
+
 class ByteSet {
 public:
     constexpr ByteSet() = default;
@@ -41,3 +43,5 @@ constexpr ByteSet kTokenBytes = ByteSet().range('!', '~').without("()<>@,;:\\\"/
 
 // RFC 5322 3.6.8: a field name is printable US-ASCII without the colon.
 constexpr ByteSet kFieldNameBytes = ByteSet().range('!', '~').without(":");
+
+}  // namespace mimetree::inner

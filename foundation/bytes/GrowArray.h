@@ -11,6 +11,8 @@
 
 #include "foundation/bytes/MemoryWatch.h"
 
+namespace mimetree::inner {
+
 template <class T, unsigned Inline = 0>
 class GrowArray {
     static_assert(std::is_trivially_copyable<T>::value, "values are moved as bytes");
@@ -80,3 +82,5 @@ private:
     unsigned m_capacity = Inline;
     alignas(T) unsigned char m_inline[Inline ? Inline * sizeof(T) : 1];
 };
+
+}  // namespace mimetree::inner

@@ -4,6 +4,8 @@
 
 #include "foundation/bytes/MemoryWatch.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 thread_local unsigned t_refusals = 0;
@@ -13,3 +15,5 @@ thread_local unsigned t_refusals = 0;
 void MemoryWatch::noteRefusal() { ++t_refusals; }
 
 unsigned MemoryWatch::refusals() { return t_refusals; }
+
+}  // namespace mimetree::inner

@@ -5,6 +5,8 @@
 // as it was when they cannot grow and the work goes on without the missing piece; an
 // operation that must not pass such a result off as whole asks here at its end.
 
+namespace mimetree::inner {
+
 class MemoryWatch {
 public:
     MemoryWatch() : m_before(refusals()) {}
@@ -27,3 +29,5 @@ T* notingRefusal(T* made) {
     if (!made) MemoryWatch::noteRefusal();
     return made;
 }
+
+}  // namespace mimetree::inner

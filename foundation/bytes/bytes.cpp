@@ -12,6 +12,8 @@
 #include <emmintrin.h>
 #endif
 
+namespace mimetree::inner {
+
 namespace bytes {
 
 namespace scalar {
@@ -134,3 +136,5 @@ const char* findIgnoreCase(const char* p, size_t n, const char* needle, size_t m
 }
 
 }  // namespace bytes
+
+}  // namespace mimetree::inner

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+namespace mimetree::inner {
+
 namespace bytes {
 
 // First occurrence of needle[0, m) in p[0, n), or null.  An empty needle is found at p.
@@ -38,3 +40,5 @@ size_t asciiRun(const char* p, size_t n);
 }  // namespace scalar
 
 }  // namespace bytes
+
+}  // namespace mimetree::inner

@@ -10,6 +10,8 @@
 #include <emmintrin.h>
 #endif
 
+namespace mimetree::inner {
+
 namespace line_ends {
 
 namespace {
@@ -131,3 +133,5 @@ void complete(const char* p, size_t n, BareCr bareCr, char* out) {
 #endif
 
 }  // namespace line_ends
+
+}  // namespace mimetree::inner

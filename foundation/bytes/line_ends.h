@@ -6,6 +6,8 @@
 
 #include <cstddef>
 
+namespace mimetree::inner {
+
 namespace line_ends {
 
 enum class BareCr { Stays, BecomesCrlf };
@@ -23,3 +25,5 @@ void complete(const char* p, size_t n, BareCr bareCr, char* out);
 }  // namespace scalar
 
 }  // namespace line_ends
+
+}  // namespace mimetree::inner

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace mimetree::inner {
+
 namespace {
 
 // The four bytes at p as a number, the first one uppermost: the form in which masks read best.
@@ -76,3 +78,5 @@ bool utf8::isCutSequence(const unsigned char* p, size_t n) {
     std::memcpy(highest, p, n);
     return sequence(lowest, sizeof lowest) > n || sequence(highest, sizeof highest) > n;
 }
+
+}  // namespace mimetree::inner

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+namespace mimetree::inner {
+
 namespace utf8 {
 
 // Length of the longest run of whole well-formed sequences at the start of p[0, n).
@@ -75,3 +77,5 @@ size_t validPrefix(const unsigned char* p, size_t n);
 }  // namespace scalar
 
 }  // namespace utf8
+
+}  // namespace mimetree::inner

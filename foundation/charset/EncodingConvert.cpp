@@ -15,13 +15,15 @@
 #include "foundation/charset/codecs.h"
 #include "foundation/charset/code_pages.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 constexpr unsigned int kMaxSize = 0xFFFFFFFFu;
 
 }  // namespace
 
-namespace charset {
+namespace mimetree::inner::charset {
 
 Output::Output(DataBuffer& buffer) : m_buffer(buffer), m_before(buffer.getSize()) {}
 
@@ -75,7 +77,7 @@ bool copyAscii(Source& in, Output& out) {
     return true;
 }
 
-}  // namespace charset
+}  // namespace mimetree::inner::charset
 
 namespace {
 

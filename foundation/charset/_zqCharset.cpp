@@ -15,6 +15,8 @@
 
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 struct CharsetRow {

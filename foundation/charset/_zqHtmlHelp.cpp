@@ -13,6 +13,8 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 using std::string_view;

@@ -7,6 +7,8 @@
 
 #include "foundation/bytes/utf8.h"
 
+using namespace mimetree::inner;
+
 bool _zqUtf::isValidUtf8(const unsigned char* data, unsigned int size, unsigned int limit) {
     const bool isCut = limit != 0 && limit < size;
     const size_t n = isCut ? limit : size;

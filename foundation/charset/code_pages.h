@@ -3,6 +3,8 @@
 
 // The code pages that the code names, in the Windows numbering; _zqCharset.cpp has them all.
 
+namespace mimetree::inner {
+
 namespace codepage {
 
 constexpr int kNone = 0;
@@ -12,3 +14,5 @@ constexpr int kUtf32LE = 12000, kUtf32BE = 12001;
 constexpr int kAscii = 20127, kLatin1 = 28591, kUtf8 = 65001;
 
 }  // namespace codepage
+
+}  // namespace mimetree::inner

@@ -15,6 +15,8 @@
 
 class DataBuffer;
 
+namespace mimetree::inner {
+
 namespace charset {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -123,3 +125,5 @@ uint32_t ks1001Code(char32_t c);
 char32_t jisOtherForm(char32_t c);
 
 }  // namespace charset
+
+}  // namespace mimetree::inner

@@ -14,6 +14,8 @@
 
 #include "foundation/charset/codecs.h"
 
+namespace mimetree::inner {
+
 namespace charset {
 namespace {
 
@@ -377,3 +379,5 @@ char32_t jisOtherForm(char32_t c) {
 }
 
 }  // namespace charset
+
+}  // namespace mimetree::inner

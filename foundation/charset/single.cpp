@@ -9,6 +9,8 @@
 
 #include "foundation/charset/codecs.h"
 
+namespace mimetree::inner {
+
 namespace charset {
 namespace {
 
@@ -103,3 +105,5 @@ constexpr Codec kCodecs[] = {
 CodecList singleByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset
+
+}  // namespace mimetree::inner

@@ -11,6 +11,8 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/codecs.h"
 
+namespace mimetree::inner {
+
 namespace charset {
 namespace {
 
@@ -270,3 +272,5 @@ constexpr Codec kCodecs[] = {
 CodecList statefulCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset
+
+}  // namespace mimetree::inner

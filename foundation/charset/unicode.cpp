@@ -8,6 +8,8 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/codecs.h"
 
+namespace mimetree::inner {
+
 namespace charset {
 namespace {
 
@@ -265,3 +267,5 @@ constexpr Codec kCodecs[] = {
 CodecList unicodeCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
 }  // namespace charset
+
+}  // namespace mimetree::inner

@@ -16,6 +16,8 @@
 #include "foundation/bytes/bytes.h"
 #include "foundation/coding/quoted_printable.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // Each grows the output once, to a bound that is known before, and gives back the rest.

@@ -21,6 +21,8 @@
 
 #include <cstring>
 
+using namespace mimetree::inner;
+
 namespace {
 
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
@@ -394,14 +396,14 @@ void WordWriter::appendQuoted() {
 
 }  // namespace
 
-const char* findEncodedWord(const char* text, unsigned int size, unsigned int& wordSize) {
+const char* mimetree::inner::findEncodedWord(const char* text, unsigned int size, unsigned int& wordSize) {
     WordScanner words(text, text + size, Accept::KnownCharsets);
     if (!words.next()) return nullptr;
     wordSize = sizeOf(words.word().begin, words.word().end);
     return words.word().begin;
 }
 
-bool decodeEncodedWords(const char* text, unsigned int size, StringBuffer& out) {
+bool mimetree::inner::decodeEncodedWords(const char* text, unsigned int size, StringBuffer& out) {
     const unsigned before = out.getSize();
     Utf8Sink sink(out);
     if (forEachPiece(text, size, Accept::KnownCharsets, sink)) return true;
@@ -409,7 +411,7 @@ bool decodeEncodedWords(const char* text, unsigned int size, StringBuffer& out) 
     return false;
 }
 
-unsigned int appendEncodedWords(const char* text, unsigned int size, int codePage,
+unsigned int mimetree::inner::appendEncodedWords(const char* text, unsigned int size, int codePage,
                                 unsigned int column, bool forPhrase, StringBuffer& out) {
     if (size == 0) return column;
     DataBuffer valid;

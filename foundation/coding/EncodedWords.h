@@ -5,6 +5,8 @@
 
 class StringBuffer;
 
+namespace mimetree::inner {
+
 // Appends `text` with its encoded words replaced by what they say, in UTF-8.  Adjacent words
 // of one charset are joined before they are converted, since senders cut characters in two;
 // white space between two words vanishes, between a word and text it stays.  Words that are
@@ -23,3 +25,5 @@ const char* findEncodedWord(const char* text, unsigned int size, unsigned int& w
 // nothing is appended.
 unsigned int appendEncodedWords(const char* text, unsigned int size, int codePage,
                                 unsigned int column, bool forPhrase, StringBuffer& out);
+
+}  // namespace mimetree::inner

@@ -16,6 +16,8 @@
 
 #include <cstring>
 
+using namespace mimetree::inner;
+
 namespace {
 
 constexpr ByteSet kCharsetBytes = kTokenBytes.without("'");

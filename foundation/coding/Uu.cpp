@@ -14,6 +14,8 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 struct Line {

@@ -9,6 +9,8 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/StringBuffer.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // RFC 3986 2.3

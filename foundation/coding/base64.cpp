@@ -12,6 +12,8 @@
 #include <immintrin.h>
 #endif
 
+namespace mimetree::inner {
+
 namespace base64 {
 namespace {
 
@@ -309,3 +311,5 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out) {
 }
 
 }  // namespace base64
+
+}  // namespace mimetree::inner

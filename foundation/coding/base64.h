@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace mimetree::inner {
+
 namespace base64 {
 
 // RFC 2045 6.8: no line is longer than 76 characters, which hold 57 bytes.
@@ -35,3 +37,5 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out);
 }  // namespace scalar
 
 }  // namespace base64
+
+}  // namespace mimetree::inner

@@ -16,6 +16,8 @@
 #include <emmintrin.h>
 #endif
 
+namespace mimetree::inner {
+
 namespace quoted_printable {
 namespace {
 
@@ -358,3 +360,5 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out) {
 }
 
 }  // namespace quoted_printable
+
+}  // namespace mimetree::inner

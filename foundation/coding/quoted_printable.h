@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace mimetree::inner {
+
 namespace quoted_printable {
 
 // Room that encode() wants for these bytes; seldom more than a tenth above what it writes.
@@ -25,3 +27,5 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out);
 }  // namespace scalar
 
 }  // namespace quoted_printable
+
+}  // namespace mimetree::inner

@@ -15,6 +15,8 @@
 
 #include <cstring>
 
+namespace mimetree::inner {
+
 namespace {
 
 // What unquoted values are made of where no blank is in them.
@@ -402,3 +404,5 @@ void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer
         appendExtended(name, line, out);
     }
 }
+
+}  // namespace mimetree::inner

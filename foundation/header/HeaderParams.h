@@ -5,6 +5,8 @@
 
 #include "foundation/StringBuffer.h"
 
+namespace mimetree::inner {
+
 // A cursor over the parameters of a header value, in order, as they are written.
 class HeaderParams {
 public:
@@ -57,3 +59,5 @@ bool findHeaderParam(const char* value, unsigned int size, const char* name, Str
 // Appends "; name=value" so that findHeaderParam gives the same value again: as a token, a
 // quoted string, or RFC 2231 in UTF-8.  A CR or LF becomes a blank.
 void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer& out);
+
+}  // namespace mimetree::inner

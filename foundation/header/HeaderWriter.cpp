@@ -14,6 +14,8 @@
 
 #include <cstring>
 
+namespace mimetree::inner {
+
 namespace {
 
 constexpr unsigned kMaxColumns = 78;      // RFC 5322 2.1.1
@@ -604,3 +606,5 @@ void appendHeaderField(const char* name, unsigned int nameSize, const char* valu
     writeValue(grammarOf(name, nameSize), begin, begin + line.getSize(), size_t{nameSize} + 2,
                codePage, out);
 }
+
+}  // namespace mimetree::inner

@@ -5,6 +5,8 @@
 
 class StringBuffer;
 
+namespace mimetree::inner {
+
 // Appends "name: value" without a line break at the end: folded at 78 columns where a blank
 // allows, non-ASCII text encoded where the field's grammar has a place for it.
 //
@@ -18,3 +20,5 @@ class StringBuffer;
 // line break becomes a blank.
 void appendHeaderField(const char* name, unsigned int nameSize, const char* value,
                        unsigned int valueSize, int codePage, StringBuffer& out);
+
+}  // namespace mimetree::inner

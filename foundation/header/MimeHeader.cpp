@@ -7,10 +7,10 @@
 
 #include "foundation/MimeHeader.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/header/HeaderParams.h"
@@ -18,8 +18,12 @@
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/charset/code_pages.h"
+
+using namespace mimetree::inner;
 
 namespace {
 
@@ -96,6 +100,31 @@ void appendUnfolded(const char* p, const char* end, StringBuffer& out) {
 }
 
 }  // namespace
+
+// -- The array of fields
+
+bool MimeHeader::Fields::push(const Field& field) {
+    if (m_size == m_capacity && !reserve(m_capacity < 8 ? 8 : m_capacity * 2)) return false;
+    m_block[m_size++] = field;
+    return true;
+}
+
+bool MimeHeader::Fields::reserve(unsigned n) {
+    if (n <= m_capacity) return true;
+    const bool isTooMuch = n > 0xFFFFFFFFu / sizeof(Field);
+    void* const block =
+        notingRefusal(isTooMuch ? nullptr : std::realloc(m_block, size_t(n) * sizeof(Field)));
+    if (!block) return false;
+    m_block = static_cast<Field*>(block);
+    m_capacity = n;
+    return true;
+}
+
+void MimeHeader::Fields::clear() {
+    std::free(m_block);
+    m_block = nullptr;
+    m_size = m_capacity = 0;
+}
 
 // -- Loading
 

@@ -14,6 +14,8 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 enum class Quotes { IfNeeded, Always };

@@ -17,6 +17,8 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 struct Span {

@@ -17,7 +17,9 @@
 #include "foundation/header/header_fields.h"
 #include "foundation/zqStrings.h"
 
-bool isXmlAddressField(const char* tag) {
+using namespace mimetree::inner;
+
+bool mimetree::inner::isXmlAddressField(const char* tag) {
     static const char* const kNames[] = {"from",   "return-path", "ZQX-Bounce-Address",
                                          "sender", "reply-to",    "to",
                                          "cc",     "bcc",         "x-rcpt-to"};

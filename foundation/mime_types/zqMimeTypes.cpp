@@ -9,6 +9,8 @@
 
 #include "foundation/bytes/bytes.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 struct MimeType {

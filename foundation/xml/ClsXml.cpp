@@ -15,6 +15,8 @@
 #include "foundation/xml/names.h"
 #include "foundation/xml/text.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 struct XmlAttributes {
@@ -26,7 +28,7 @@ unsigned sizeOf(const char* s) { return s ? static_cast<unsigned>(std::strlen(s)
 
 }  // namespace
 
-struct XmlElement {
+struct mimetree::inner::XmlElement {
     XmlElement() = default;
     XmlElement(const XmlElement&) = delete;
     XmlElement& operator=(const XmlElement&) = delete;
@@ -44,7 +46,7 @@ struct XmlElement {
     bool isCdata = false;
 };
 
-struct XmlTree {
+struct mimetree::inner::XmlTree {
     XmlTree() = default;
     XmlTree(const XmlTree&) = delete;
     XmlTree& operator=(const XmlTree&) = delete;

@@ -12,6 +12,8 @@
 #include "foundation/xml/text.h"
 #include "foundation/zqStrings.h"
 
+using namespace mimetree::inner;
+
 TreeNode* TreeNode::customParseString(const StringBuffer& xml, LogBase* log, bool, bool, bool) {
     XmlDocument* const document = XmlDocument::read(xml, log);
     return document ? document->element(0) : nullptr;

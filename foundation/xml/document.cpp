@@ -14,6 +14,8 @@
 #include "foundation/LogNull.h"
 #include "foundation/bytes/MemoryWatch.h"
 
+namespace mimetree::inner {
+
 XmlDocument::~XmlDocument() { std::free(static_cast<void*>(m_elements)); }
 
 size_t XmlDocument::heapUsage() const {
@@ -124,3 +126,5 @@ bool XmlDocument::finish() {
     terminateTags();
     return true;
 }
+
+}  // namespace mimetree::inner

@@ -4,9 +4,11 @@
 // A parsed XML document: what the reader fills and TreeNode looks into.
 
 #include "foundation/DataBuffer.h"
-#include "foundation/bytes/GrowArray.h"
 #include "foundation/TreeNode.h"
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/xml/names.h"
+
+namespace mimetree::inner {
 
 struct XmlAttribute {
     XmlSlice name;
@@ -52,3 +54,5 @@ private:
     GrowArray<unsigned> m_children;  // for each element in turn, the indexes of its children
     GrowArray<XmlAttribute> m_attributes;
 };
+
+}  // namespace mimetree::inner

@@ -16,6 +16,8 @@
 #include "foundation/bytes/bytes.h"
 #include "foundation/xml/text.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // XML 1.0 2.3, NameStartChar and what NameChar adds to it.

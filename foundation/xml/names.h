@@ -8,6 +8,8 @@
 
 #include "foundation/bytes/GrowArray.h"
 
+namespace mimetree::inner {
+
 namespace xml {
 
 // XML 1.0 2.3: length of the name at the start of p[0, n); 0 when there is none.
@@ -34,3 +36,5 @@ public:
 private:
     GrowArray<XmlSlice> m_names;
 };
+
+}  // namespace mimetree::inner

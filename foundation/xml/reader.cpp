@@ -13,6 +13,8 @@
 #include "foundation/xml/document.h"
 #include "foundation/xml/text.h"
 
+namespace mimetree::inner {
+
 static constexpr char kNoMemory[] = "memory is exhausted";
 
 // XML 1.0 2.8 and 4.3.3: the parts of an XML declaration, in order, and what their values
@@ -439,3 +441,5 @@ bool XmlReader::readEndTag() {
 }
 
 bool XmlDocument::parse(LogBase* log) { return XmlReader(*this, log).run(); }
+
+}  // namespace mimetree::inner

@@ -12,6 +12,8 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/bytes.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 constexpr ByteSet kLegalAscii = ByteSet("\t\n\r").range(' ', '\x7F');
@@ -303,3 +305,5 @@ bool decodeAttributeValue(const char* p, size_t n, StringBuffer& out) {
 }
 
 }  // namespace xml
+
+}  // namespace mimetree::inner

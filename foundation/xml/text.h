@@ -17,6 +17,8 @@
 
 class StringBuffer;
 
+namespace mimetree::inner {
+
 namespace xml {
 
 // XML 1.0 2.2: the length in bytes of the character at `p`, which is not `end`, and its code
@@ -59,3 +61,5 @@ bool decodeInstruction(const char* p, size_t n, StringBuffer& out);
 bool decodeAttributeValue(const char* p, size_t n, StringBuffer& out);
 
 }  // namespace xml
+
+}  // namespace mimetree::inner

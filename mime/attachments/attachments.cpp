@@ -6,6 +6,8 @@
 #include "foundation/_zqFilePath.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // Limit: what file systems take for one name, in bytes.

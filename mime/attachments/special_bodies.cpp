@@ -10,6 +10,8 @@
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 // The HTML among the alternatives, or null.
 MimeMessage2* MimeMessage2::htmlAlternative() const {
     for (int i = 0; i < getNumParts(); ++i) {

@@ -7,6 +7,8 @@
 #include "foundation/_zqUrlEncode.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 enum BinarySafeState : uint8_t { kUntouched = 0, kWasBinary = 1, kWasWithout = 2 };

@@ -10,6 +10,8 @@
 #include "foundation/EncodingConvert.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 enum class Coding { Base64, QuotedPrintable, None };

@@ -13,6 +13,8 @@
 #include "foundation/_zqUtf.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // How far a body is looked at for 8-bit bytes and for the name of its charset.

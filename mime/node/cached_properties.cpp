@@ -11,6 +11,8 @@
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 bool MimeMessage2::decodedField(const char* name, StringBuffer& out, LogBase& log) const {
     if (!m_mimeHeader.getMimeFieldUtf8(name, out, log)) return false;
     out.qbDecode(log);

@@ -5,6 +5,8 @@
 
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 bool MimeMessage2::isMultipart() const { return isAlive() && typeBeginsWith("multipart"); }
 
 bool MimeMessage2::isMultipartMixed() const {

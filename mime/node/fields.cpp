@@ -8,6 +8,8 @@
 #include "foundation/_zqEmailAddress.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 // -- Reading
 
 bool MimeMessage2::getHeaderFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const {

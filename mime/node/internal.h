@@ -7,6 +7,8 @@
 #include "foundation/charset/code_pages.h"
 #include "mime/MimeMessage2.h"
 
+namespace mimetree::inner {
+
 // The context of an operation, its sink told whether the log is verbose.
 class OperationContext : public LogContextExitor {
 public:
@@ -51,3 +53,5 @@ private:
     GrowArray<Level, 16> m_levels;
     MimeMessage2* m_last = nullptr;
 };
+
+}  // namespace mimetree::inner

@@ -13,6 +13,8 @@
 #include "foundation/Psdk.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 bool b_WasReally1252 = false;
 int MimeMessage2::m_binaryCodePage = 0;
 

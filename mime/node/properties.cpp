@@ -7,6 +7,8 @@
 #include "foundation/LogNull.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // A text of the caller's, kept safe while the node's own strings change.

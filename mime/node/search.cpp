@@ -4,6 +4,8 @@
 
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 // The ids of children are compared before their markers are looked at, so that a node can be
 // found whatever state it is in.
 MimeMessage2* MimeMessage2::findByVantrelObjectId(int64_t id) {

@@ -14,6 +14,8 @@
 #include "mime/node/internal.h"
 #include "mime/parse/loader.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 // RFC 2046 4: media that are no text.  XML and JSON are text that may be in any charset.
@@ -176,3 +178,5 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
     if (label == MimeMessage2::Label::ReallyWindows1252) node.setCharset("windows-1252", m_log);
     if (beginsWithXHtml(body, size)) node.setContentType("text/html", true, m_log);
 }
+
+}  // namespace mimetree::inner

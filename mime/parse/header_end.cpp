@@ -12,6 +12,8 @@
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 HeaderEndSearch::HeaderEndSearch(SourceText& source, const char* data, unsigned size,
                                  LineEndings lineEndings, StringBuffer& repairBuf,
                                  StringBuffer& convertBuf, LogBase& log)

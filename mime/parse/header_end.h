@@ -7,6 +7,8 @@
 #include "foundation/StringBuffer.h"
 #include "mime/parse/source_text.h"
 
+namespace mimetree::inner {
+
 enum class LineEndings { AsTheyAre, Lenient };
 
 class HeaderEndSearch {
@@ -53,3 +55,5 @@ private:
     bool m_hasDoubleCr = false;
     bool m_hasLfLf = false;
 };
+
+}  // namespace mimetree::inner

@@ -11,6 +11,8 @@
 #include "mime/node/internal.h"
 #include "mime/parse/loader.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 // Limit: without a blank line a text is all header, unless it is too big to be one.

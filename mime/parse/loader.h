@@ -12,6 +12,8 @@
 #include "mime/parse/header_end.h"
 #include "mime/parse/multipart.h"
 
+namespace mimetree::inner {
+
 class Loader {
 public:
     Loader(LineEndings lineEndings, bool inputIsUtf8, StringBuffer& charsetClue, LogBase& log);
@@ -93,3 +95,5 @@ struct Loader::Level {
     bool signedPending = false;  // the next part is the signed one
     bool isWholeEntity = false;  // "loadMimeComplete" is to be closed with the level
 };
+
+}  // namespace mimetree::inner

@@ -7,6 +7,8 @@
 
 #include "foundation/bytes/bytes.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 // Parts shorter than this are none: what stands between two delimiters that follow each
@@ -124,3 +126,5 @@ MultipartSplitter::Outcome MultipartSplitter::next(MissingDelimiter missing, Log
     }
     return Outcome::NoMoreParts;
 }
+
+}  // namespace mimetree::inner

@@ -9,6 +9,8 @@
 #include "foundation/StringBuffer.h"
 #include "mime/parse/source_text.h"
 
+namespace mimetree::inner {
+
 class MultipartSplitter {
 public:
     enum class Outcome { Part, NoMoreParts, MissingDelimiter };
@@ -47,3 +49,5 @@ private:
     bool m_atEnd = false;
     bool m_matchedAnsi = false;
 };
+
+}  // namespace mimetree::inner

@@ -12,6 +12,8 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 
+namespace mimetree::inner {
+
 namespace {
 
 // Limit: how often the text may be searched over before delimiters are indexed.
@@ -141,3 +143,5 @@ const char* SourceText::findDelimiter(const char* needle, unsigned size, const c
     m_scanned += hit ? static_cast<size_t>(hit - from) : slice;
     return hit;
 }
+
+}  // namespace mimetree::inner

@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace mimetree::inner {
+
 // The patterns that a search for the end of a header asks for.
 enum class Break { Cr, CrlfCrlf, CrCr, LfLf, CrlfCrCrlf, CrlfCr, LfCrlf, kCount };
 
@@ -53,3 +55,5 @@ private:
     size_t m_indexed = 0;  // entries in all indexes
     GrowArray<Index*> m_indexes;
 };
+
+}  // namespace mimetree::inner

@@ -5,6 +5,8 @@
 #include "foundation/Psdk.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 void MimeMessage2::newMultipart(const char* type, LogBase& log) {
     if (!isAlive()) return;
     clear();

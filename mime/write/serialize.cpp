@@ -7,6 +7,10 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
+namespace {
+
 class TreeWriter {
 public:
     TreeWriter(DataBuffer& out, LogBase& log) : m_out(out), m_log(log) {}
@@ -93,6 +97,8 @@ void TreeWriter::writeNextPart() {
     writeHead(part);
     if (part) writeBody(*part);
 }
+
+}  // namespace
 
 // -- The node's face on it
 

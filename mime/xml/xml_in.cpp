@@ -14,6 +14,8 @@
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 namespace {
 
 const char kMessageTag[] = "mime_message";
@@ -94,7 +96,7 @@ void MimeMessage2::findMimeAndCreate(TreeNode& node, const char* tag, ExtPtrArra
 
 // Builds the node of an element, its parts first.  Elements whose parts are still to be built
 // wait on a list of their own.
-class XmlTreeBuilder {
+class mimetree::inner::XmlTreeBuilder {
 public:
     XmlTreeBuilder(bool addPreamble, LogBase& log) : m_addPreamble(addPreamble), m_log(log) {}
     XmlTreeBuilder(const XmlTreeBuilder&) = delete;

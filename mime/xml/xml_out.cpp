@@ -9,6 +9,8 @@
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
+using namespace mimetree::inner;
+
 bool MimeMessage2::getMimeXml(StringBuffer& out, LogBase& log) {
     if (!isAlive()) return false;
     ClsXml* xml = ClsXml::createNewCls();

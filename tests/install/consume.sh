@@ -17,7 +17,9 @@ for shared in OFF ON; do
     cmake --build "$build"
     cmake --install "$build" --prefix "$stage" >/dev/null
     mv "$stage" "$prefix"
-    lib=$(dirname "$(find "$prefix" -name 'libmimetree*' | head -1)")
+    library=$(find "$prefix" -name 'libmimetree.[as]*' | head -1)
+    lib=$(dirname "$library")
+    bash "$source_dir/tests/public_symbols.sh" "$source_dir" "$library"
 
     echo "consumer by find_package (shared: $shared)"
     cmake -G Ninja -S "$consumer" -B "$work/find-$shared" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
