@@ -12,9 +12,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace mimetree::inner {
-
-namespace bytes {
+namespace mimetree::inner::bytes {
 
 namespace scalar {
 
@@ -135,6 +133,4 @@ const char* findIgnoreCase(const char* p, size_t n, const char* needle, size_t m
     return nullptr;
 }
 
-}  // namespace bytes
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::bytes

@@ -7,9 +7,7 @@
 
 #include <cstddef>
 
-namespace mimetree::inner {
-
-namespace bytes {
+namespace mimetree::inner::bytes {
 
 // First occurrence of needle[0, m) in p[0, n), or null.  An empty needle is found at p.
 const char* find(const char* p, size_t n, const char* needle, size_t m);
@@ -39,6 +37,4 @@ const char* find(const char* p, size_t n, const char* needle, size_t m);
 size_t asciiRun(const char* p, size_t n);
 }  // namespace scalar
 
-}  // namespace bytes
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::bytes

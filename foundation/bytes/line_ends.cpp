@@ -10,9 +10,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace mimetree::inner {
-
-namespace line_ends {
+namespace mimetree::inner::line_ends {
 
 namespace {
 
@@ -132,6 +130,4 @@ void complete(const char* p, size_t n, BareCr bareCr, char* out) {
 
 #endif
 
-}  // namespace line_ends
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::line_ends

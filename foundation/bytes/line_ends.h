@@ -6,9 +6,7 @@
 
 #include <cstddef>
 
-namespace mimetree::inner {
-
-namespace line_ends {
+namespace mimetree::inner::line_ends {
 
 enum class BareCr { Stays, BecomesCrlf };
 
@@ -24,6 +22,4 @@ size_t countIncomplete(const char* p, size_t n, BareCr bareCr);
 void complete(const char* p, size_t n, BareCr bareCr, char* out);
 }  // namespace scalar
 
-}  // namespace line_ends
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::line_ends

@@ -7,9 +7,7 @@
 
 #include <cstddef>
 
-namespace mimetree::inner {
-
-namespace utf8 {
+namespace mimetree::inner::utf8 {
 
 // Length of the longest run of whole well-formed sequences at the start of p[0, n).
 size_t validPrefix(const unsigned char* p, size_t n);
@@ -76,6 +74,4 @@ namespace scalar {
 size_t validPrefix(const unsigned char* p, size_t n);
 }  // namespace scalar
 
-}  // namespace utf8
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::utf8

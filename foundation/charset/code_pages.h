@@ -3,9 +3,7 @@
 
 // The code pages that the code names, in the Windows numbering; _zqCharset.cpp has them all.
 
-namespace mimetree::inner {
-
-namespace codepage {
+namespace mimetree::inner::codepage {
 
 constexpr int kNone = 0;
 constexpr int kUtf16LE = 1200, kUtf16BE = 1201;
@@ -13,6 +11,4 @@ constexpr int kWindows1252 = 1252;
 constexpr int kUtf32LE = 12000, kUtf32BE = 12001;
 constexpr int kAscii = 20127, kLatin1 = 28591, kUtf8 = 65001;
 
-}  // namespace codepage
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::codepage

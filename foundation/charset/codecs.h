@@ -15,9 +15,7 @@
 
 class DataBuffer;
 
-namespace mimetree::inner {
-
-namespace charset {
+namespace mimetree::inner::charset {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
@@ -124,6 +122,4 @@ uint32_t ks1001Code(char32_t c);
 // half-width katakana; 0 for all else.
 char32_t jisOtherForm(char32_t c);
 
-}  // namespace charset
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::charset

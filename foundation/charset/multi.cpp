@@ -14,9 +14,7 @@
 
 #include "foundation/charset/codecs.h"
 
-namespace mimetree::inner {
-
-namespace charset {
+namespace mimetree::inner::charset {
 namespace {
 
 struct CodeRange {
@@ -378,6 +376,4 @@ char32_t jisOtherForm(char32_t c) {
     return 0;
 }
 
-}  // namespace charset
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::charset

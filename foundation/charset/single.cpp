@@ -9,9 +9,7 @@
 
 #include "foundation/charset/codecs.h"
 
-namespace mimetree::inner {
-
-namespace charset {
+namespace mimetree::inner::charset {
 namespace {
 
 #include "foundation/charset/tables/single_byte.inc"
@@ -104,6 +102,4 @@ constexpr Codec kCodecs[] = {
 
 CodecList singleByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
-}  // namespace charset
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::charset

@@ -11,9 +11,7 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/codecs.h"
 
-namespace mimetree::inner {
-
-namespace charset {
+namespace mimetree::inner::charset {
 namespace {
 
 constexpr unsigned char kEsc = 0x1B, kShiftOut = 0x0E, kShiftIn = 0x0F;
@@ -271,6 +269,4 @@ constexpr Codec kCodecs[] = {
 
 CodecList statefulCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
-}  // namespace charset
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::charset

@@ -8,9 +8,7 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/codecs.h"
 
-namespace mimetree::inner {
-
-namespace charset {
+namespace mimetree::inner::charset {
 namespace {
 
 bool isHighSurrogate(char32_t c) { return (c & 0xFFFFFC00) == 0xD800; }
@@ -266,6 +264,4 @@ constexpr Codec kCodecs[] = {
 
 CodecList unicodeCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
-}  // namespace charset
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::charset

@@ -12,9 +12,7 @@
 #include <immintrin.h>
 #endif
 
-namespace mimetree::inner {
-
-namespace base64 {
+namespace mimetree::inner::base64 {
 namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -310,6 +308,4 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out) {
     return scalar::decode(text, n, out);
 }
 
-}  // namespace base64
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::base64

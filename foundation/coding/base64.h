@@ -8,9 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace mimetree::inner {
-
-namespace base64 {
+namespace mimetree::inner::base64 {
 
 // RFC 2045 6.8: no line is longer than 76 characters, which hold 57 bytes.
 constexpr size_t kLineBytes = 57;
@@ -36,6 +34,4 @@ char* encode(const unsigned char* data, size_t n, char* out);
 unsigned char* decode(const char* text, size_t n, unsigned char* out);
 }  // namespace scalar
 
-}  // namespace base64
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::base64

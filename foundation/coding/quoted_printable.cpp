@@ -16,9 +16,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace mimetree::inner {
-
-namespace quoted_printable {
+namespace mimetree::inner::quoted_printable {
 namespace {
 
 // RFC 2045 6.7 (5): no line is longer than 76 characters, the "=" of a soft break included.
@@ -359,6 +357,4 @@ unsigned char* decode(const char* text, size_t n, unsigned char* out) {
     return decodeWith<BlockRuns>(text, n, out);
 }
 
-}  // namespace quoted_printable
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::quoted_printable

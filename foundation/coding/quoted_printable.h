@@ -8,9 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace mimetree::inner {
-
-namespace quoted_printable {
+namespace mimetree::inner::quoted_printable {
 
 // Room that encode() wants for these bytes; seldom more than a tenth above what it writes.
 uint64_t encodedBound(const unsigned char* data, size_t n);
@@ -26,6 +24,4 @@ char* encode(const unsigned char* data, size_t n, char* out);
 unsigned char* decode(const char* text, size_t n, unsigned char* out);
 }  // namespace scalar
 
-}  // namespace quoted_printable
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::quoted_printable

@@ -17,9 +17,7 @@
 
 class StringBuffer;
 
-namespace mimetree::inner {
-
-namespace xml {
+namespace mimetree::inner::xml {
 
 // XML 1.0 2.2: the length in bytes of the character at `p`, which is not `end`, and its code
 // point; 0 when no character that XML can hold stands there.
@@ -60,6 +58,4 @@ bool decodeInstruction(const char* p, size_t n, StringBuffer& out);
 // What stands between the quotes.
 bool decodeAttributeValue(const char* p, size_t n, StringBuffer& out);
 
-}  // namespace xml
-
-}  // namespace mimetree::inner
+}  // namespace mimetree::inner::xml
