@@ -34,19 +34,20 @@ public:
     // The quote that closes the part whose text starts at `p`; the end when none does.
     const char* find(const char* p) {
         moveToPlainQuote(p);
-        if (m_plain != m_end && !isBehindEqualsSign(m_plain)) return m_plain;
+        if (m_plain != m_end && !m_plainOpens) return m_plain;
         const char* quote = findQuote(p, m_plain);
         while (quote != m_plain && !endsParameter(quote + 1)) quote = findQuote(quote + 1, m_plain);
         return quote;
     }
 
 private:
-    // Only forward, so that all calls together read the text once.
+    // Only forward, so that all calls together read the text once, and back to a "=" as well.
     void moveToPlainQuote(const char* p) {
         if (m_plain >= p && m_found) return;
         m_found = true;
         m_plain = findQuote(p, m_end);
         while (m_plain != m_end && m_plain[-1] == '\\') m_plain = findQuote(m_plain + 1, m_end);
+        m_plainOpens = m_plain != m_end && isBehindEqualsSign(m_plain);
     }
 
     static bool isBehindEqualsSign(const char* quote) {
@@ -63,6 +64,7 @@ private:
     const char* m_plain;  // the first quote without a backslash behind the last part's start
     const char* const m_end;
     bool m_found = false;
+    bool m_plainOpens = false;  // a value, as it stands behind a "="
 };
 
 // Every other backslash stands for itself.

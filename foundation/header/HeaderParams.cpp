@@ -57,11 +57,26 @@ bool startsParam(const char* p, const char* end) {
     return false;
 }
 
-// The end of an unquoted text: a ";", or blanks with a parameter behind them.
+// Where an unquoted text that starts at `p` ends: at a ";", or at a parameter behind blanks.
+bool endsText(const char* q, const char* p, const char* end) {
+    if (*q == ';') return true;
+    return q != p && bytes::isSpace(q[-1]) && !bytes::isSpace(*q) && startsParam(q, end);
+}
+
 const char* textEnd(const char* p, const char* end) {
+    const char* q = p;
+    while (q != end && !endsText(q, p, end)) ++q;
+    return q;
+}
+
+// The same, but nothing within a pair of quotes ends the text.
+const char* quotingTextEnd(const char* p, const char* end) {
+    const char* close = p;
     for (const char* q = p; q != end; ++q) {
-        if (*q == ';') return q;
-        if (q != p && bytes::isSpace(q[-1]) && !bytes::isSpace(*q) && startsParam(q, end)) return q;
+        if (endsText(q, p, end)) return q;
+        if (*q != '"' || close == end) continue;
+        close = findByte(q + 1, end, '"');
+        if (close != end) q = close;
     }
     return end;
 }
@@ -139,22 +154,10 @@ bool HeaderParams::readUnquoted() {
     m_at = to == from ? to : skipComments(to);
     const bool isWord = m_at == m_end || *m_at == ';' || (m_at != to && startsParam(m_at, m_end));
     if (!isWord) {
-        m_at = unquotedEnd(m_at);
+        m_at = quotingTextEnd(m_at, m_end);
         to = trimBack(from, m_at);
     }
     return m_value.appendN(from, sizeOf(from, to));
-}
-
-// A ";" within a pair of quotes does not end the value.
-const char* HeaderParams::unquotedEnd(const char* p) const {
-    for (;;) {
-        const char* const stop = textEnd(p, m_end);
-        const char* const quote = findByte(p, stop, '"');
-        if (quote == stop) return stop;
-        const char* const close = findByte(quote + 1, m_end, '"');
-        if (close == m_end) return stop;
-        p = close + 1;
-    }
 }
 
 // Tolerated: a value that is never closed; it runs to the end.

@@ -35,7 +35,6 @@ public:
 private:
     const char* skipComments(const char* p);
     const char* skipComment(const char* p);
-    const char* unquotedEnd(const char* p) const;
     bool readName();
     bool readValue();
     bool readUnquoted();
