@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Byte loops: substring search and runs of ASCII.  The SSE2 forms stand behind the same names
-// as the plain ones; SSE2 is part of every x86-64 processor, so nothing is chosen at run time.
+// Byte loops: substring search and runs of ASCII.  The plain forms stand here, the vectorised
+// ones in simd/scan.inc.
 
 #include "foundation/bytes/bytes.h"
 
-#include <cstdint>
-#include <cstring>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::bytes {
 
@@ -57,67 +52,22 @@ const char* findByHash(const char* p, size_t n, const char* needle, size_t m) {
 
 }  // namespace
 
-#if defined(__SSE2__)
-
 namespace {
 
-__m128i load16(const char* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+#define SIMD_KERNELS "foundation/simd/scan.inc"
+#include "foundation/simd/each_level.inc"
 
-unsigned equalMask(const char* p, __m128i byte) {
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(load16(p), byte)));
-}
-
-unsigned highMask(const char* p) { return static_cast<unsigned>(_mm_movemask_epi8(load16(p))); }
-
-unsigned lowestBit(unsigned mask) { return static_cast<unsigned>(__builtin_ctz(mask)); }
+constexpr auto kFind = SIMD_KERNEL_OVER(findByHash, find);
+constexpr auto kAsciiRun = SIMD_KERNEL(asciiRun);
 
 }  // namespace
 
-// Compares the needle's first and last byte at 16 places at a time, and the whole needle only
-// where both fit.  Limit: a text that repeats most of the needle everywhere would make that
-// n * m; once more bytes were compared than the text has, the rest is searched by hash.
 const char* find(const char* p, size_t n, const char* needle, size_t m) {
     if (m < 2) return m ? findByte(p, n, needle[0]) : p;
-    if (n < m) return nullptr;
-    size_t budget = n;
-    const __m128i first = _mm_set1_epi8(needle[0]);
-    const __m128i last = _mm_set1_epi8(needle[m - 1]);
-    const char* const end = p + (n - m + 1);
-    for (; end - p >= 16; p += 16) {
-        unsigned mask = equalMask(p, first) & equalMask(p + m - 1, last);
-        for (; mask; mask &= mask - 1) {
-            const char* hit = p + lowestBit(mask);
-            if (std::memcmp(hit, needle, m) == 0) return hit;
-            if (budget < m) return findByHash(p, static_cast<size_t>(end - p) + m - 1, needle, m);
-            budget -= m;
-        }
-    }
-    return scalar::find(p, static_cast<size_t>(end - p) + m - 1, needle, m);
+    return n < m ? nullptr : kFind.now()(p, n, needle, m);
 }
 
-size_t asciiRun(const char* p, size_t n) {
-    size_t i = 0;
-    for (; n - i >= 64; i += 64) {
-        const __m128i any = _mm_or_si128(_mm_or_si128(load16(p + i), load16(p + i + 16)),
-                                         _mm_or_si128(load16(p + i + 32), load16(p + i + 48)));
-        if (_mm_movemask_epi8(any)) break;
-    }
-    for (; n - i >= 16; i += 16)
-        if (const unsigned mask = highMask(p + i)) return i + lowestBit(mask);
-    return i + scalar::asciiRun(p + i, n - i);
-}
-
-#else
-
-const char* find(const char* p, size_t n, const char* needle, size_t m) {
-    if (m < 2) return m ? findByte(p, n, needle[0]) : p;
-    if (n < m) return nullptr;
-    return findByHash(p, n, needle, m);
-}
-
-size_t asciiRun(const char* p, size_t n) { return scalar::asciiRun(p, n); }
-
-#endif
+size_t asciiRun(const char* p, size_t n) { return kAsciiRun.now()(p, n); }
 
 bool equalIgnoreCase(const char* a, const char* b, size_t n) {
     for (size_t i = 0; i < n; ++i)
