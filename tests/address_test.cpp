@@ -46,7 +46,11 @@ const TextRow kRows[] = {
     {"missing angles", "Joe Bloggs a@b c@d Jim", "Joe Bloggs|a@b ; Jim|c@d"},
     {"address as a name", "a@b <a@b>, \"c@d\" <c@d>", "a@b|a@b ; c@d|c@d"},
     {"at sign in a name", "Joe @ Work <a@b>", "Joe @ Work|a@b"},
-    {"blanks around the at sign", "a @ b, < c @ d . e >", "|a@b ; |c@d.e"},
+    {"blanks around at signs and dots", "a @ b, < c @ d . e >, f . g. h@i .j . k",
+     "|a@b ; |c@d.e ; |f.g.h@i.j.k"},
+    {"comments around dots", "J <a@b(x). c>, d@e(y) . f", "J|a@b.c ; y|d@e.f"},
+    {"dots of a name", "Joe Q. Bloggs a@b, J. R. Tolkien c@d, e@f. g@h",
+     "Joe Q. Bloggs|a@b ; J. R. Tolkien|c@d ; |e@f. ; |g@h"},
     {"comma in a word", "=?u?Q?M=FC, \"H:<?= <a@b>,c@d", "=?u?Q?M=FC, \"H:<?=|a@b ; |c@d"},
     {"encoded word that is none", "=?x?Q?a, b? <a@b>", "|=?x?Q?a ; b?|a@b"},
     {"encoded word in no coding", "=?x?Z?a, b?= <c@d>", "|=?x?Z?a ; b?=|c@d"},
@@ -63,7 +67,7 @@ const TextRow kRows[] = {
     {"comma in a local part", "<x,y@z>", "|x,y@z"},
     {"comment that is never closed", "a@b (Joe, c@d", "Joe|a@b ; |c@d"},
     {"doubled angles", "Joe <<a@b>>, c@d", "Joe|a@b ; |c@d"},
-    {"empty angle", "Joe <>, <>", "|Joe"},
+    {"empty angle", "Joe <>, \"J, B\" <>, <>, a@b <>, Jim <> <c@d>", "Joe| ; J, B| ; |a@b ; Jim|c@d"},
     {"no address", "Joe Bloggs, \"x, y\", me (z)", "|Joe Bloggs ; |\"x, y\" ; z|me"},
 };
 

@@ -160,16 +160,22 @@ void appendName(StringBuffer& out, Span words) {
     out.trim2();
 }
 
-// RFC 5322 4.4: blanks may surround the "@" of an old address.
-void closeUp(StringBuffer& out, Span words) {
+// RFC 5322 4.4: blanks may surround the "@" and the dots of an old address.
+void closeUp(StringBuffer& out, Span words, const ByteSet& joins) {
     UnitCursor cursor(words);
     while (!cursor.atEnd()) {
         const Span blanks = cursor.blanks();
         if (cursor.atEnd()) return;
         UnitKind kind;
         const Span unit = cursor.next(kind);
-        if (!unit.isEmpty()) appendUnit(out, blanks, unit, kAt);
+        if (!unit.isEmpty()) appendUnit(out, blanks, unit, joins);
     }
+}
+
+bool hasAtNext(UnitCursor cursor) {
+    UnitKind kind;
+    const Span unit = cursor.next(kind);
+    return kind == UnitKind::Plain && unit.has('@');
 }
 
 // A line break goes; the blanks beside it stay, and where there are none it becomes one.
@@ -234,16 +240,16 @@ private:
     void readColon() {
         if (m_angle.isEmpty() && m_wordsHaveAt) return readWord();
         m_in.skip();
-        flushAngle();
+        if (m_isAngled) flush();
         reset();
     }
 
     // Tolerated: missing separators.  Behind "<a@b>" and behind "a@b (Comment)" a new mailbox
     // starts.
     void readWord() {
-        flushAngle();
+        if (m_isAngled) flush();
         if (m_wordsHaveAt && !m_comment.isEmpty() && !m_blanks.isEmpty() &&
-            m_words.lastChar() != '@')
+            !kAtAndDot.has(m_words.lastChar()) && m_in.peek() != '.')
             flush();
         UnitKind kind;
         const Span unit = m_in.next(kind);
@@ -259,13 +265,16 @@ private:
     // Takes "<...>" without blanks, comments and route.
     // Tolerated: an open bracket ends at the next one, or at a separator behind an "@".
     void readAngle() {
-        flushAngle();
+        if (!m_angle.isEmpty()) flush();
         m_in.skip();
         m_blanks = {};
         bool isRoute = false, hasAt = false;
         while (!m_in.atEnd() && m_in.peek() != '<') {
             const char c = m_in.peek();
-            if (c == '>') return m_in.skip();
+            if (c == '>') {
+                m_isAngled = true;
+                return m_in.skip();
+            }
             if ((c == ',' || c == ';') && hasAt && !isRoute) return;
             if (c == '(') {
                 readComment();
@@ -288,12 +297,9 @@ private:
         const Span unit = m_in.next(kind);
         if (unit.isEmpty()) return false;
         appendUnit(m_angle, m_blanks, unit, kAtAndDot);
+        m_isAngled = true;
         m_blanks = {};
         return kind == UnitKind::Plain && unit.has('@');
-    }
-
-    void flushAngle() {
-        if (!m_angle.isEmpty()) flush();
     }
 
     void flush() {
@@ -302,6 +308,7 @@ private:
         check(m_comment);
         if (!m_angle.isEmpty()) add(spanOf(m_words), spanOf(m_angle));
         else if (m_wordsHaveAt) addBareAddresses();
+        else if (m_isAngled && !m_words.isEmpty()) add(spanOf(m_words), {});
         else if (!m_words.isEmpty()) add({}, spanOf(m_words));
         if (m_last && m_last->m_displayName.isEmpty())
             m_last->m_displayName.getUtf8Sb_rw().swap(m_comment);
@@ -309,34 +316,42 @@ private:
     }
 
     // Tolerated: "Joe Bloggs joe@x" and "a@b c@d".  Each word with an "@" ends a mailbox,
-    // named by the words in front of it; those behind the last one go to its name.
+    // named by the words in front of it; those behind the last one go to its name.  Words with
+    // dots between them all are one ("john . doe@test . example"), but "Joe Q. joe@x" is two.
     void addBareAddresses() {
         StringBuffer words;
-        closeUp(words, spanOf(m_words));
+        closeUp(words, spanOf(m_words), kAt);
         check(words);
         UnitCursor cursor(spanOf(words));
         const char* name = cursor.at();
         const char* word = name;
-        for (bool hasAt = false;;) {
-            if (!cursor.atEnd() && !bytes::isBlank(cursor.peek())) {
-                UnitKind kind;
-                const Span unit = cursor.next(kind);
-                hasAt = hasAt || (kind == UnitKind::Plain && unit.has('@'));
-                continue;
-            }
+        for (bool hasAt = false; !cursor.atEnd();) {
+            UnitKind kind;
+            const Span unit = cursor.next(kind);
+            hasAt = hasAt || (kind == UnitKind::Plain && unit.has('@'));
+            const char* const end = cursor.at();
+            if (!cursor.atEnd() && cursor.blanks().isEmpty()) continue;
+            const bool isDotted =
+                !cursor.atEnd() && (end[-1] == '.' || cursor.peek() == '.');
+            if (isDotted && (hasAt ? !hasAtNext(cursor) : word == name)) continue;
             if (hasAt) {
-                add({name, word}, {word, cursor.at()});
+                addBare({name, word}, {word, end});
                 name = cursor.at();
-                hasAt = false;
             }
-            if (cursor.atEnd()) break;
-            cursor.blanks();
+            hasAt = false;
             word = cursor.at();
         }
         // A dropped comment can leave what now reads as an encoded word around the "@".
         if (!m_last) return add({}, spanOf(words));
         appendName(m_last->m_displayName.getUtf8Sb_rw(), {name, cursor.at()});
         check(m_last->m_displayName.getUtf8Sb());
+    }
+
+    void addBare(Span name, Span address) {
+        m_angle.weakClear();
+        closeUp(m_angle, address, kAtAndDot);
+        check(m_angle);
+        add(name, spanOf(m_angle));
     }
 
     void add(Span name, Span address) {
@@ -360,7 +375,7 @@ private:
         m_angle.weakClear();
         m_comment.weakClear();
         m_blanks = {};
-        m_wordsHaveAt = false;
+        m_wordsHaveAt = m_isAngled = false;
         m_last = nullptr;
     }
 
@@ -371,6 +386,7 @@ private:
     StringBuffer m_comment;
     Span m_blanks;               // those in front of the cursor
     bool m_wordsHaveAt = false;  // outside quotes
+    bool m_isAngled = false;     // there was an angle, if only an empty one
     bool m_noMemory = false;
     _zqEmailAddress* m_last = nullptr;  // what this flush added, owned by m_out
 };
