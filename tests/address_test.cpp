@@ -67,7 +67,8 @@ const TextRow kRows[] = {
     {"comma in a local part", "<x,y@z>", "|x,y@z"},
     {"comment that is never closed", "a@b (Joe, c@d", "Joe|a@b ; |c@d"},
     {"doubled angles", "Joe <<a@b>>, c@d", "Joe|a@b ; |c@d"},
-    {"empty angle", "Joe <>, \"J, B\" <>, <>, a@b <>, Jim <> <c@d>", "Joe| ; J, B| ; |a@b ; Jim|c@d"},
+    {"empty angle", "Joe <>, \"J, B\" <>, <>, a@b <>, Jim <> <c@d>",
+     "Joe| ; J, B| ; |a@b ; Jim|c@d"},
     {"no address", "Joe Bloggs, \"x, y\", me (z)", "|Joe Bloggs ; |\"x, y\" ; z|me"},
 };
 

@@ -96,7 +96,7 @@ constexpr Row kRows[] = {
     {"ASCII names stay", "Cc", "\"a, b\" <a@x>,c@d (e),  \xC3\xA9 <f@x>",
      "Cc: \"a, b\" <a@x>,c@d (e), =?utf-8?B?w6k=?= <f@x>"},
     {"comment", "Sender", "a@b (\xC3\xA9 \\(x\\)), c@d", "Sender: a@b (=?utf-8?B?w6kgKHgp?=), c@d"},
-    {"group", "Resent-To", "Fr\xC3\xBC: a@b, c@d;", "Resent-To: =?utf-8?Q?Fr=C3=BC?=: a@b, c@d;"},
+    {"group", "Resent-To", "Fr\xC3\xBC: a@b, c@d;", "Resent-To: =?utf-8?Q?Fr=C3=BC?= : a@b, c@d;"},
     {"address is never encoded", "To", "\xC3\xA9@x.de, x <\xC3\xA9@x>",
      "To: \xC3\xA9@x.de, x <\xC3\xA9@x>"},
     {"no address", "To", "J\xC3\xB6rg", "To: =?utf-8?B?SsO2cmc=?="},
@@ -106,13 +106,17 @@ constexpr Row kRows[] = {
     {"parameters", "Content-Type", "a/b;  x=\"y\" ; name=\"\xC3\xA9\"; z=w (c)",
      "Content-Type: a/b;  x=\"y\" ; name*=utf-8''%C3%A9; z=w (c)"},
     {"missing ;", "Content-Type", "a/b; name=\xC3\xA9 charset=x name=\"\xC3\xA9\" y",
-     "Content-Type: a/b; name*=utf-8''%C3%A9; charset=x ; name*=utf-8''%C3%A9; y"},
+     "Content-Type: a/b; name*=utf-8''%C3%A9; charset=x ; y"},
+    {"beside the extended form", "Content-Disposition",
+     "a; filename=\"\xC3\xA9\"; FILENAME*=''x; filename=z; y=\xC3\xA9 y=z",
+     "Content-Disposition: a; FILENAME*=''x; y*=utf-8''%C3%A9%20y%3Dz"},
     {"pieces stay", "Content-Type", "a/b; name*0=\xC3\xA9", "Content-Type: a/b; name*0=\xC3\xA9"},
     {"fold before a parameter", "Content-Disposition",
      "attachment; size=1; filename=\"\xC3\xA9 abcdefghijabcdefghijabcdefghij.pdf\"; x=y",
      "Content-Disposition: attachment; size=1;\r\n "
      "filename*=utf-8''%C3%A9%20abcdefghijabcdefghijabcdefghij.pdf; x=y"},
-    {"structured", "List-Id", "\xC3\xA9 <x>", "List-Id: \xC3\xA9 <x>"},
+    {"structured", "List-Post", "\xC3\xA9 <x>", "List-Post: \xC3\xA9 <x>"},
+    {"phrase", "List-ID", "\xC3\xA9 <\xC3\xA9.x>", "List-ID: =?utf-8?B?w6k=?= <\xC3\xA9.x>"},
 };
 
 TEST(HeaderWriter, Rows) {

@@ -7,11 +7,15 @@
 
 #include "foundation/header/HeaderParams.h"
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/ContentCoding.h"
-#include "foundation/bytes/GrowArray.h"
+#include "foundation/DataBuffer.h"
+#include "foundation/EncodingConvert.h"
 #include "foundation/LogNull.h"
+#include "foundation/_zqUtf.h"
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/charset/code_pages.h"
 
 #include <cstring>
 
@@ -386,20 +390,33 @@ void appendExtended(const char* name, const StringBuffer& value, StringBuffer& o
     }
 }
 
+// Bytes that are no UTF-8 become characters, as everywhere that text is written.
+bool appendValid(const StringBuffer& value, StringBuffer& out) {
+    const auto* const text = reinterpret_cast<const unsigned char*>(value.getString());
+    if (_zqUtf::isValidUtf8(text, value.getSize(), 0)) return out.append(value);
+    DataBuffer valid;
+    LogNull log;
+    return EncodingConvert::EncConvert(codepage::kUtf8, codepage::kUtf8, text, value.getSize(),
+                                       valid, log) &&
+           out.append(valid);
+}
+
 // RFC 2046 5.1.1: boundaries, which readers want in one piece, have up to 70 characters.
 constexpr unsigned kMaxPlain = 70;
 
 }  // namespace
 
-// Kept on purpose: a value with "=?" in it is percent-encoded, since readers decode encoded
-// words even where RFC 2047 5 forbids them.
+// Kept on purpose: a plain value with "'", "*" or "%" is quoted, since some readers take any
+// such token for an extended one; a value with "=?" in it is percent-encoded, since readers decode
+// encoded words even where RFC 2047 5 forbids them.
 void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer& out) {
-    StringBuffer line(value);
+    StringBuffer line;
+    if (!appendValid(value, line)) out.markFailed();
     line.replaceCharAnsi('\r', ' ');
     line.replaceCharAnsi('\n', ' ');
     out.append3("; ", name, "");
     const bool isShort = line.getSize() <= kMaxPlain;
-    if (isShort && !line.isEmpty() && consistsOf(line, kTokenBytes)) {
+    if (isShort && !line.isEmpty() && consistsOf(line, kAttributeBytes)) {
         out.append3("=", line.getString(), "");
     } else if (isShort && consistsOf(line, kQuotedBytes) && !line.containsSubstring("=?")) {
         out.append3("=\"", line.getString(), "\"");

@@ -9,8 +9,10 @@
 
 #include "foundation/coding/EncodedWords.h"
 #include "foundation/header/HeaderParams.h"
+#include "foundation/header/header_fields.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/xml/names.h"
 
 #include <cstring>
 
@@ -411,7 +413,7 @@ void AddressWriter::encode(const char* begin, const char* end, bool isPhrase) {
 }
 
 void AddressWriter::copyTo(const char* end) {
-    if (m_copied != end && *m_copied == '<' && m_lines->isBehindWords())
+    if (m_copied != end && (*m_copied == '<' || *m_copied == ':') && m_lines->isBehindWords())
         m_lines->appendRun(kBlank, kBlank + 1, sizeOf(m_copied, wordEnd(m_copied, end)));
     m_lines->appendFolded(m_copied, end);
     m_copied = end;
@@ -432,54 +434,108 @@ const char* AddressWriter::closeOf(const char* p) const {
 
 // -- Fields with parameters
 
+// The forms in which the parameters of a value stand, by their names in any case.
+class ParamForms {
+public:
+    enum Form { Plain = '7', NotAscii = '8', Extended = '*' };  // RFC 2231 3, 4
+
+    bool has(const StringBuffer& param, Form form) {
+        const XmlSlice key = append(param, form);
+        const bool found = m_names.has(m_text.getString(), key);
+        m_text.shorten(key.size);
+        return found;
+    }
+
+    void add(const StringBuffer& param, Form form) {
+        const XmlSlice key = append(param, form);
+        if (m_text.failed() || m_names.has(m_text.getString(), key) ||
+            !m_names.insert(m_text.getString(), key))
+            m_text.shorten(key.size);
+    }
+
+private:
+    XmlSlice append(const StringBuffer& param, Form form) {
+        const unsigned at = m_text.getSize();
+        m_text.appendChar(static_cast<char>(form));
+        for (const char* p = param.getString(); *p && *p != '*'; ++p)
+            m_text.appendChar(bytes::lower(*p));
+        return {at, m_text.getSize() - at};
+    }
+
+    StringBuffer m_text;
+    XmlNameSet m_names;
+};
+
 // Copies a value, with its non-ASCII parameters written anew.
 class ParamsWriter {
 public:
     ParamsWriter(const char* begin, const char* end, LineFolder& lines)
-        : m_params(begin, sizeOf(begin, end)), m_at(begin), m_end(end), m_lines(lines) {}
+        : m_params(begin, sizeOf(begin, end)), m_at(begin), m_end(end), m_lines(lines) {
+        for (HeaderParams params = m_params; params.next();)
+            if (params.name().containsChar('*')) m_forms.add(params.name(), ParamForms::Extended);
+    }
 
     void write();
 
 private:
-    bool mustEncode() const;
+    enum class Fate { Copy, Encode, Drop };
+
+    Fate decide();
+    void writeParam();
     void copyGap(const char* end, size_t next);
 
     HeaderParams m_params;
     const char* m_at;
     const char* m_end;
     LineFolder& m_lines;
-    bool m_encoded = false;     // the last parameter was,
+    ParamForms m_forms;
+    bool m_encoded = false;     // the last parameter was, or was dropped
     bool m_encodeNext = false;  // the next one will be
 };
 
 void ParamsWriter::write() {
     m_lines.appendFolded(m_at, m_params.begin());
     for (m_at = m_params.begin(); m_params.next(); m_at = m_params.end()) {
-        StringBuffer text;
-        m_encodeNext = mustEncode();
-        if (m_encodeNext) {
-            appendHeaderParam(m_params.name().getString(), m_params.value(), text);
-            text.removeFront(2);
-        } else {
-            text.appendN(m_params.begin(), sizeOf(m_params.begin(), m_params.end()));
-        }
-        m_lines.check(text);
-        const char* const begin = text.getString();
-        const char* const end = begin + text.getSize();
-        copyGap(m_params.begin(), text.getSize() + 1);
-        if (m_lines.fits(text.getSize())) m_lines.append(begin, end);
-        else m_lines.appendFolded(begin, end);
-        m_encoded = m_encodeNext;
+        const Fate fate = decide();
+        m_encodeNext = fate == Fate::Encode;
+        if (fate != Fate::Drop) writeParam();
+        m_encoded = fate != Fate::Copy;
     }
     m_encodeNext = false;
     copyGap(m_end, 0);
 }
 
+void ParamsWriter::writeParam() {
+    StringBuffer text;
+    if (m_encodeNext) {
+        appendHeaderParam(m_params.name().getString(), m_params.value(), text);
+        text.removeFront(2);
+    } else {
+        text.appendN(m_params.begin(), sizeOf(m_params.begin(), m_params.end()));
+    }
+    m_lines.check(text);
+    const char* const begin = text.getString();
+    const char* const end = begin + text.getSize();
+    copyGap(m_params.begin(), text.getSize() + 1);
+    if (m_lines.fits(text.getSize())) m_lines.append(begin, end);
+    else m_lines.appendFolded(begin, end);
+}
+
+// The first of a name counts where it is read, and no reader knows what to make of a name
+// that is written in the extended form twice.
 // Kept on purpose: the pieces of RFC 2231 values stay as they are, even with raw UTF-8.
-bool ParamsWriter::mustEncode() const {
-    const StringBuffer& value = m_params.value();
+ParamsWriter::Fate ParamsWriter::decide() {
     const StringBuffer& name = m_params.name();
-    return !value.is7bit(0) && name.is7bit(0) && !name.containsChar('*');
+    if (!name.is7bit(0) || name.containsChar('*')) return Fate::Copy;
+    const bool wasEncoded = m_forms.has(name, ParamForms::NotAscii);
+    if (m_params.value().is7bit(0)) {
+        m_forms.add(name, ParamForms::Plain);
+        return wasEncoded ? Fate::Drop : Fate::Copy;
+    }
+    m_forms.add(name, ParamForms::NotAscii);
+    const bool isTold = wasEncoded || m_forms.has(name, ParamForms::Plain) ||
+                        m_forms.has(name, ParamForms::Extended);
+    return isTold ? Fate::Drop : Fate::Encode;
 }
 
 // Copies what stands between two parameters.  Tolerated: a ";" that is missing there; a
@@ -498,62 +554,6 @@ void ParamsWriter::copyGap(const char* end, size_t next) {
 }
 
 // -- Fields
-
-enum class Grammar { Unstructured, Addresses, Params, Structured };
-
-struct FieldRow {
-    const char* name;  // in lower case; a "*" stands for any rest
-    Grammar grammar;
-};
-
-// The first row that matches decides.  RFC 2047 5: structured fields have no place for
-// encoded words; RFC 6532 3.2 lets them hold UTF-8.
-constexpr FieldRow kFields[] = {
-    {"arc-*", Grammar::Structured},
-    {"authentication-results", Grammar::Structured},
-    {"auto-submitted", Grammar::Structured},
-    {"bcc", Grammar::Addresses},
-    {"cc", Grammar::Addresses},
-    {"content-disposition", Grammar::Params},
-    {"content-id", Grammar::Structured},
-    {"content-language", Grammar::Structured},
-    {"content-location", Grammar::Structured},
-    {"content-md5", Grammar::Structured},
-    {"content-transfer-encoding", Grammar::Structured},
-    {"content-type", Grammar::Params},
-    {"date", Grammar::Structured},
-    {"delivered-to", Grammar::Structured},
-    {"disposition-notification-to", Grammar::Addresses},
-    {"dkim-signature", Grammar::Structured},
-    {"domainkey-signature", Grammar::Structured},
-    {"from", Grammar::Addresses},
-    {"in-reply-to", Grammar::Structured},
-    {"list-*", Grammar::Structured},
-    {"message-id", Grammar::Structured},
-    {"mime-version", Grammar::Structured},
-    {"received", Grammar::Structured},
-    {"received-spf", Grammar::Structured},
-    {"references", Grammar::Structured},
-    {"reply-to", Grammar::Addresses},
-    {"resent-date", Grammar::Structured},
-    {"resent-message-id", Grammar::Structured},
-    {"resent-*", Grammar::Addresses},
-    {"return-path", Grammar::Structured},
-    {"sender", Grammar::Addresses},
-    {"to", Grammar::Addresses},
-};
-
-bool matches(const FieldRow& row, const char* name, unsigned size) {
-    const size_t n = std::strlen(row.name);
-    if (row.name[n - 1] == '*') return size >= n && bytes::equalIgnoreCase(name, row.name, n - 1);
-    return size == n && bytes::equalIgnoreCase(name, row.name, n);
-}
-
-Grammar grammarOf(const char* name, unsigned size) {
-    for (const FieldRow& row : kFields)
-        if (matches(row, name, size)) return row.grammar;
-    return Grammar::Unstructured;
-}
 
 // RFC 5322 2.2.3: unfolding removes the CRLF of a fold.  Limit: what other line breaks there
 // are become blanks, so that no value makes a field of its own.
@@ -578,17 +578,19 @@ bool hasLongWord(const char* p, const char* end) {
     return false;
 }
 
-void writeValue(Grammar grammar, const char* begin, const char* end, size_t column, int codePage,
-                StringBuffer& out) {
+void writeValue(FieldGrammar grammar, const char* begin, const char* end, size_t column,
+                int codePage, StringBuffer& out) {
     LineFolder lines(out, column, kMaxColumns);
     LineFolder wordLines(out, column, kMaxWordColumns);
-    const bool mustCut = grammar == Grammar::Unstructured && hasLongWord(begin, end);
-    if (!mustCut && isAscii(begin, end)) grammar = Grammar::Structured;
+    const bool mustCut = grammar == FieldGrammar::Unstructured && hasLongWord(begin, end);
+    if (!mustCut && isAscii(begin, end)) grammar = FieldGrammar::Structured;
     switch (grammar) {
-        case Grammar::Unstructured:
+        case FieldGrammar::Unstructured:
             return UnstructuredWriter(begin, end, codePage, wordLines).write();
-        case Grammar::Addresses: return AddressWriter(begin, end, codePage, wordLines).write();
-        case Grammar::Params: return ParamsWriter(begin, end, lines).write();
+        case FieldGrammar::Addresses:
+        case FieldGrammar::XmlAddresses:
+            return AddressWriter(begin, end, codePage, wordLines).write();
+        case FieldGrammar::Params: return ParamsWriter(begin, end, lines).write();
         default: return lines.appendFolded(begin, end);
     }
 }

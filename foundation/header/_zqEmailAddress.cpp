@@ -331,8 +331,7 @@ private:
             hasAt = hasAt || (kind == UnitKind::Plain && unit.has('@'));
             const char* const end = cursor.at();
             if (!cursor.atEnd() && cursor.blanks().isEmpty()) continue;
-            const bool isDotted =
-                !cursor.atEnd() && (end[-1] == '.' || cursor.peek() == '.');
+            const bool isDotted = !cursor.atEnd() && (end[-1] == '.' || cursor.peek() == '.');
             if (isDotted && (hasAt ? !hasAtNext(cursor) : word == name)) continue;
             if (hasAt) {
                 addBare({name, word}, {word, end});

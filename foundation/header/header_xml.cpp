@@ -15,18 +15,8 @@
 #include "foundation/_zqEmailAddress.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/header/header_fields.h"
-#include "foundation/zqStrings.h"
 
 using namespace mimetree::inner;
-
-bool mimetree::inner::isXmlAddressField(const char* tag) {
-    static const char* const kNames[] = {"from",   "return-path", "ZQX-Bounce-Address",
-                                         "sender", "reply-to",    "to",
-                                         "cc",     "bcc",         "x-rcpt-to"};
-    for (const char* name : kNames)
-        if (zqStrEqualsIgnoreCase(tag, name)) return true;
-    return false;
-}
 
 namespace {
 
