@@ -70,6 +70,18 @@ size_t utf8::scalar::validPrefix(const unsigned char* p, size_t n) {
     return i;
 }
 
+bool utf8::isCleanText(const unsigned char* p, size_t n) {
+    for (const unsigned char* const end = p + n; p != end;) {
+        const unsigned length = sequence(p, static_cast<size_t>(end - p));
+        const bool isControl = length == 1 ? *p < 0x20 && *p != '\t' && *p != '\r' && *p != '\n'
+                                           : length == 2 && p[0] == 0xC2 && p[1] < 0xA0;
+        const bool isReplacement = length == 3 && p[0] == 0xEF && p[1] == 0xBF && p[2] == 0xBD;
+        if (length == 0 || isControl || isReplacement) return false;
+        p += length;
+    }
+    return true;
+}
+
 // What can follow is the lowest or the highest continuation byte, if anything can.
 bool utf8::isCutSequence(const unsigned char* p, size_t n) {
     if (n == 0 || n > 3) return false;

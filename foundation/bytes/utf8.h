@@ -12,6 +12,10 @@ namespace mimetree::inner::utf8 {
 // Length of the longest run of whole well-formed sequences at the start of p[0, n).
 size_t validPrefix(const unsigned char* p, size_t n);
 
+// True for well-formed text without U+FFFD and control characters (white space is none): what
+// was decoded in the wrong charset seldom is that.
+bool isCleanText(const unsigned char* p, size_t n);
+
 // True when p[0, n) is the beginning of a well-formed sequence that is longer than n.
 bool isCutSequence(const unsigned char* p, size_t n);
 

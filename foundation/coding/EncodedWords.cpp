@@ -17,6 +17,7 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/utf8.h"
 #include "foundation/charset/code_pages.h"
 
 #include <cstring>
@@ -32,16 +33,20 @@ const unsigned char* asBytes(const char* p) { return reinterpret_cast<const unsi
 // -- Finding words
 
 enum class Coding { Base64, Quoted, Verbatim };
-enum class Accept { KnownCharsets, AnyCharsetAnd8bit };
+enum class Accept { Rfc2047, Also8bit };
 
 struct Word {
     const char* begin;
     const char* end;
+    const char* charset;
+    unsigned charsetSize;
     const char* text;
     unsigned textSize;
     Coding coding;
-    int codePage;  // 0 where charsets do not matter
 };
+
+// Tolerated: the colon, which nine registered names hold ("ISO_8859-1:1987").
+constexpr ByteSet kCharsetBytes = kTokenBytes.with(":");
 
 class WordScanner {
 public:
@@ -56,7 +61,6 @@ private:
     bool readHead(const char* p, Word& word) const;
     bool readCoding(const char* p, Word& word) const;
     bool readText(Word& word);
-    bool knowsCharset(Word& word) const;
     bool holdsHead(const char* p, const char* end) const;
     const char* closeFrom(const char* p);
 
@@ -70,7 +74,7 @@ private:
 bool WordScanner::next() {
     while (const char* start = bytes::find(m_at, static_cast<size_t>(m_end - m_at), "=?", 2)) {
         m_at = start + 2;
-        if (readHead(start, m_word) && readText(m_word) && knowsCharset(m_word)) {
+        if (readHead(start, m_word) && readText(m_word)) {
             m_at = m_word.end;
             return true;
         }
@@ -81,8 +85,11 @@ bool WordScanner::next() {
 // RFC 2047 2: "=?charset?coding?"; RFC 2231 5 adds "*language" to the charset.
 bool WordScanner::readHead(const char* p, Word& word) const {
     word.begin = p;
+    word.charset = p + 2;
     const char* q = p + 2;
-    while (q != m_end && kTokenBytes.has(*q)) ++q;
+    while (q != m_end && kCharsetBytes.has(*q) && *q != '*') ++q;
+    word.charsetSize = sizeOf(word.charset, q);
+    while (q != m_end && kCharsetBytes.has(*q)) ++q;
     return q != p + 2 && readCoding(q, word);
 }
 
@@ -95,7 +102,7 @@ bool WordScanner::readCoding(const char* p, Word& word) const {
     static constexpr Row kRows[] = {
         {"?b?", 3, Coding::Base64}, {"?q?", 3, Coding::Quoted}, {"?8bit?", 6, Coding::Verbatim}};
     for (const Row& row : kRows) {
-        if (row.coding == Coding::Verbatim && m_accept == Accept::KnownCharsets) continue;
+        if (row.coding == Coding::Verbatim && m_accept == Accept::Rfc2047) continue;
         if (sizeOf(p, m_end) < row.size || !bytes::equalIgnoreCase(p, row.mark, row.size)) continue;
         word.coding = row.coding;
         word.text = p + row.size;
@@ -130,16 +137,6 @@ const char* WordScanner::closeFrom(const char* p) {
         m_close = found ? found : m_end;
     }
     return m_close;
-}
-
-bool WordScanner::knowsCharset(Word& word) const {
-    word.codePage = 0;
-    if (m_accept == Accept::AnyCharsetAnd8bit) return true;
-    const char* name = word.begin + 2;
-    unsigned size = 0;
-    while (name[size] != '?' && name[size] != '*') ++size;
-    word.codePage = _zqCharset::codePageOf(name, size);
-    return EncodingConvert::isKnown(word.codePage);
 }
 
 // -- Reading words
@@ -195,36 +192,188 @@ bool forEachPiece(const char* text, unsigned size, Accept accept, Sink& sink) {
     return sink.addText(plain, sizeOf(plain, end));
 }
 
-// Converts to UTF-8.  Tolerated: a character that is cut in two, so the bytes of words that
-// follow one another in one charset are converted together.
+// The bytes of words that follow one another in one charset.
+// Tolerated: a base64 group or an escape that is cut in two.  What is left of one waits for the
+// next word.  Words may as well lack their padding, or end with "=" for itself, so from the
+// first cut on the bytes of each word alone are kept as a second reading.
+class WordRun {
+public:
+    bool add(const Word& word);
+    bool close();  // no word follows
+    void clear();
+
+    bool isEmpty() const { return m_joined.isEmpty() && m_tail.isEmpty(); }
+    bool isCut() const { return !m_tail.isEmpty(); }
+    const DataBuffer& joined() const { return m_joined; }
+    const DataBuffer* apart() const { return m_hasApart ? &m_apart : nullptr; }
+
+private:
+    bool startApart();
+    bool appendTail(DataBuffer& out) const;
+
+    DataBuffer m_joined, m_apart;
+    StringBuffer m_tail;  // the incomplete end of the last word
+    Coding m_coding = Coding::Quoted;
+    bool m_hasApart = false;
+};
+
+constexpr ByteSet kBase64Digits = ByteSet("+/").range('A', 'Z').range('a', 'z').range('0', '9');
+
+// RFC 2045 6.8: how much of the text is whole groups.  Padding ends the last one.
+const char* wholeGroupsEnd(const char* text, const char* end) {
+    unsigned digits = 0;
+    for (const char* p = text; p != end; ++p) {
+        if (*p == '=') return end;
+        digits += kBase64Digits.has(*p);
+    }
+    const char* p = end;
+    for (digits %= 4; digits; --p) digits -= kBase64Digits.has(p[-1]);
+    return p;
+}
+
+const char* wholeEscapesEnd(const char* text, const char* end) {
+    if (end != text && end[-1] == '=') return end - 1;
+    if (end - text > 1 && end[-2] == '=' && bytes::hexValue(end[-1]) >= 0) return end - 2;
+    return end;
+}
+
+bool WordRun::add(const Word& word) {
+    if (isCut() && word.coding != m_coding && !close()) return false;
+    if (isCut() && !m_hasApart && !startApart()) return false;
+    m_coding = word.coding;
+    if (m_hasApart && !appendBytes(word, m_apart)) return false;
+    Word whole = word;
+    StringBuffer text;
+    if (isCut()) {
+        text.swap(m_tail);
+        if (!text.appendN(word.text, word.textSize)) return false;
+        whole.text = text.getString();
+        whole.textSize = text.getSize();
+    }
+    const char* const end = whole.text + whole.textSize;
+    const bool isBase64 = m_coding == Coding::Base64;
+    const char* const stop =
+        isBase64 ? wholeGroupsEnd(whole.text, end) : wholeEscapesEnd(whole.text, end);
+    whole.textSize = sizeOf(whole.text, stop);
+    if (!appendBytes(whole, m_joined)) return false;
+    for (const char* p = stop; p != end; ++p)
+        if (!isBase64 || kBase64Digits.has(*p)) m_tail.appendChar(*p);
+    return !m_tail.failed();
+}
+
+bool WordRun::startApart() {
+    m_hasApart = true;
+    return m_apart.append(m_joined) && appendTail(m_apart);
+}
+
+bool WordRun::appendTail(DataBuffer& out) const {
+    Word tail = {};
+    tail.text = m_tail.getString();
+    tail.textSize = m_tail.getSize();
+    tail.coding = m_coding;
+    return appendBytes(tail, out);
+}
+
+bool WordRun::close() {
+    if (!appendTail(m_joined)) return false;
+    m_tail.weakClear();
+    return true;
+}
+
+void WordRun::clear() {
+    m_joined.shorten(m_joined.getSize());
+    m_apart.shorten(m_apart.getSize());
+    m_hasApart = false;
+}
+
+// 0 where the bytes must tell.  Tolerated: charsets that nobody knows ("unknown-8bit"), and
+// 8-bit bytes labelled US-ASCII.
+int codePageOf(const Word& word) {
+    const int codePage = _zqCharset::codePageOf(word.charset, word.charsetSize);
+    return codePage != codepage::kAscii && EncodingConvert::isKnown(codePage) ? codePage : 0;
+}
+
+// Converts to UTF-8.  Tolerated: a character that is cut in two, so the bytes of a run are
+// converted together.
 class Utf8Sink {
 public:
     explicit Utf8Sink(StringBuffer& out) : m_out(out) {}
 
     bool addText(const char* p, unsigned n) { return flush() && m_out.appendN(p, n); }
-
-    bool addWord(const Word& word) {
-        if (word.codePage != m_codePage && !flush()) return false;
-        m_codePage = word.codePage;
-        return appendBytes(word, m_pending);
-    }
+    bool addWord(const Word& word);
 
 private:
-    bool flush() {
-        if (m_pending.isEmpty()) return true;
-        m_text.shorten(m_text.getSize());
-        const bool converted = EncodingConvert::EncConvert(
-            m_codePage, codepage::kUtf8, m_pending.getData2(), m_pending.getSize(), m_text, m_log);
-        m_pending.shorten(m_pending.getSize());
-        return converted && m_out.append(m_text);
-    }
+    bool isSameCharset(const Word& word) const;
+    bool endsTheRun(const Word& word);
+    bool endsWithinCharacter();
+    bool convert(const DataBuffer& bytes);
+    bool isClean(const DataBuffer& bytes) const;
+    bool flush();
 
     StringBuffer& m_out;
-    DataBuffer m_pending;
+    WordRun m_run;
+    Word m_last = {};
+    int m_codePage = 0;  // of m_last
     DataBuffer m_text;
-    int m_codePage = 0;
     LogNull m_log;
 };
+
+bool Utf8Sink::addWord(const Word& word) {
+    if (endsTheRun(word) && !flush()) return false;
+    if (!isSameCharset(word)) m_codePage = codePageOf(word);
+    m_last = word;
+    return m_run.add(word);
+}
+
+bool Utf8Sink::isSameCharset(const Word& word) const {
+    return word.charsetSize == m_last.charsetSize &&
+           bytes::equalIgnoreCase(word.charset, m_last.charset, word.charsetSize);
+}
+
+// RFC 2047 2: each word begins in ASCII, whatever shifts stand in the one before.
+bool Utf8Sink::endsTheRun(const Word& word) {
+    if (m_run.isEmpty()) return false;
+    if (!isSameCharset(word) && codePageOf(word) != m_codePage) return true;
+    return !EncodingConvert::keepsAscii(m_codePage) && !m_run.isCut() && !endsWithinCharacter();
+}
+
+// Limit: words that go on and on within a character are not converted again for each of them.
+bool Utf8Sink::endsWithinCharacter() {
+    constexpr unsigned kMaxRun = 512;
+    if (m_run.joined().getSize() > kMaxRun || !convert(m_run.joined())) return false;
+    const unsigned size = m_text.getSize();
+    return size >= 3 && std::memcmp(m_text.getData2() + size - 3, "\xEF\xBF\xBD", 3) == 0;
+}
+
+bool Utf8Sink::convert(const DataBuffer& bytes) {
+    int codePage = m_codePage;
+    if (codePage == 0)
+        codePage = _zqUtf::isValidUtf8(bytes.getData2(), bytes.getSize(), 0)
+                       ? codepage::kUtf8
+                       : codepage::kWindows1252;
+    m_text.shorten(m_text.getSize());
+    return EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(),
+                                       bytes.getSize(), m_text, m_log);
+}
+
+bool Utf8Sink::flush() {
+    if (m_run.isEmpty()) return true;
+    if (!m_run.close()) return false;
+    bool ok = convert(m_run.joined());
+    if (ok && m_run.apart() && !isClean(m_run.joined())) {
+        ok = convert(*m_run.apart());
+        if (ok && !isClean(*m_run.apart())) ok = convert(m_run.joined());
+    }
+    m_run.clear();
+    return ok && m_out.append(m_text);
+}
+
+// True when the bytes, which were converted last, make text.
+bool Utf8Sink::isClean(const DataBuffer& bytes) const {
+    const bool mustBeUtf8 = m_codePage == 0 || m_codePage == codepage::kUtf8;
+    if (mustBeUtf8 && !_zqUtf::isValidUtf8(bytes.getData2(), bytes.getSize(), 0)) return false;
+    return utf8::isCleanText(m_text.getData2(), m_text.getSize());
+}
 
 class BytesSink {
 public:
@@ -270,9 +419,11 @@ private:
     unsigned base64Size() const { return (m_size + 2) / 3 * 4; }
     unsigned encodedSize(const char* p, unsigned n);
     unsigned roomAt(unsigned column) const;
+    static unsigned characterEnds(const char* p, const char* end, unsigned (&ends)[kMaxWord]);
     unsigned fitting(const char* p, const char* end, unsigned room);
+    unsigned leadOf(const char* p, const char* end);
     unsigned startLine();
-    unsigned appendWord(const char* p, unsigned n);
+    unsigned appendWord(const char* p, unsigned n, bool base64);
     void appendQuoted();
 
     int m_codePage;
@@ -296,15 +447,17 @@ unsigned nextChar(const char* p, const char* end) {
 
 bool WordWriter::write(const char* p, const char* end, unsigned& column) {
     chooseForm(p, end);
-    const unsigned first = nextChar(p, end);
-    if (encodedSize(p, first) > roomAt(column)) column = startLine();
-    for (;;) {
-        const unsigned n = fitting(p, end, roomAt(column));
-        column += appendWord(p, n);
+    while (p != end && m_ok) {
+        unsigned n = fitting(p, end, roomAt(column));
+        if (n == 0) {
+            if (column != 1) column = startLine();
+            n = fitting(p, end, roomAt(column));
+        }
+        column += n ? appendWord(p, n, m_base64) : appendWord(p, n = leadOf(p, end), false);
         p += n;
-        if (p == end || !m_ok) return m_ok;
-        column = startLine();
+        if (p != end) column = startLine();
     }
+    return m_ok;
 }
 
 // ISO-2022 text is always Base64: escape sequences make long Q words.
@@ -348,22 +501,42 @@ unsigned WordWriter::roomAt(unsigned column) const {
     return word > m_frame ? word - m_frame : 0;
 }
 
-// RFC 2047 3 and 5: each word stands by itself, so characters are never cut, and a charset
-// with states starts and ends each in ASCII.  At least one character is taken.
-unsigned WordWriter::fitting(const char* p, const char* end, unsigned room) {
-    unsigned short cuts[kMaxWord];
+// Where the characters of the text end, as many as may stand in one word.
+unsigned WordWriter::characterEnds(const char* p, const char* end, unsigned (&ends)[kMaxWord]) {
     unsigned n = 0;
     for (const char* q = p; q != end && n < kMaxWord; ++n) {
         q += nextChar(q, end);
-        cuts[n] = static_cast<unsigned short>(q - p);
+        ends[n] = sizeOf(p, q);
     }
+    return n;
+}
+
+// RFC 2047 3 and 5: each word stands by itself, so characters are never cut, and a charset
+// with states starts and ends each in ASCII.  Base64 that is padded stands at the end only:
+// there are readers that join the words first and stop at the padding.  0 when nothing fits.
+unsigned WordWriter::fitting(const char* p, const char* end, unsigned room) {
+    unsigned ends[kMaxWord];
     unsigned low = 0;
-    for (unsigned high = n - 1; low < high;) {
+    for (unsigned high = characterEnds(p, end, ends); low < high;) {
         const unsigned middle = (low + high + 1) / 2;
-        if (encodedSize(p, cuts[middle]) <= room) low = middle;
+        if (encodedSize(p, ends[middle - 1]) <= room) low = middle;
         else high = middle - 1;
     }
-    return cuts[low];
+    for (; m_base64 && low && p + ends[low - 1] != end; --low) {
+        convert(p, ends[low - 1]);
+        if (m_size % 3 == 0) break;
+    }
+    return low ? ends[low - 1] : 0;
+}
+
+// The characters that go ahead in a Q word where no word of Base64 can end: behind them one
+// can, for the sizes of one or two bring the rest to whole groups.
+unsigned WordWriter::leadOf(const char* p, const char* end) {
+    unsigned ends[kMaxWord];
+    const unsigned n = characterEnds(p, end, ends);
+    for (unsigned i = 1; i < n; ++i)
+        if (ends[i] % 3 == ends[0] % 3) return ends[0];
+    return ends[n > 1 ? 1 : 0];
 }
 
 unsigned WordWriter::startLine() {
@@ -371,11 +544,11 @@ unsigned WordWriter::startLine() {
     return 1;
 }
 
-unsigned WordWriter::appendWord(const char* p, unsigned n) {
+unsigned WordWriter::appendWord(const char* p, unsigned n, bool base64) {
     const unsigned before = m_out.getSize();
     convert(p, n);
-    m_ok = m_out.append3("=?", m_charset, m_base64 ? "?B?" : "?Q?") && m_ok;
-    if (m_base64) m_ok = ContentCoding().encodeBase64(m_bytes, m_size, m_out) && m_ok;
+    m_ok = m_out.append3("=?", m_charset, base64 ? "?B?" : "?Q?") && m_ok;
+    if (base64) m_ok = ContentCoding().encodeBase64(m_bytes, m_size, m_out) && m_ok;
     else appendQuoted();
     m_ok = m_out.append("?=") && m_ok;
     return m_out.getSize() - before;
@@ -397,7 +570,7 @@ void WordWriter::appendQuoted() {
 }  // namespace
 
 const char* mimetree::inner::findEncodedWord(const char* text, unsigned int size, unsigned int& wordSize) {
-    WordScanner words(text, text + size, Accept::KnownCharsets);
+    WordScanner words(text, text + size, Accept::Rfc2047);
     if (!words.next()) return nullptr;
     wordSize = sizeOf(words.word().begin, words.word().end);
     return words.word().begin;
@@ -406,7 +579,7 @@ const char* mimetree::inner::findEncodedWord(const char* text, unsigned int size
 bool mimetree::inner::decodeEncodedWords(const char* text, unsigned int size, StringBuffer& out) {
     const unsigned before = out.getSize();
     Utf8Sink sink(out);
-    if (forEachPiece(text, size, Accept::KnownCharsets, sink)) return true;
+    if (forEachPiece(text, size, Accept::Rfc2047, sink)) return true;
     out.shorten(out.getSize() - before);
     return false;
 }
@@ -432,7 +605,7 @@ unsigned int mimetree::inner::appendEncodedWords(const char* text, unsigned int 
 bool ContentCoding::QB_Decode(const StringBuffer& in, DataBuffer& out) {
     const unsigned before = out.getSize();
     BytesSink sink(out);
-    if (forEachPiece(in.getString(), in.getSize(), Accept::AnyCharsetAnd8bit, sink)) return true;
+    if (forEachPiece(in.getString(), in.getSize(), Accept::Also8bit, sink)) return true;
     out.shorten(out.getSize() - before);
     return false;
 }
