@@ -32,9 +32,13 @@ public:
     // empty name, so that it is written back where it stood; empty lines are dropped.
     //
     // `codePage` is 65001 for text known to be UTF-8, otherwise 0: a field with bytes above
-    // 0x7F is UTF-8 when it is valid as such, else in the charset named by `charsetClue`,
-    // else in windows-1252.  getDetectedCP tells what was used.  False when memory is
-    // exhausted.
+    // 0x7F is UTF-8 when it is valid as such but for one character that was cut, else in the
+    // charset that the header's own Content-Type declares or in the one named by
+    // `charsetClue` when its bytes make text there, else in windows-1252.  Such bytes within
+    // an encoded word are in the word's charset.  getDetectedCP tells what was used.
+    //
+    // A byte order mark in front is no part of the first field; it is written back.  False
+    // when memory is exhausted.
     bool loadMimeHeaderText(const char* headerText, const char* terminator, int codePage,
                             StringBuffer& charsetClue, LogBase& log);
 
@@ -48,7 +52,8 @@ public:
     // Appends the header block: fields in order, CRLF between them, none after the last.
     // Text beyond ASCII in fields that were made or changed, or that came in a charset other
     // than UTF-8, becomes encoded words in `codePage` when that can hold it, otherwise in
-    // UTF-8 (HeaderWriter.h).  The pointer and the flag are reserved.
+    // UTF-8 (HeaderWriter.h).  Bytes that may have been misread are written as they came.
+    // The pointer and the flag are reserved.
     bool getMimeHeader(StringBuffer& out, const char* reserved1, int codePage, bool reserved2,
                        LogBase& log) const;
 
@@ -113,6 +118,7 @@ private:
         unsigned int start;
         unsigned int size;
         unsigned short nameSize;  // 0: a line that is no field
+        unsigned short codePage;  // what the value is in; 0: in UTF-8 as it stands
         unsigned char key;        // hash of the name, to skip most comparisons
         bool isRaw;               // written as it stands
     };
@@ -144,12 +150,12 @@ private:
     };
 
     bool splitFields();
-    bool decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log);
-    bool recodeField(Field& field, int codePage, LogBase& log);
+    bool findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log);
+    int declaredCodePage(LogBase& log) const;
     Field fieldOfLine(unsigned int start, unsigned int size) const;
     bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
     int indexOf(const char* name, unsigned int nameSize) const;
-    void appendValue(const Field& field, StringBuffer& out) const;
+    bool appendValue(const Field& field, StringBuffer& out) const;
     bool makeField(const StringBuffer& name, const char* value, Field& field);
     bool appendField(const StringBuffer& name, const char* value);
     void dropWaste();
@@ -159,5 +165,6 @@ private:
     Fields m_fields;
     unsigned int m_waste = 0;  // bytes of m_text that no field refers to
     int m_detectedCP = 0;
-    bool m_asRead = true;  // m_text is what is to be written
+    bool m_asRead = true;         // m_text is what is to be written
+    bool m_hasOrderMark = false;  // in front of it
 };

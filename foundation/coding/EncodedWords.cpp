@@ -8,7 +8,6 @@
 
 #include "foundation/coding/EncodedWords.h"
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/ContentCoding.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/EncodingConvert.h"
@@ -16,6 +15,7 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/utf8.h"
 #include "foundation/charset/code_pages.h"
@@ -352,8 +352,8 @@ bool Utf8Sink::convert(const DataBuffer& bytes) {
                        ? codepage::kUtf8
                        : codepage::kWindows1252;
     m_text.shorten(m_text.getSize());
-    return EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(),
-                                       bytes.getSize(), m_text, m_log);
+    return EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(), bytes.getSize(),
+                                       m_text, m_log);
 }
 
 bool Utf8Sink::flush() {

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The header field list: one text, and for each field where it stands in it.  Loading splits
-// the text into fields and looks at the bytes above 0x7F; changing a field puts its new text
-// at the end of the one text; writing takes the text as a whole when nothing was changed.
-// HeaderWriter folds and encodes the fields that were.
+// the text into fields and has the bytes above 0x7F judged by high_bytes.cpp, which converts
+// them when a value is asked for; changing a field puts its new text at the end of the one text;
+// writing takes the text as a whole when nothing was changed.  HeaderWriter folds and encodes
+// the fields that were.
 
 #include "foundation/MimeHeader.h"
 
@@ -11,17 +12,17 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "foundation/DataBuffer.h"
-#include "foundation/EncodingConvert.h"
-#include "foundation/header/HeaderParams.h"
-#include "foundation/header/HeaderWriter.h"
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
+#include "foundation/_zqContentType.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/charset/code_pages.h"
+#include "foundation/header/HeaderParams.h"
+#include "foundation/header/HeaderWriter.h"
+#include "foundation/header/high_bytes.h"
 
 using namespace mimetree::inner;
 
@@ -31,6 +32,9 @@ namespace {
 constexpr unsigned kMaxNameSize = 0xFFFF;
 
 unsigned lengthOf(const char* s) { return s ? static_cast<unsigned>(std::strlen(s)) : 0; }
+
+constexpr char kOrderMark[] = "\xEF\xBB\xBF";
+constexpr unsigned kOrderMarkSize = 3;
 
 const char* findByte(const char* p, const char* end, char c) {
     return p == end ? nullptr
@@ -134,6 +138,7 @@ void MimeHeader::clear(int) {
     m_waste = 0;
     m_detectedCP = 0;
     m_asRead = true;
+    m_hasOrderMark = false;
 }
 
 bool MimeHeader::loadMimeHeaderText(const char* headerText, const char* terminator, int codePage,
@@ -147,10 +152,14 @@ bool MimeHeader::loadMimeHeaderText(const char* headerText, const char* terminat
 bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, int codePage,
                                      const StringBuffer& charsetClue, LogBase& log) {
     clear(0);
+    m_hasOrderMark = size >= kOrderMarkSize && std::memcmp(headerText, kOrderMark, 3) == 0;
+    if (m_hasOrderMark) {
+        headerText += kOrderMarkSize;
+        size -= kOrderMarkSize;
+    }
     const bool copied = isTidy(headerText, size) ? m_text.appendN(headerText, size)
                                                  : appendTidied(headerText, size, m_text);
-    if (copied && splitFields() &&
-        (m_text.is7bit(0) || decodeHighBytes(codePage, charsetClue, log)))
+    if (copied && splitFields() && (m_text.is7bit(0) || findCodePages(codePage, charsetClue, log)))
         return true;
     clear(0);
     return false;
@@ -188,40 +197,38 @@ MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size)
     while (colon < size && bytes::isBlank(line[colon])) ++colon;
     const bool isField = n > 0 && n <= kMaxNameSize && colon < size && line[colon] == ':';
     if (!isField) n = 0;
-    return Field{start, size, static_cast<unsigned short>(n), keyOf(line, n), true};
+    return Field{start, size, static_cast<unsigned short>(n), 0, keyOf(line, n), true};
 }
 
-// Each field is judged by itself: mail that passed several hands mixes charsets.
-bool MimeHeader::decodeHighBytes(int codePage, const StringBuffer& charsetClue, LogBase& log) {
+// Each field is judged by itself: mail that passed several hands mixes charsets.  It stays as
+// it is; what its bytes mean is noted for whoever asks for the value.
+bool MimeHeader::findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log) {
     const int clue = _zqCharset::codePageOf(charsetClue.getString(), charsetClue.getSize());
-    const bool clueFits = clue != 0 && EncodingConvert::keepsAscii(clue);
-    const int legacy = codePage ? codePage : clueFits ? clue : codepage::kWindows1252;
+    const int candidates[] = {codePage ? 0 : declaredCodePage(log), codePage ? 0 : clue};
     for (Field& field : m_fields) {
         const char* line = m_text.getString() + field.start;
         if (bytes::isAscii(line, field.size)) continue;
-        const bool isUtf8 =
-            _zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(line), field.size, 0);
-        if (!isUtf8 && !recodeField(field, legacy, log)) return false;
-        if (m_detectedCP == 0 || !isUtf8) m_detectedCP = isUtf8 ? codepage::kUtf8 : legacy;
+        HighBytes reading{codepage::kUtf8, Trust::AsItStands};
+        if (!_zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(line), field.size, 0) &&
+            !readHighBytes(line, field.size, codePage, candidates, reading))
+            return false;
+        const bool isUtf8 = reading.trust == Trust::AsItStands;
+        field.codePage = isUtf8 ? 0 : static_cast<unsigned short>(reading.codePage);
+        field.isRaw = reading.trust != Trust::Sure || field.nameSize == 0;
+        if (!field.isRaw) m_asRead = false;
+        if (m_detectedCP == 0 || reading.codePage != codepage::kUtf8)
+            m_detectedCP = reading.codePage;
     }
-    if (m_waste > 0) compact();
     return true;
 }
 
-bool MimeHeader::recodeField(Field& field, int codePage, LogBase& log) {
-    DataBuffer utf8;
-    const char* line = m_text.getString() + field.start;
-    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8,
-                                     reinterpret_cast<const unsigned char*>(line), field.size, utf8,
-                                     log))
-        return false;
-    const unsigned start = m_text.getSize();
-    if (!m_text.append(utf8)) return false;
-    m_waste += field.size;
-    field = fieldOfLine(start, utf8.getSize());
-    field.isRaw = false;
-    m_asRead = false;
-    return true;
+int MimeHeader::declaredCodePage(LogBase& log) const {
+    StringBuffer value;
+    _zqCharset charset;
+    _zqContentType type;
+    if (getMimeFieldUtf8("Content-Type", value, log))
+        type.loadFromMimeHeaderValue(value.getString(), charset, log);
+    return charset.getCodePage();
 }
 
 bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
@@ -235,12 +242,14 @@ bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
     m_waste = other.m_waste;
     m_detectedCP = other.m_detectedCP;
     m_asRead = other.m_asRead;
+    m_hasOrderMark = other.m_hasOrderMark;
     return true;
 }
 
 // -- Writing
 
 bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, bool, LogBase&) const {
+    if (m_hasOrderMark) out.appendN(kOrderMark, kOrderMarkSize);
     if (m_asRead) return out.append(m_text);
     bool isFirst = true;
     for (const Field& field : m_fields) {
@@ -252,8 +261,7 @@ bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, boo
             continue;
         }
         StringBuffer value;
-        appendValue(field, value);
-        if (value.failed()) out.markFailed();
+        if (!appendValue(field, value)) out.markFailed();
         appendHeaderField(line, field.nameSize, value.getString(), value.getSize(), codePage, out);
     }
     return !out.failed();
@@ -410,13 +418,19 @@ int MimeHeader::indexOf(const char* name, unsigned int nameSize) const {
 }
 
 // Without the blanks at both ends; a line that is no field is value whole.
-void MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
+bool MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
     const char* p = m_text.getString() + field.start;
     const char* end = p + field.size;
     if (field.nameSize) p = findByte(p + field.nameSize, end, ':') + 1;
     while (p != end && bytes::isSpace(*p)) ++p;
     while (end != p && bytes::isSpace(end[-1])) --end;
-    appendUnfolded(p, end, out);
+    if (field.codePage == 0) {
+        appendUnfolded(p, end, out);
+        return !out.failed();
+    }
+    StringBuffer value, utf8;
+    appendUnfolded(p, end, value);
+    return !value.failed() && appendHighBytes(value, field.codePage, utf8) && out.append(utf8);
 }
 
 bool MimeHeader::getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const {
@@ -445,8 +459,7 @@ bool MimeHeader::getFieldNameUtf8(int index, StringBuffer& out, LogBase&) const 
 
 bool MimeHeader::getFieldValueUtf8(int index, StringBuffer& out, LogBase&) const {
     if (index < 0 || index >= getNumFields()) return false;
-    appendValue(m_fields[static_cast<unsigned>(index)], out);
-    return !out.failed();
+    return appendValue(m_fields[static_cast<unsigned>(index)], out);
 }
 
 bool MimeHeader::getFieldText(int index, StringBuffer& out) const {

@@ -20,8 +20,9 @@ bool MimeMessage2::getHeaderFieldUtf8_2(const char* name, bool decode, StringBuf
                                         LogBase& log) const {
     if (!isAlive()) return false;
     StringBuffer value;
-    const bool found = name && m_mimeHeader.getMimeFieldUtf8(name, value, log);
-    if (found && decode) value.qbDecode(log);
+    const bool found = name && m_mimeHeader.getMimeFieldUtf8(name, value, log) &&
+                       (!decode || value.qbDecode(log));
+    if (!found) value.clear();
     out.swap(value);
     return found;
 }
@@ -35,9 +36,8 @@ bool MimeMessage2::getHeaderFieldValue(int index, bool decode, StringBuffer& out
     if (!isAlive()) return false;
     if (!decode) return m_mimeHeader.getFieldValueUtf8(index, out, log);
     StringBuffer value;
-    if (!m_mimeHeader.getFieldValueUtf8(index, value, log)) return false;
-    value.qbDecode(log);
-    return out.append(value);
+    return m_mimeHeader.getFieldValueUtf8(index, value, log) && value.qbDecode(log) &&
+           out.append(value);
 }
 
 bool MimeMessage2::getSubFieldUtf8(const char* field, const char* param, StringBuffer& out,

@@ -11,6 +11,20 @@ using namespace mimetree::inner;
 
 namespace {
 
+// Header and blank line, into an empty buffer.  RFC 4155: a loader skips a line that begins with
+// "From ".  Tolerated: a header that begins with one, as behind a second such line; it gets
+// another in front, so that it is read again.
+void writeHeader(const MimeMessage2& node, StringBuffer& out, LogBase& log) {
+    node.getMimeHeader(out, log);
+    if (out.beginsWith("From ")) {
+        StringBuffer header;
+        header.swap(out);
+        out.append("From -\r\n");
+        out.append(header);
+    }
+    out.append("\r\n\r\n");
+}
+
 class TreeWriter {
 public:
     TreeWriter(DataBuffer& out, LogBase& log) : m_out(out), m_log(log) {}
@@ -55,8 +69,8 @@ void TreeWriter::delimiter(const MimeMessage2& node, const char* tail) {
 // Header, if there is one to write, and blank line.
 void TreeWriter::writeHead(const MimeMessage2* part) {
     m_head.weakClear();
-    if (part) part->getMimeHeader(m_head, m_log);
-    m_head.append("\r\n\r\n");
+    if (part) writeHeader(*part, m_head, m_log);
+    else m_head.append("\r\n\r\n");
     m_out.append(m_head);
 }
 
@@ -113,8 +127,7 @@ void MimeMessage2::getMimeTextDb(DataBuffer& out, bool bodyOnly, LogBase& log) c
     const MemoryWatch memory;
     if (!bodyOnly) {
         StringBuffer head;
-        getMimeHeader(head, log);
-        head.append("\r\n\r\n");
+        writeHeader(*this, head, log);
         appendPreamble(head);
         out.append(head);
     }
