@@ -128,6 +128,8 @@ constexpr LoadRow kLoadRows[] = {
     {"From a Mon||\nA: 1||b", "A: 1||b"},
     {"From a\rA: 1||b", "A: 1||b"},
     {"From a|", "From a||"},
+    {"From a|From b|A: 1||b", "From -|From b|A: 1||b"},
+    {"From a||From b||b", "From -|From b||b"},
     {"from a|A: 1||b", "from a|A: 1||b"},
     {"From: a|A: 1||b", "From: a|A: 1||b"},
     {"From a||body", "body||"},
@@ -188,7 +190,7 @@ TEST(Load, Utf8FlagAndClueReachTheHeaders) {
                       "--b|Subject: \xB1|Content-Type: text/plain; charset=koi8-r||two|"
                       "--b|Subject: \xB1||three|--b--"));
     EXPECT_EQ(subject(-1) + subject(0) + subject(2) + subject(3),
-              "\xC2\xB1>\xC2\xB1>\xC4\x85>\xC4\x85>");
+              "\xC2\xB1>\xC2\xB1>\xE2\x95\xA0>\xC4\x85>");
     node->loadMimeComplete(sb("Subject: \xC3\xA9\r\n\r\n\xC3\xA9"), noLog, true);
     EXPECT_EQ(subject(-1) + bodyOf(*node), "\xC3\xA9>\xC3\xA9");
     EXPECT_EQ(node->getHeaderDetectedCP(), 65001);

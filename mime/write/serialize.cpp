@@ -12,11 +12,13 @@ using namespace mimetree::inner;
 namespace {
 
 // Header and blank line, into an empty buffer.  RFC 4155: a loader skips a line that begins with
-// "From ".  Tolerated: a header that begins with one, as behind a second such line; it gets
-// another in front, so that it is read again.
+// "From " and has text behind it.  Tolerated: a header that begins with one, as behind a second
+// such line; it gets another in front, so that it is read again.
 void writeHeader(const MimeMessage2& node, StringBuffer& out, LogBase& log) {
     node.getMimeHeader(out, log);
-    if (out.beginsWith("From ")) {
+    const bool isAlone = node.m_mimeHeader.getNumFields() == 1 && node.m_mimeBody.isEmpty() &&
+                         node.getNumParts() == 0;
+    if (out.beginsWith("From ") && !isAlone) {
         StringBuffer header;
         header.swap(out);
         out.append("From -\r\n");
