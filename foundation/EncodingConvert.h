@@ -16,14 +16,20 @@ public:
     //
     // No byte is lost silently.  A byte that is not valid in its code page becomes U+FFFD,
     // except in UTF-8, where it is taken as the Latin-1 character of its value; a character
-    // that the target lacks becomes "?".  Code page 0 or one that is not known, on either
-    // side, copies the bytes unchanged.
+    // that the target lacks becomes "?", but for a byte order mark in front of the text, which
+    // is dropped.  Code page 0 or one that is not known, on either side, copies the bytes
+    // unchanged.
+    //
+    // A code page is read as the widest charset of its family (EUC-KR as UHC, GB2312 and GBK as
+    // GB18030, Big5 with HKSCS, ISO-2022-JP with half-width kana, JIS X 0212, GB2312 and KS X
+    // 1001), and every character that can be read so is written.
     //
     // False when memory is exhausted; `out` then holds what it held before.
     static bool EncConvert(int fromCodePage, int toCodePage, const unsigned char* data,
                            unsigned int length, DataBuffer& out, LogBase& log);
 
-    // True when `codePage` is known and can hold every character of the UTF-8 text.
+    // True when `codePage` is known and can hold every character of the UTF-8 text as a reader
+    // knows it who takes the name of the charset strictly.
     static bool canHold(int codePage, const char* utf8, unsigned int length);
 
     // True for a code page that EncConvert knows.

@@ -11,7 +11,9 @@ class MIMETREE_API _zqCharset {
 public:
     // Takes a name or alias in any letter case, blanks around it ignored, and keeps it as it
     // was spelt (WHATWG Encoding Standard labels, IANA names, usual mail aliases).  False
-    // for a name that is not known; the record is then unchanged.
+    // for a name that is not known; the record is then unchanged.  Four labels of that
+    // standard are not known, since it does not decode them either: "iso-2022-cn",
+    // "iso-2022-cn-ext", "replacement" and "x-user-defined".
     bool setByName(const char* name);
 
     // Takes the canonical (IANA preferred MIME) name.  A code page that is not known keeps
@@ -20,6 +22,9 @@ public:
 
     const char* getName() const { return m_name.getString(); }
     int getCodePage() const { return m_codePage; }
+    // RFC 2781 4.3: true for a name like "utf-16" that leaves the byte order to a mark.
+    bool needsByteOrderMark() const;
+
     void copy(const _zqCharset& other) { *this = other; }
     void clear();
 

@@ -49,6 +49,8 @@ constexpr WireRow kWireRows[] = {
     {"text/plain; charset=windows-1252", "BASE64", "Y2Fm6Q==", "Y2Fm6Q=="},
     {"text/plain; charset=windows-1252", "Quoted-Printable", "caf=E9", "caf=E9"},
     {"application/json; charset=windows-1252", "base64", "Y2Fmw6k=", "Y2Fm6Q=="},
+    {"text/plain; charset=UTF-16", "base64", "//5jAGEAZgDpAA==", "//5jAGEAZgDpAA=="},
+    {"text/plain; charset=utf-16LE", "base64", "YwBhAGYA6QA=", "YwBhAGYA6QA="},
     {"text/plain; charset=windows-1252", "x-base64", kLatin, kLatin, 1252},
 };
 

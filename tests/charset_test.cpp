@@ -2,6 +2,8 @@
 
 // Charset names, conversion between code pages, and the check for UTF-8.
 
+#include <sstream>
+
 #include "foundation/EncodingConvert.h"
 #include "foundation/LogNull.h"
 #include "foundation/_zqCharset.h"
@@ -68,7 +70,7 @@ const Sample kMultiByte[] = {
     {932, "\x93\xFA\x96{\x87@\xEE\xE0\xB1\x81`", "\u65E5\u672C\u2460\u9AD9\uFF71\uFF5E"},
     {936, "\xD6\xD0\xCE\xC4\xFD\x88\xA1\xAA\x80", "\u4E2D\u6587\u9F8D\u2014\u20AC"},
     {949, "\xC7\xD1\xB1\xDB\x8C\x63", "\uD55C\uAE00\uB620"},
-    {950, "\xA4\xA4\xA4\xE5\xF9\xD6\xA3\xE1\x87@", "\u4E2D\u6587\u7881\u20AC\u43F0"},
+    {950, "\xA4\xA4\xA4\xE5\xF9\xD6\xA3\xE1\xC6\xE7", "\u4E2D\u6587\u7881\u20AC\u3041"},
     {51932, "\xC6\xFC\x8E\xB1\xA1\xC1\x8F\xB0\xA1\xAD\xA1", "\u65E5\uFF71\u301C\u4E02\u2460"},
     {51936, "\xD6\xD0\xCE\xC4", "\u4E2D\u6587"},
     {51949, "\xC7\xD1\xB1\xDB", "\uD55C\uAE00"},
@@ -103,7 +105,8 @@ struct Conversion {
 
 const Conversion kDecodeRows[] = {
     {"ASCII has no high byte", 20127, "a\xE9z", "a" + kBad + "z"},
-    {"undefined in 1252", 1252, "\x81\x8D", kBad + kBad},
+    {"unused in 1252", 1252, "\x81\x8D", "\xC2\x81\xC2\x8D"},
+    {"undefined in 1253", 1253, "\x98\xD2", "\xC2\x98" + kBad},
     {"pair without a character keeps the ASCII byte", 936, "\x81<b>", kBad + "<b>"},
     {"undefined pair of high bytes is one error", 949, "\xC9\xFE!", kBad + "!"},
     {"byte that is no lead byte", 950, "\xFF\xA4\xA4", kBad + "\u4E2D"},
@@ -112,8 +115,7 @@ const Conversion kDecodeRows[] = {
     {"four bytes without a character", 54936, "\xFE\x39\xFE\x39", kBad},
     {"four bytes cut after two", 54936, "\x81\x30", kBad + "0"},
     {"UHC in text called EUC-KR", 51949, "\x8C\x63", "\uB620"},
-    {"HKSCS, plane 2", 950, "\x87\x45", "\U00027267"},
-    {"HKSCS, letter and mark", 950, "\x88\x62", "\u00CA\u0304"},
+    {"HKSCS, plane 2", 950, "\x87\x45\xC8\xA4\xC6\xCF", "\U00027267\U00027607" + kBad},
     {"IBM characters, private area", 932, "\xFB\xFC\xF0@", "\u9AD9\uE000"},
     {"trail byte 0x7F", 932, "\x81\x7F", kBad + "\x7F"},
     {"EUC-JP, third byte missing", 51932, "\x8F\xB0<", kBad + "<"},
@@ -125,7 +127,7 @@ const Conversion kDecodeRows[] = {
     {"pair cut by a line break", 50220, "\x1B$BF\n<", kBad + "\n<"},
     {"unknown escape", 50220, "\x1B[0m", kBad + "[0m"},
     {"Korean shift ends with the line", 50225, "\x1B$)C\x0EGQ\n<", "\uD55C\n<"},
-    {"HZ, joined lines", 52936, "a~\nb", "ab"},
+    {"HZ, joined lines", 52936, "a~\nb~\r\nc~\r", "abc" + kBad + "\r"},
     {"HZ, line break ends the set", 52936, "~{VP\nVP", "\u4E2D\nVP"},
     {"HZ, stray tilde", 52936, "a~<b~", "a" + kBad + "<b" + kBad},
     {"mark of the other order", 1200, "\xFE\xFF\0a"s, "a"},
@@ -145,14 +147,15 @@ const Conversion kEncodeRows[] = {
     {"one mark per character", 1252, "\u4E2D\U0001F600", "??"},
     {"U+FFFD is not held", 28591, kBad, "?"},
     {"euro in GBK is not GB18030's", 936, "\u20AC", "\x80"},
-    {"GB18030 pairs that GBK lacks", 936, "\uE000\u01F9", "??"},
-    {"GBK that GB2312 lacks", 51936, "\u9F8D\u20AC", "??"},
-    {"UHC that EUC-KR lacks", 51949, "\uB620", "?"},
+    {"HKSCS, letter and mark", 950, "\u00CA\u0304\u00EA\u00CA", "\x88\x62\x88\xA7\x88\x66"},
     {"JIS reading in 932", 932, "\u301C\u2212", "\x81`\x81|"},
     {"Microsoft reading in EUC-JP", 51932, "\uFF5E", "\xA1\xC1"},
-    {"no half-width kana in ISO-2022-JP", 50220, "\uFF71", "\x1B$B%\"\x1B(B"},
+    {"sets beyond RFC 1468", 50220, "\uFF71\u4E02\u4EEC\uD55C",
+     "\x1B(I1\x1B$(D0!\x1B$ACG\x1B$(CGQ\x1B(B"},
+    {"mark that is not held", 1252, "\uFEFFa\uFEFF", "a?"},
+    {"mark that is not held, with states", 50220, "\uFEFFa\uFEFF", "a?"},
     {"no escape in ISO-2022-JP", 50220, "\x1B$B", "?$B"},
-    {"lacking between pairs", 50220, "\u65E5\uD55C\u65E5", "\x1B$BF|\x1B(B?\x1B$BF|\x1B(B"},
+    {"lacking between pairs", 50220, "\u65E5\u0E01\u65E5", "\x1B$BF|\x1B(B?\x1B$BF|\x1B(B"},
     {"ASCII needs no announcement", 50225, "abc", "abc"},
     {"HZ tilde after pairs", 52936, "\u4E2D~", "~{VP~}~~"},
     {"UTF-7 specials", 65000, "~\\+\t", "+AH4AXAAr-\t"},
@@ -220,7 +223,33 @@ TEST(Charset, EveryCodePageIsNamedAndConverts) {
 TEST(Convert, CanHoldIsNotForLookalikes) {
     EXPECT_FALSE(holds(932, "\u301C") || holds(50220, "\uFF71") || holds(51932, "\uFF5E"));
     EXPECT_FALSE(holds(20127, "\u00E9") || holds(0, "a"));
+    // what only wider readers of the charset know
+    EXPECT_FALSE(holds(936, "\u01F9") || holds(51936, "\u9F8D") || holds(51949, "\uB620") ||
+                 holds(950, "\u43F0") || holds(50220, "\u4E02") || holds(52936, "\u2170"));
     EXPECT_TRUE(holds(1252, "a\0b"s));
+}
+
+// All that can be read is written so that it is read again.
+TEST(Convert, WhatWasReadIsWritten) {
+    const char* const shifts[] = {"\x1B$B", "\x1B$(D", "\x1B$A", "\x1B$(C",
+                                  "\x1B(I", "\x1B(J",  "\x0E",   "~{"};
+    std::string pairs, shifted = "\x1B$)C\n";
+    for (unsigned lead = 0x80; lead < 0x100; ++lead)
+        for (unsigned trail = 0x30; trail < 0x100; ++trail)
+            pairs += {char(lead), char(trail), '\n', '\x8F',      char(lead), char(trail),
+                      '\n',       char(lead),  '0',  char(trail), '1',        '\n'};
+    for (const char* shift : shifts)
+        for (char lead = 0x20; lead < 0x7F; ++lead)
+            for (char trail = 0x20; trail < 0x7F; ++trail)
+                shifted += shift + std::string{lead, trail, '\n'};
+    forSamples([&](int codePage, const std::string&, const std::string&) {
+        const bool hasStates = codePage > 50000 && !EncodingConvert::keepsAscii(codePage);
+        std::istringstream lines(decoded(codePage, hasStates ? shifted : pairs));
+        std::string text;
+        for (std::string line; std::getline(lines, line);)
+            if (line.find(kBad) == std::string::npos) text += line + '\n';
+        EXPECT_EQ(decoded(codePage, encoded(codePage, text)), text);
+    });
 }
 
 // Whatever is broken, a "<" is still there, unless a set of seven bits was switched to.

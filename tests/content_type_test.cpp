@@ -62,6 +62,7 @@ const TextRow kLoadRows[] = {
     {"comments", "(a) a(b)/(c;\\)d) b (e(f)); charset=utf-8 (g)", "a/b[charset=utf-8]"},
     {"comment that is never closed", "a/b (a; charset=utf-8", "a/b[charset=utf-8]"},
     {"missing semicolon", "a/b charset=utf-8; name=x", "a/b[charset=utf-8][name=x]"},
+    {"comma", "a/b , charset=utf-8; name=x", "a/b[charset=utf-8][name=x]"},
     {"missing semicolon, other name", "text/html\r\n report-type=x", "text/html[report=x]"},
     {"words behind the type", "text/html and more; name=x", "text/html[name=x]"},
     {"words that are no type", "pdf  file; name=x", "pdf file[name=x]"},

@@ -44,9 +44,13 @@ const TextRow kRows[] = {
     {"META before XML", "<?xml version='1.0' encoding='a'?><meta charset=b>", "b"},
     {"XML declaration not at the start", " <?xml version='1.0' encoding='a'?>", ""},
     {"XML declaration behind a mark", "\xEF\xBB\xBF<?xml encoding='a'?>", "a"},
-    {"late", "<style>" + std::string(8000, 'x') + "</style><meta charset=b>", "b"},
-    {"too late", std::string(8192, ' ') + "<meta charset=b>", ""},
-    {"cut by the limit", std::string(8180, ' ') + "<meta charset=b>", ""},
+    {"late", "<style>" + std::string(9000, 'x') + "</style><meta charset=b>", "b"},
+    {"after the head", "<head></head><meta charset=a>", ""},
+    {"in a script", "<script>'<meta charset=a></head>'</script><meta charset=b>", "b"},
+    {"title without an end", "<title><meta charset=b>", "b"},
+    {"no head, but a body", "<p><meta charset=b>", "b"},
+    {"no head, far into a body", "<p>" + std::string(8192, ' ') + "<meta charset=b>", ""},
+    {"own element in a head", "<head><x:y>" + std::string(8192, ' ') + "<meta charset=b>", "b"},
 };
 
 TEST(HtmlCharset, Rows) { expectRows(kRows, charsetOf); }

@@ -3,7 +3,7 @@
 // Conversion between code pages: finds the codecs of both sides and joins them at UTF-8.  To or
 // from 65001, which is all that bodies and headers need, one codec runs alone; any other pair
 // goes through a buffer of UTF-8.  Called by the body and header steps and by
-// StringBuffer::convertEncoding; the codecs are in charset_*.cpp.
+// StringBuffer::convertEncoding; the codecs are in the sources beside this.
 
 #include "foundation/EncodingConvert.h"
 
@@ -12,8 +12,8 @@
 #include "foundation/DataBuffer.h"
 #include "foundation/LogBase.h"
 #include "foundation/bytes/bytes.h"
-#include "foundation/charset/codecs.h"
 #include "foundation/charset/code_pages.h"
+#include "foundation/charset/codecs.h"
 
 using namespace mimetree::inner;
 
@@ -75,6 +75,12 @@ bool copyAscii(Source& in, Output& out) {
     if (!out.append(in.p, run)) return false;
     in.p += run;
     return true;
+}
+
+Source behindMark(Source in) {
+    constexpr size_t kSize = 3;
+    const bool hasMark = in.size() >= kSize && std::memcmp(in.p, "\xEF\xBB\xBF", kSize) == 0;
+    return {hasMark ? in.p + kSize : in.p, in.end};
 }
 
 }  // namespace mimetree::inner::charset

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "foundation/bytes/bytes.h"
+#include "foundation/charset/code_pages.h"
 
 using namespace mimetree::inner;
 
@@ -631,6 +632,13 @@ void _zqCharset::setByCodePage(int codePage) {
     m_codePage = codePage;
     if (const char* name = nameOf(codePage)) m_name.setString(name);
     else if (m_name.setString("cp")) m_name.append(codePage);
+}
+
+// These pages are those that names without an order stand for; with one, the names end in "le".
+bool _zqCharset::needsByteOrderMark() const {
+    if (m_codePage != codepage::kUtf16LE && m_codePage != codepage::kUtf32LE) return false;
+    const unsigned size = m_name.getSize();
+    return size < 2 || !bytes::equalIgnoreCase(m_name.getString() + size - 2, "le", 2);
 }
 
 void _zqCharset::clear() {

@@ -2,11 +2,14 @@
 
 // Finds the charset that an HTML document declares.  Called when a text/html leaf is loaded
 // without a charset of its own and when its body is re-encoded.  The search is the prescan of the
-// HTML standard: comments are skipped, tags are read attribute by attribute, all else is passed
-// over; each byte is looked at once.
+// HTML standard, but to the end of the head however long that is: comments, scripts and styles
+// are skipped, tags are read attribute by attribute, all else is passed over.
 
 #include "foundation/_zqHtmlHelp.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <string_view>
 
 #include "foundation/LogBase.h"
@@ -19,9 +22,9 @@ namespace {
 
 using std::string_view;
 
-// Limit: a head whose declaration comes later than this is not searched for it.  Heads with long
-// style sheets in front of their META tags stay well below.
-constexpr size_t kSearched = 8192;
+// Tolerated: a declaration behind what belongs into the body, where there are neither </head> nor
+// <body>.  Limit: so far only, as a page is not scanned whole for what its head must say.
+constexpr std::ptrdiff_t kSearchedBody = 8192;
 
 bool isSpace(char c) { return bytes::isSpace(c) || c == '\f'; }
 
@@ -56,6 +59,9 @@ public:
         const size_t at = m_rest.find(what);
         skip(at == string_view::npos ? m_rest.size() : at + what.size());
     }
+
+    // To the next such character, or to the end.
+    void skipTo(char c) { skip(m_rest.find(c)); }
 
     template <class Predicate>
     string_view take(Predicate isPart) {
@@ -145,33 +151,89 @@ string_view charsetInMeta(Cursor& in) {
 
 bool isTagName(char c) { return !isSpace(c) && c != '>' && c != '/'; }
 
-string_view metaCharset(Cursor in) {
-    while (!in.atEnd()) {
-        in.take([](char c) { return c != '<'; });
-        if (beginsWith(in.rest(), "<!--")) {
-            in.skip(2);  // the "--" of "<!-->" opens and closes
-            in.skipPast("-->");
-            continue;
+bool isOneOf(string_view name, std::initializer_list<string_view> names) {
+    return std::any_of(names.begin(), names.end(), [&](string_view n) { return equals(name, n); });
+}
+
+// Walks over the tags of a document until its head ends.
+class MetaSearch {
+public:
+    explicit MetaSearch(string_view html) : m_in(html), m_begin(html.data()) {}
+
+    string_view run() {
+        string_view charset;
+        while (toTag() && takeTag(charset)) {
         }
-        in.skip(1);
-        const bool isEndTag = in.here() == '/';
-        if (isEndTag) in.skip(1);
-        if (!isLetter(in.here())) {
-            if (isEndTag || in.here() == '!' || in.here() == '?') in.skipPast(">");
-            continue;
+        return charset;
+    }
+
+private:
+    bool toTag() {
+        m_in.skipTo('<');
+        return !m_in.atEnd() && (!m_isInBody || m_in.rest().data() - m_begin < kSearchedBody);
+    }
+
+    // False when a charset was found, or the head ends.
+    bool takeTag(string_view& charset) {
+        if (beginsWith(m_in.rest(), "<!--")) {
+            m_in.skip(2);  // the "--" of "<!-->" opens and closes
+            m_in.skipPast("-->");
+            return true;
         }
-        const string_view name = in.take(isTagName);
-        if (!isEndTag && equals(name, "body")) break;
-        if (!isEndTag && equals(name, "meta")) {
-            const string_view charset = charsetInMeta(in);
-            if (!charset.empty()) return charset;
-            continue;
+        m_in.skip(1);
+        const bool isEndTag = m_in.here() == '/';
+        if (isEndTag) m_in.skip(1);
+        if (!isLetter(m_in.here())) {
+            if (isEndTag || m_in.here() == '!' || m_in.here() == '?') m_in.skipPast(">");
+            return true;
         }
-        for (Attribute attribute; readAttribute(in, attribute);) {
+        const string_view name = m_in.take(isTagName);
+        return isEndTag ? takeEndTag(name) : takeStartTag(name, charset);
+    }
+
+    bool takeEndTag(string_view name) {
+        skipAttributes();
+        return !equals(name, "head");
+    }
+
+    bool takeStartTag(string_view name, string_view& charset) {
+        if (isOneOf(name, {"body", "frameset"})) return false;
+        if (equals(name, "meta")) {
+            charset = charsetInMeta(m_in);
+            return charset.empty();
+        }
+        skipAttributes();
+        if (isOneOf(name, {"title", "style", "script"})) skipContent(name);
+        else if (equals(name, "head")) m_hasHead = true;
+        else if (!m_hasHead && !isOneOf(name, {"html", "base", "link", "noscript", "template"}))
+            m_isInBody = true;
+        return true;
+    }
+
+    void skipAttributes() {
+        for (Attribute attribute; readAttribute(m_in, attribute);) {
         }
     }
-    return {};
-}
+
+    // Text and code without tags in it.  Tolerated: content that is never closed counts as none.
+    void skipContent(string_view name) {
+        if (m_isUnclosed) return;
+        const string_view rest = m_in.rest();
+        size_t at = 0;
+        do {
+            at = rest.find("</", at);
+            if (at != string_view::npos) at += 2;
+        } while (at != string_view::npos && !beginsWith(rest.substr(at), name));
+        m_isUnclosed = at == string_view::npos;
+        if (!m_isUnclosed) m_in.skip(at - 2);
+    }
+
+    Cursor m_in;
+    const char* const m_begin;
+    bool m_hasHead = false;     // and so an end of its own
+    bool m_isInBody = false;    // an element of the body came, though there was no <head>
+    bool m_isUnclosed = false;  // content that has no end: nothing more of that kind is skipped
+};
 
 // The encoding of the XML declaration with which XHTML may begin.
 string_view xmlEncoding(string_view html) {
@@ -195,9 +257,8 @@ void _zqHtmlHelp::getCharset(const StringBuffer& html, StringBuffer& charset, Lo
 
 void _zqHtmlHelp::getCharset(const char* html, unsigned int size, StringBuffer& charset) {
     if (!html) return;
-    string_view head = string_view(html, size).substr(0, kSearched);
-    if (size > kSearched) head = head.substr(0, head.rfind('>') + 1);  // no tag is cut
-    string_view found = metaCharset(Cursor(head));
-    if (found.empty()) found = xmlEncoding(head);
+    const string_view document(html, size);
+    string_view found = MetaSearch(document).run();
+    if (found.empty()) found = xmlEncoding(document);
     charset.appendN(found.data(), static_cast<unsigned int>(found.size()));
 }

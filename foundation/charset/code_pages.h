@@ -11,4 +11,9 @@ constexpr int kWindows1252 = 1252;
 constexpr int kUtf32LE = 12000, kUtf32BE = 12001;
 constexpr int kAscii = 20127, kLatin1 = 28591, kUtf8 = 65001;
 
+constexpr bool isUtf16Or32(int codePage) {
+    return codePage == kUtf16LE || codePage == kUtf16BE || codePage == kUtf32LE ||
+           codePage == kUtf32BE;
+}
+
 }  // namespace mimetree::inner::codepage

@@ -72,8 +72,8 @@ struct Codec {
     int codePage;
     bool (*decode)(const Codec& codec, Source in, Output& out);  // to UTF-8
     bool (*encode)(const Codec& codec, Source in, Output& out);  // from UTF-8
-    // What stands for a character (no ASCII), 0 when nothing does; null in a codec that has a
-    // code for every character.
+    // What stands for a character (no ASCII) where the label is taken strictly, 0 when nothing
+    // does; `encode` may write more.  Null in a codec that has a code for every character.
     uint32_t (*codeOf)(const Codec& codec, char32_t c);
     const void* table = nullptr;
 };
@@ -94,16 +94,21 @@ CodecList unicodeCodecs();
 // Copies the run of ASCII at the start of `in`, and moves `in` behind it.
 bool copyAscii(Source& in, Output& out);
 
-// Encodes with codes of one to four bytes that leave ASCII as it is.
-template <class CodeOf>
-bool encodePlain(Source in, Output& out, CodeOf codeOf) {
+// The text behind a byte order mark, or the text as it is when none leads it.  The mark says
+// nothing in a charset that lacks the character.
+Source behindMark(Source in);
+
+// Encodes with codes of one to four bytes that leave ASCII as it is.  `takeCode` reads a character.
+template <class TakeCode>
+bool encodePlain(Source in, Output& out, TakeCode takeCode) {
+    if (Source mark = in; behindMark(in).p != in.p && takeCode(mark) == 0) in = mark;
     while (!in.isEmpty()) {
         if (*in.p < 0x80) {
             if (!copyAscii(in, out)) return false;
             continue;
         }
         if (!out.room(4)) return false;
-        out.putCode(codeOf(utf8::next(in.p, in.end)));
+        out.putCode(takeCode(in));
     }
     return true;
 }
@@ -115,11 +120,12 @@ char32_t jis0212Character(unsigned row, unsigned column);
 char32_t gb2312Character(unsigned row, unsigned column);
 char32_t ks1001Character(unsigned row, unsigned column);
 uint32_t jis0208Code(char32_t c);
+uint32_t jis0212Code(char32_t c);
 uint32_t gb2312Code(char32_t c);
+uint32_t gb2312PlaneCode(char32_t c);  // with what GB18030 put into the plane of GB2312
 uint32_t ks1001Code(char32_t c);
 
-// The other of two characters that vendors made of one JIS code, and the full-width form of
-// half-width katakana; 0 for all else.
+// The other of two characters that vendors made of one JIS code; 0 for all else.
 char32_t jisOtherForm(char32_t c);
 
 }  // namespace mimetree::inner::charset

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Chinese, Japanese and Korean charsets without shift states: 936 and its kin GB2312 and GB18030,
-// 932 and EUC-JP, 949 and EUC-KR, 950.  Relatives share one generated table and differ in the
-// codes that they may write; what they read is the largest of the family, as mail labels its
-// text with the smallest.  Listed for EncodingConvert.cpp; stateful.cpp uses the same
-// character sets.
+// 932 and EUC-JP, 949 and EUC-KR, 950.  Relatives share one generated table.  What they read is
+// the largest of the family, as mail labels its text with the smallest, and all that was read can
+// be written again; they differ in what they count as held, which is what the label means to a
+// strict reader.  Listed for EncodingConvert.cpp; stateful.cpp uses the same character sets.
 //
 // A pair that is not valid gives one U+FFFD, and its second byte is not eaten when it is ASCII
 // (WHATWG Encoding Standard), so that a broken character cannot swallow a quote or a "<".
@@ -34,6 +34,9 @@ constexpr unsigned kLeads = 126, kTrails = 191;
 bool isLead(unsigned byte) { return byte - 0x81 < kLeads; }
 bool isGr(unsigned byte) { return byte - 0xA1 < 94; }
 bool isDigit(unsigned byte) { return byte - 0x30 < 10; }
+
+// A pair of two bytes from 0xA1 to 0xFE, else 0.
+uint32_t ifGr(uint32_t pair) { return isGr(pair >> 8) && isGr(pair & 0xFF) ? pair : 0; }
 
 unsigned gridCell(const uint16_t (&cells)[kLeads * kTrails], unsigned lead, unsigned trail) {
     if (!isLead(lead) || trail - 0x40 >= kTrails) return 0;
@@ -86,7 +89,7 @@ bool decodePairs(const Codec&, Source in, Output& out) {
 
 template <uint32_t (*CodeOf)(char32_t)>
 bool encodePairs(const Codec&, Source in, Output& out) {
-    return encodePlain(in, out, CodeOf);
+    return encodePlain(in, out, [](Source& rest) { return CodeOf(utf8::next(rest.p, rest.end)); });
 }
 
 template <uint32_t (*CodeOf)(char32_t)>
@@ -149,6 +152,8 @@ uint32_t gb18030Of(char32_t c) {
            (pointer / 10 % 126 << 8) + pointer % 10;
 }
 
+uint32_t windowsGbOf(char32_t c) { return c == kEuro ? 0x80 : gb18030Of(c); }
+
 uint32_t gbkOf(char32_t c) {
     if (c == kEuro) return 0x80;
     const uint32_t pair = gb18030PairOf(c);
@@ -170,12 +175,17 @@ struct Ks {
 uint32_t uhcOf(char32_t c) { return codeIn<kKsShift>(kKsIndex, kKsCodes, c); }
 
 // KS X 1001 is the part of 949 in which both bytes are high.
-uint32_t eucKrOf(char32_t c) {
-    const uint32_t pair = uhcOf(c);
-    return isGr(pair >> 8) && isGr(pair & 0xFF) ? pair : 0;
-}
+uint32_t eucKrOf(char32_t c) { return ifGr(uhcOf(c)); }
 
 // -- Chinese, traditional: 950 with Big5-HKSCS in what it leaves free
+
+// Four codes stand for a letter and a combining mark.
+struct Composed {
+    uint16_t code;
+    char16_t letter, mark;
+};
+constexpr Composed kComposed[] = {
+    {0x8862, 0xCA, 0x304}, {0x8864, 0xCA, 0x30C}, {0x88A3, 0xEA, 0x304}, {0x88A5, 0xEA, 0x30C}};
 
 struct Big5 {
     static unsigned cell(unsigned lead, unsigned trail) {
@@ -183,16 +193,7 @@ struct Big5 {
         return (c & 0xF800) == 0xD800 ? 0x20000u | kBig5Plane2[c & 0x7FF] : c;
     }
 
-    // Four codes stand for a letter and a combining mark.
     static void readOther(Source& in, Output& out) {
-        struct Composed {
-            uint16_t code;
-            char16_t letter, mark;
-        };
-        static constexpr Composed kComposed[] = {{0x8862, 0xCA, 0x304},
-                                                 {0x8864, 0xCA, 0x30C},
-                                                 {0x88A3, 0xEA, 0x304},
-                                                 {0x88A5, 0xEA, 0x30C}};
         const unsigned code = in.size() > 1 ? in.p[0] * 256u + in.p[1] : 0;
         for (const Composed& row : kComposed) {
             if (row.code != code) continue;
@@ -205,7 +206,32 @@ struct Big5 {
     }
 };
 
-uint32_t big5Of(char32_t c) { return codeIn<kBig5Shift>(kBig5Index, kBig5Codes, c); }
+uint32_t big5HkscsOf(char32_t c) { return codeIn<kBig5Shift>(kBig5Index, kBig5Codes, c); }
+
+// Many readers of Big5 know no lead byte below 0xA1.
+uint32_t big5Of(char32_t c) {
+    const uint32_t code = big5HkscsOf(c);
+    return code >= 0xA100 ? code : 0;
+}
+
+// The code of a letter and the mark behind it, which is then skipped, or of the letter alone.
+uint32_t composedCode(char32_t letter, Source& in) {
+    const unsigned char* behind = in.p;
+    const char32_t mark = in.isEmpty() ? 0 : utf8::next(behind, in.end);
+    for (const Composed& row : kComposed) {
+        if (row.letter != letter || row.mark != mark) continue;
+        in.p = behind;
+        return row.code;
+    }
+    return big5HkscsOf(letter);
+}
+
+bool encodeBig5(const Codec&, Source in, Output& out) {
+    return encodePlain(in, out, [](Source& rest) {
+        const char32_t c = utf8::next(rest.p, rest.end);
+        return c == 0xCA || c == 0xEA ? composedCode(c, rest) : big5HkscsOf(c);
+    });
+}
 
 // -- Japanese: 932 and EUC-JP
 
@@ -222,15 +248,6 @@ struct TwoForms {
 };
 constexpr TwoForms kTwoForms[] = {{0x2225, 0x2016}, {0xFF0D, 0x2212}, {0xFF5E, 0x301C},
                                   {0xFFE0, 0x00A2}, {0xFFE1, 0x00A3}, {0xFFE2, 0x00AC}};
-
-constexpr char16_t kFullWidthKana[] = {
-    0x3002, 0x300C, 0x300D, 0x3001, 0x30FB, 0x30F2, 0x30A1, 0x30A3, 0x30A5, 0x30A7, 0x30A9,
-    0x30E3, 0x30E5, 0x30E7, 0x30C3, 0x30FC, 0x30A2, 0x30A4, 0x30A6, 0x30A8, 0x30AA, 0x30AB,
-    0x30AD, 0x30AF, 0x30B1, 0x30B3, 0x30B5, 0x30B7, 0x30B9, 0x30BB, 0x30BD, 0x30BF, 0x30C1,
-    0x30C4, 0x30C6, 0x30C8, 0x30CA, 0x30CB, 0x30CC, 0x30CD, 0x30CE, 0x30CF, 0x30D2, 0x30D5,
-    0x30D8, 0x30DB, 0x30DE, 0x30DF, 0x30E0, 0x30E1, 0x30E2, 0x30E4, 0x30E6, 0x30E8, 0x30E9,
-    0x30EA, 0x30EB, 0x30EC, 0x30ED, 0x30EF, 0x30F3, 0x309B, 0x309C};
-static_assert(std::size(kFullWidthKana) == kKanaCount);
 
 unsigned toJisForm(unsigned c) {
     if (c == 0x2225 || c >= 0xFF00)
@@ -319,19 +336,19 @@ uint32_t codeOfEitherForm(char32_t c) {
     return code ? code : CodeOf(jisOtherForm(c));
 }
 
-template <class Charset, uint32_t (*Written)(char32_t), uint32_t (*Held)(char32_t) = Written>
+template <class Charset, uint32_t (*Held)(char32_t), uint32_t (*Written)(char32_t) = Held>
 constexpr Codec row(int codePage) {
     return {codePage, decodePairs<Charset>, encodePairs<Written>, codeOrAscii<Held>};
 }
 
 constexpr Codec kCodecs[] = {
-    row<ShiftJis, codeOfEitherForm<shiftJisCode>, shiftJisCode>(932),
-    row<Gb, gbkOf>(936),
+    row<ShiftJis, shiftJisCode, codeOfEitherForm<shiftJisCode>>(932),
+    row<Gb, gbkOf, windowsGbOf>(936),
     row<Ks, uhcOf>(949),
-    row<Big5, big5Of>(950),
-    row<EucJp, codeOfEitherForm<eucJpCode>, eucJpCode>(51932),
-    row<Gb, gb2312Of>(51936),
-    row<Ks, eucKrOf>(51949),
+    {950, decodePairs<Big5>, encodeBig5, codeOrAscii<big5Of>},
+    row<EucJp, eucJpCode, codeOfEitherForm<eucJpCode>>(51932),
+    row<Gb, gb2312Of, gb18030Of>(51936),
+    row<Ks, eucKrOf, uhcOf>(51949),
     row<Gb, gb18030Of>(54936),
 };
 
@@ -364,11 +381,15 @@ uint32_t jis0208Code(char32_t c) {
     return 0x2121 + (place / kRows << 8) + place % kRows;
 }
 
+uint32_t jis0212Code(char32_t c) {
+    return codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c) & 0x7F7F;
+}
+
 uint32_t gb2312Code(char32_t c) { return gb2312Of(c) & 0x7F7F; }
+uint32_t gb2312PlaneCode(char32_t c) { return ifGr(gb18030PairOf(c)) & 0x7F7F; }
 uint32_t ks1001Code(char32_t c) { return eucKrOf(c) & 0x7F7F; }
 
 char32_t jisOtherForm(char32_t c) {
-    if (c - kHalfWidthKana < kKanaCount) return kFullWidthKana[c - kHalfWidthKana];
     for (const TwoForms& row : kTwoForms) {
         if (row.microsoft == c) return row.jis;
         if (row.jis == c) return row.microsoft;

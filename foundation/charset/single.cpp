@@ -72,7 +72,8 @@ bool decode(const Codec& codec, Source in, Output& out) {
 }
 
 bool encode(const Codec& codec, Source in, Output& out) {
-    return encodePlain(in, out, [&codec](char32_t c) { return codeOf(codec, c); });
+    return encodePlain(
+        in, out, [&codec](Source& rest) { return codeOf(codec, utf8::next(rest.p, rest.end)); });
 }
 
 template <const char16_t (&Points)[128]>

@@ -2,7 +2,8 @@
 
 // Charsets that switch between ASCII and double-byte sets within seven bits: ISO-2022-JP,
 // ISO-2022-KR and HZ.  Reading accepts the wider forms that mail has (half-width kana, JIS X
-// 0212, GB2312 and KS X 1001 in Japanese text); writing keeps to the RFC and ends in ASCII.
+// 0212, GB2312 and KS X 1001 in Japanese text); writing keeps to the RFC where the RFC has the
+// character, uses those forms where it has not, and ends in ASCII.
 // Listed for EncodingConvert.cpp; the character sets are in multi.cpp.
 
 #include <cstring>
@@ -154,12 +155,17 @@ void readTilde(Source& in, Output& out, bool& isShifted) {
     const unsigned following = in.size() > 1 ? in.p[1] : 0;
     in.p += 2;
     switch (following) {
-        case '{': isShifted = true; break;
-        case '}': isShifted = false; break;
-        case '~': out.put('~'); break;
-        case '\n': break;
-        default: out.put(kReplacement); --in.p;
+        case '{': isShifted = true; return;
+        case '}': isShifted = false; return;
+        case '~': return out.put('~');
+        case '\n': return;
+        case '\r':
+            if (in.isEmpty() || *in.p != '\n') break;
+            ++in.p;
+            return;
     }
+    out.put(kReplacement);
+    --in.p;
 }
 
 bool decodeHz(const Codec&, Source in, Output& out) {
@@ -185,46 +191,61 @@ bool decodeHz(const Codec&, Source in, Output& out) {
 
 // Codes carry the number of their set in the upper half.
 constexpr unsigned kSetShift = 16;
-constexpr uint32_t kSet1 = 1u << kSetShift, kSet2 = 2u << kSetShift;
+constexpr uint32_t inSet(unsigned set, uint32_t code) { return code ? set << kSetShift | code : 0; }
 
 bool isShiftControl(char32_t c) { return c == kEsc || c == kShiftOut || c == kShiftIn; }
 
-uint32_t inSet(uint32_t set, uint32_t code) { return code ? set | code : 0; }
+// The sets of Japanese text, in the order of kJapanese's designators.
+enum : unsigned { kJis0208 = 1, kRoman, kHalfWidth, kJis0212, kGb2312, kKs1001 };
 
 uint32_t japaneseCode(char32_t c) {
     if (c < 0x80) return isShiftControl(c) ? 0 : c;
-    if (c == 0xA5) return kSet2 | 0x5C;
-    if (c == 0x203E) return kSet2 | 0x7E;
-    return inSet(kSet1, jis0208Code(c));
+    if (c == 0xA5) return inSet(kRoman, 0x5C);
+    if (c == 0x203E) return inSet(kRoman, 0x7E);
+    return inSet(kJis0208, jis0208Code(c));
 }
 
-// RFC 1468 has no half-width kana: they are written full-width, as browsers do.
 uint32_t japaneseWrittenCode(char32_t c) {
-    const uint32_t code = japaneseCode(c);
-    return code ? code : japaneseCode(jisOtherForm(c));
+    if (const uint32_t code = japaneseCode(c)) return code;
+    if (c - 0xFF61 < 63) return inSet(kHalfWidth, 0x21 + c - 0xFF61);
+    if (const uint32_t code = jis0208Code(jisOtherForm(c))) return inSet(kJis0208, code);
+    if (const uint32_t code = jis0212Code(c)) return inSet(kJis0212, code);
+    if (const uint32_t code = gb2312PlaneCode(c)) return inSet(kGb2312, code);
+    return inSet(kKs1001, ks1001Code(c));
 }
 
 uint32_t koreanCode(char32_t c) {
     if (c < 0x80) return isShiftControl(c) ? 0 : c;
-    return inSet(kSet1, ks1001Code(c));
+    return inSet(1, ks1001Code(c));
 }
 
 uint32_t hzCode(char32_t c) {
     if (c < 0x80) return c == '~' ? 0x7E7E : c;
-    return inSet(kSet1, gb2312Code(c));
+    return inSet(1, gb2312Code(c));
+}
+
+// The last row would begin with a tilde.
+uint32_t hzWrittenCode(char32_t c) {
+    if (c < 0x80) return hzCode(c);
+    const uint32_t code = gb2312PlaneCode(c);
+    return code >> 8 == '~' ? 0 : inSet(1, code);
 }
 
 struct Writer {
-    const char* designators[3];  // for ASCII and the sets that codes name
+    const char* designators[7];  // for ASCII and the sets that codes name
     uint32_t (*codeOf)(char32_t c);
     const ByteSet& plain;
 };
 
-constexpr Writer kJapanese = {{"\x1B(B", "\x1B$B", "\x1B(J"}, japaneseWrittenCode, kIsoPlain};
-constexpr Writer kKorean = {{"\x0F", "\x0E", nullptr}, koreanCode, kIsoPlain};
-constexpr Writer kHz = {{"~}", "~{", nullptr}, hzCode, kHzPlain};
+constexpr Writer kJapanese = {
+    {"\x1B(B", "\x1B$B", "\x1B(J", "\x1B(I", "\x1B$(D", "\x1B$A", "\x1B$(C"},
+    japaneseWrittenCode,
+    kIsoPlain};
+constexpr Writer kKorean = {{"\x0F", "\x0E"}, koreanCode, kIsoPlain};
+constexpr Writer kHz = {{"~}", "~{"}, hzWrittenCode, kHzPlain};
 
 bool encodeShifting(const Writer& writer, Source in, Output& out) {
+    in = behindMark(in);
     unsigned set = 0;
     const auto designate = [&](unsigned wanted) {
         if (wanted == set) return true;

@@ -8,11 +8,11 @@
 
 #include <cstring>
 
-#include "foundation/bytes/ByteSet.h"
-#include "foundation/header/HeaderParams.h"
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/header/HeaderParams.h"
 
 using namespace mimetree::inner;
 
@@ -80,15 +80,16 @@ void dropOuterQuotes(const char*& p, const char*& end) {
     --end;
 }
 
-constexpr ByteSet kEndsWord(" \t\r\n;(\"");
+constexpr ByteSet kEndsWord(" \t\r\n;,(\"");
 
-// Appends the type at the start of a value and gives where the parameters begin: at a ";",
-// or at the end.  Comments and quotes are dropped, and blanks at both ends and around "/".
+// Appends the type at the start of a value and gives where the parameters begin: at a ";" or
+// ",", or at the end.  Comments and quotes are dropped, and blanks at both ends and around "/".
 // Tolerated: "text/html charset=utf-8", where the words behind a complete type are not
-// separated from it; they count as parameters.
+// separated from it, and "text/html, charset=utf-8"; they count as parameters.
 const char* readType(const char* p, const char* end, StringBuffer& type) {
     bool gap = false, hasSlash = false;
     while (p != end && *p != ';') {
+        if (*p == ',' && !type.isEmpty()) return p;
         if (kEndsWord.has(*p)) {
             gap = true;
             p = *p == '(' ? skipComment(p, end) : p + 1;
@@ -231,6 +232,7 @@ void _zqContentType::loadFromMimeHeaderValue(const char* value, _zqCharset& char
         loader.run(rest, sizeOf(rest, end));
         return;
     }
+    if (*rest == ',') ++rest;
     StringBuffer separated;
     if (separated.appendChar(';') && separated.appendN(rest, sizeOf(rest, end)))
         loader.run(separated.getString(), separated.getSize());

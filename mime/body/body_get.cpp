@@ -5,6 +5,7 @@
 // as text and where the code page comes from.  serialize.cpp uses getMimeBodyEncodedDb.
 
 #include <atomic>
+#include <cstring>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/EncodingConvert.h"
@@ -26,6 +27,18 @@ Coding codingOf(const StringBuffer& name) {
 class WireBytes {
 public:
     explicit WireBytes(const DataBuffer& stored) : m_bytes(&stored) {}
+
+    // RFC 2781 4.3: UTF-16 is taken for big-endian when neither the name nor a mark tells the
+    // order.  Reading drops one mark: text that begins with its own gets another.
+    void writeMark(const _zqCharset& charset, LogBase& log) {
+        static constexpr unsigned char kMark[] = {0xEF, 0xBB, 0xBF};
+        const int codePage = charset.getCodePage();
+        const bool hasMark = m_bytes->getSize() >= sizeof kMark &&
+                             std::memcmp(m_bytes->getData2(), kMark, sizeof kMark) == 0;
+        if (charset.needsByteOrderMark() || (hasMark && codepage::isUtf16Or32(codePage)))
+            EncodingConvert::EncConvert(codepage::kUtf8, codePage, kMark, sizeof kMark, m_converted,
+                                        log);
+    }
 
     void convertTo(int codePage, LogBase& log) {
         if (!EncodingConvert::EncConvert(codepage::kUtf8, codePage, m_bytes->getData2(),
@@ -76,6 +89,7 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
     WireBytes wire(m_mimeBody);
     if (isText && codePage != codepage::kUtf8) {
         log.verboseInfo("Converting MIME body from utf-8..");
+        wire.writeMark(m_charset, log);
         wire.convertTo(wireCodePage(codePage), log);
     }
     const Coding coding = codingOf(m_contentTransferEncoding);
@@ -100,6 +114,7 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
     WireBytes wire(m_mimeBody);
     if (isText && codePage != codepage::kUtf8) {
         log.verboseInfo("Converting text from stored utf-8 to target code page.");
+        wire.writeMark(m_charset, log);
         wire.convertTo(wireCodePage(codePage), log);
     }
     const Coding coding = codingOf(m_contentTransferEncoding);

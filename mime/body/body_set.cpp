@@ -97,11 +97,6 @@ bool looksLike1252(const DataBuffer& body) {
     return false;
 }
 
-bool isUtf16Or32(int codePage) {
-    return codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE ||
-           codePage == codepage::kUtf32LE || codePage == codepage::kUtf32BE;
-}
-
 }  // namespace
 
 // -- By encoding
@@ -185,7 +180,7 @@ MimeMessage2::Label MimeMessage2::decodeQP(const void* data, unsigned int size,
     log.verboseLong("cp", codePage);
     const NewBody fresh(m_mimeBody);
     ContentCoding coding;
-    if (isText && !isUtf16Or32(codePage)) coding.setTextBody(true);
+    if (isText && !codepage::isUtf16Or32(codePage)) coding.setTextBody(true);
     coding.decodeQuotedPrintable(static_cast<const char*>(data), size, m_mimeBody);
     if (!isText) {
         log.verboseInfo("Set quoted-printable non-text MIME body.");
