@@ -248,7 +248,7 @@ TEST(Convert, WhatWasReadIsWritten) {
         std::string text;
         for (std::string line; std::getline(lines, line);)
             if (line.find(kBad) == std::string::npos) text += line + '\n';
-        EXPECT_EQ(decoded(codePage, encoded(codePage, text)), text);
+        EXPECT_TRUE(decoded(codePage, encoded(codePage, text)) == text);
     });
 }
 

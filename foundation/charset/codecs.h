@@ -125,7 +125,9 @@ uint32_t gb2312Code(char32_t c);
 uint32_t gb2312PlaneCode(char32_t c);  // with what GB18030 put into the plane of GB2312
 uint32_t ks1001Code(char32_t c);
 
-// The other of two characters that vendors made of one JIS code; 0 for all else.
+// Of two characters that vendors made of one JIS code: that of JIS, the character itself for all
+// else; and the other of the two, 0 for all else.
+char32_t toJisForm(char32_t c);
 char32_t jisOtherForm(char32_t c);
 
 }  // namespace mimetree::inner::charset

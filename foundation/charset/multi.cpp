@@ -249,13 +249,6 @@ struct TwoForms {
 constexpr TwoForms kTwoForms[] = {{0x2225, 0x2016}, {0xFF0D, 0x2212}, {0xFF5E, 0x301C},
                                   {0xFFE0, 0x00A2}, {0xFFE1, 0x00A3}, {0xFFE2, 0x00AC}};
 
-unsigned toJisForm(unsigned c) {
-    if (c == 0x2225 || c >= 0xFF00)
-        for (const TwoForms& row : kTwoForms)
-            if (row.microsoft == c) return row.jis;
-    return c;
-}
-
 // The place of a character plus 1.
 uint32_t jisPlace(char32_t c) { return codeIn<kJisShift>(kJisIndex, kJisCodes, c); }
 
@@ -388,6 +381,13 @@ uint32_t jis0212Code(char32_t c) {
 uint32_t gb2312Code(char32_t c) { return gb2312Of(c) & 0x7F7F; }
 uint32_t gb2312PlaneCode(char32_t c) { return ifGr(gb18030PairOf(c)) & 0x7F7F; }
 uint32_t ks1001Code(char32_t c) { return eucKrOf(c) & 0x7F7F; }
+
+char32_t toJisForm(char32_t c) {
+    if (c == 0x2225 || c >= 0xFF00)
+        for (const TwoForms& row : kTwoForms)
+            if (row.microsoft == c) return row.jis;
+    return c;
+}
 
 char32_t jisOtherForm(char32_t c) {
     for (const TwoForms& row : kTwoForms) {

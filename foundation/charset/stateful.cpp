@@ -68,15 +68,26 @@ char32_t kanaCharacter(unsigned byte) {
     return byte - 0x21 < 63 ? 0xFF61 + byte - 0x21 : byte <= 0x20 ? byte : kReplacement;
 }
 
+// Characters that JIS has in another form are written in that: they are read in it, too.
+template <CharacterAt At>
+char32_t inJisForm(unsigned row, unsigned column) {
+    return toJisForm(At(row, column));
+}
+
 // RFC 1468 and, from "(I" on, what RFC 1554, RFC 2237 and Windows (50221) add to it.  "(H" is
 // an old mistake for "(J".
 constexpr CodedSet kJapaneseSets[] = {
-    {"(B", nullptr, nullptr},           {"(J", romanCharacter, nullptr},
-    {"$@", nullptr, jis0208Character},  {"$B", nullptr, jis0208Character},
-    {"(I", kanaCharacter, nullptr},     {"(H", romanCharacter, nullptr},
-    {"$(@", nullptr, jis0208Character}, {"$(B", nullptr, jis0208Character},
-    {"$(D", nullptr, jis0212Character}, {"$A", nullptr, gb2312Character},
-    {"$(C", nullptr, ks1001Character},
+    {"(B", nullptr, nullptr},
+    {"(J", romanCharacter, nullptr},
+    {"$@", nullptr, jis0208Character},
+    {"$B", nullptr, jis0208Character},
+    {"(I", kanaCharacter, nullptr},
+    {"(H", romanCharacter, nullptr},
+    {"$(@", nullptr, jis0208Character},
+    {"$(B", nullptr, jis0208Character},
+    {"$(D", nullptr, jis0212Character},
+    {"$A", nullptr, inJisForm<gb2312Character>},
+    {"$(C", nullptr, inJisForm<ks1001Character>},
 };
 constexpr const CodedSet* kAscii = kJapaneseSets;
 constexpr const CodedSet* kKana = kJapaneseSets + 4;
