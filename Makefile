@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test packages clean
+.PHONY: build run test bench packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -21,6 +21,14 @@ run: packages
 
 test: build
 	ctest --preset release
+
+# Measures the engine beside other libraries; writes docs/benchmarks.md.
+bench:
+	@cmake/install-packages.sh build bench
+	@cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release -DMIMETREE_BUILD_TESTS=OFF \
+	    -DMIMETREE_BUILD_BENCH=ON -DMIMETREE_BENCH_PEERS=ON >/dev/null
+	cmake --build build/bench
+	python3 bench/compare.py build/bench docs
 
 packages:
 	@cmake/install-packages.sh build

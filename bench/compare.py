@@ -1,0 +1,219 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Measures this engine beside other libraries, in one run, and writes docs/benchmarks.md and its
+two charts.
+
+usage: compare.py BUILD_DIR DOCS_DIR
+
+Every round runs every program once on one core, so that what else the machine does falls on all
+of them alike; the table has the medians of ROUNDS rounds (default 7). CORE is the core to pin to
+(default: the last). QUICK=1: three rounds.
+"""
+import collections
+import datetime
+import json
+import os
+import pathlib
+import platform
+import statistics
+import subprocess
+import sys
+
+ROUNDS = 3 if os.environ.get("QUICK") else int(os.environ.get("ROUNDS", "7"))
+CORE = os.environ.get("CORE", str((os.cpu_count() or 1) - 1))
+OURS = "mimetree"
+PEERS = ["gmime", "mimetic", "libetpan", "vmime", "python"]
+# Without these, rates jump with the sizes of blocks freed before (malloc gives them back to the
+# kernel), and with the distance of source and target ("rep movsb").
+STEADY = {
+    "GLIBC_TUNABLES": "glibc.malloc.mmap_threshold=33554432:"
+    "glibc.malloc.trim_threshold=4294967296:glibc.cpu.x86_rep_movsb_threshold=1073741824"
+}
+NOTES = """\
+mimetic converts no charset, checks no text and leaves a digest's messages closed; VMime leaves a
+digest's messages closed; Python's email is measured with its `compat32` policy, which reads only
+the fields that are asked for. GMime, libetpan and this engine open every message inside a message.
+Rates count bytes of input, for loading and decoding every leaf and freeing the tree, or for writing
+a loaded tree back."""
+
+
+class Bench:
+    def __init__(self, build):
+        self.build = pathlib.Path(build) / "bench"
+        self.mails = self.build / "mails"
+        self.rates = collections.defaultdict(lambda: collections.defaultdict(list))
+
+    def run(self, command, extra=None):
+        done = subprocess.run(["taskset", "-c", CORE, *map(str, command)], capture_output=True,
+                              text=True, env={**os.environ, **STEADY, **(extra or {})})
+        if done.returncode:
+            print("%s ended with status %d" % (command[0], done.returncode), file=sys.stderr)
+        return done
+
+    def program(self, name):
+        if name == "python":
+            return [sys.executable, pathlib.Path(__file__).parent / "peers" / "python_email.py"]
+        return [self.build / "peers" / ("peer_" + name)]
+
+    def libraries(self):
+        return [n for n in [OURS, *PEERS] if pathlib.Path(self.program(n)[-1]).exists()]
+
+    def measure(self):
+        subprocess.run([self.build / "write_workloads", self.mails], check=True)
+        files = sorted(self.mails.glob("*.mails"))
+        for number in range(ROUNDS):
+            print("round %d of %d" % (number + 1, ROUNDS), file=sys.stderr, flush=True)
+            for library in self.libraries():
+                for line in self.run([*self.program(library), *files]).stdout.splitlines():
+                    work, name, rate, _ = line.split()
+                    self.rates[work, name][library].append(float(rate))
+            for line in self.run(self.program("coders")).stdout.splitlines():
+                library, operation, rate, _ = line.split()
+                self.rates["codec", operation][library].append(float(rate))
+
+    def median(self, key):
+        return {library: statistics.median(rates) for library, rates in self.rates[key].items()}
+
+    def what(self, name):
+        return (self.mails / (name + ".what")).read_text().strip()
+
+    def peak_memory(self, name):
+        """Peak resident size above that of an empty run, as a multiple of the input."""
+        file, empty = self.mails / (name + ".mails"), self.mails / "empty"
+        empty.write_text("")
+        once = {"MIMETREE_BENCH_ONCE": "1"}
+
+        def peak(library, path):
+            command = ["/usr/bin/time", "-f", "%M", *self.program(library), path]
+            return int(self.run(command, once).stderr.split()[-1]) * 1024
+
+        return {n: (peak(n, file) - peak(n, empty)) / file.stat().st_size for n in self.libraries()}
+
+    def benchmark(self, program):
+        done = self.run([self.build / program, "--benchmark_format=json"])
+        return json.loads(done.stdout)["benchmarks"]
+
+
+def table(head, rows):
+    def line(cells):
+        return "| " + " | ".join(cells) + " |"
+
+    return "\n".join([line(head), line(["---"] + ["---:"] * (len(head) - 1)), *map(line, rows)]) + "\n"
+
+
+def number(value):
+    return "-" if value is None else "%.2f" % value if value < 10 else "{:,.0f}".format(value)
+
+
+def rate_rows(bench, work, names, peers, label):
+    for name in names:
+        rates = bench.median((work, name))
+        if OURS not in rates:
+            continue
+        best = max((r for n, r in rates.items() if n != OURS), default=None)
+        ratio = "%.1f" % (rates[OURS] / best) if best else "-"
+        yield [label(name), number(rates[OURS]), *(number(rates.get(p)) for p in peers), ratio]
+
+
+def growth_rows(results):
+    for result in results:
+        name, n = result["name"].split("/")[:2]
+        size = result["input"]
+        yield [name, "{:,}".format(int(n)), "{:,.0f}".format(size),
+               "%.2f" % (result["cpu_time"] / size), "%.2f" % result["peak/input"]]
+
+
+def bar_chart(title, groups, colours):
+    """Horizontal bars: groups is a list of (label, [(name, value)]). Gives SVG text."""
+    left, width, bar, gap = 170, 480, 13, 12
+    most = max(value for _, bars in groups for _, value in bars)
+    parts, y = [], 46
+    for label, bars in groups:
+        middle = y + len(bars) * bar / 2 + 4
+        parts.append('<text x="%d" y="%.0f" text-anchor="end">%s</text>' % (left - 10, middle, label))
+        for name, value in bars:
+            length = max(1.0, width * value / most)
+            parts.append('<rect x="%d" y="%d" width="%.1f" height="%d" fill="%s"/>'
+                         % (left, y, length, bar - 2, colours[name]))
+            parts.append('<text x="%.1f" y="%d" class="value">%s %s</text>'
+                         % (left + length + 5, y + bar - 4, name, number(value)))
+            y += bar
+        y += gap
+    return ('<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 %d %d" font-family="sans-serif" '
+            'font-size="12">\n<style>text{fill:#444}.value{font-size:10px}'
+            '@media(prefers-color-scheme:dark){text{fill:#ccc}}</style>\n'
+            '<text x="%d" y="22" font-size="15">%s</text>\n%s\n</svg>\n'
+            % (left + width + 150, y, left, title, "\n".join(parts)))
+
+
+COLOURS = {OURS: "#1f6feb", "gmime": "#8b949e", "mimetic": "#b08800", "libetpan": "#57ab5a",
+           "vmime": "#e0823d", "python": "#986ee2", "iconv": "#8b949e", "icu": "#57ab5a",
+           "glib": "#b08800", "modpbase64": "#e0823d"}
+
+
+def chart_groups(bench, work, names):
+    for name in names:
+        rates = bench.median((work, name))
+        yield name, [(OURS, rates[OURS])] + sorted(
+            ((n, r) for n, r in rates.items() if n != OURS), key=lambda item: -item[1])[:3]
+
+
+def processor():
+    for line in open("/proc/cpuinfo"):
+        if line.startswith("model name"):
+            return line.split(":")[1].strip()
+    return platform.machine()
+
+
+def page(bench, loads, writes, codecs, memory, growth, allocations):
+    peers = [p for p in PEERS if p in bench.libraries()]
+    coders = ["gmime", "glib", "modpbase64", "iconv", "icu"]
+    head = ["work", OURS, *peers, "to the fastest other"]
+    return "\n".join([
+        "# Benchmarks\n",
+        "Written by `make bench`: %s, one core of an %s; medians of %d rounds in which the programs "
+        "took turns. MB/s.\n" % (datetime.date.today(), processor(), ROUNDS),
+        NOTES + "\n",
+        "![Loading](benchmarks-load.svg)\n", "## Loading\n",
+        table(head, rate_rows(bench, "load", loads, peers, bench.what)), "## Writing back\n",
+        table(head, rate_rows(bench, "write", writes, peers, bench.what)),
+        "## Transfer codings and charsets\n", "![Coders](benchmarks-coders.svg)\n",
+        table(["coder", OURS, *coders, "to the fastest other"],
+              rate_rows(bench, "codec", codecs, coders, str)),
+        "## Memory\n", "Peak above an empty run, as a multiple of the input:\n",
+        table(["mail", *bench.libraries()],
+              [[bench.what(n), *("%.2f" % peak[p] for p in bench.libraries())]
+               for n, peak in memory.items()]),
+        "What the engine takes from the heap to load one mail:\n",
+        table(["mail", "allocations", "enlarged", "peak / input"],
+              [[bench.what(r["name"].split("/")[1]), "%d" % r["allocations"], "%d" % r["enlarged"],
+                "%.2f" % r["peak/input"]] for r in allocations]),
+        "## Growth\n", "Load, read the addresses and write back; nanoseconds a byte, and peak of "
+        "the heap while loading as a multiple of the input. The smallest mails cost what a mail "
+        "costs.\n",
+        table(["what grows", "n", "bytes", "ns a byte", "peak / input"], growth_rows(growth))])
+
+
+def main(build, docs):
+    bench = Bench(build)
+    bench.measure()
+    loads = [n for w, n in bench.rates if w == "load"]
+    writes = [n for w, n in bench.rates if w == "write" and n in ("folder", "newsletter", "attach_10m", "many_parts")]
+    codecs = [n for w, n in bench.rates if w == "codec"]
+    memory = {n: bench.peak_memory(n) for n in ("attach_10m", "many_parts", "newsletter")}
+    growth = bench.benchmark("growth_bench")
+    allocations = [r for r in bench.benchmark("load_bench") if r["name"].startswith("load/")]
+    docs = pathlib.Path(docs)
+    text = page(bench, loads, writes, codecs, memory, growth, allocations)
+    print(text)
+    (docs / "benchmarks.md").write_text(text)
+    (docs / "benchmarks-load.svg").write_text(bar_chart(
+        "Loading, MB/s", list(chart_groups(bench, "load", loads)), COLOURS))
+    (docs / "benchmarks-coders.svg").write_text(bar_chart(
+        "Coders and charsets, MB/s of input", list(chart_groups(bench, "codec", codecs)), COLOURS))
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    main(*sys.argv[1:])
