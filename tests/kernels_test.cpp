@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Every vectorised loop at every level of this machine against its plain twin: all lengths to
+// 300 and then some, inputs and outputs in blocks of exactly their size at all alignments.
+
+#include <algorithm>
+
+#include "foundation/bytes/bytes.h"
+#include "foundation/bytes/line_ends.h"
+#include "foundation/bytes/utf8.h"
+#include "foundation/coding/base64.h"
+#include "foundation/coding/quoted_printable.h"
+#include "foundation/simd/level.h"
+#include "tests/support.h"
+
+using namespace mimetree::inner;
+
+namespace {
+
+using namespace std::string_view_literals;
+
+// What a loop makes of an input, whatever it gives, as a text.
+using Loop = std::string (*)(std::string_view in);
+
+// Calls a loop that writes to room of exactly the size that it asks for.
+template <auto Function>
+std::string written(std::string_view in, size_t room) {
+    const std::unique_ptr<char[]> out(new char[room]);
+    char* end;
+    if constexpr (std::is_invocable_v<decltype(Function), const char*, size_t, unsigned char*>)
+        end = reinterpret_cast<char*>(
+            Function(in.data(), in.size(), reinterpret_cast<unsigned char*>(out.get())));
+    else end = Function(raw(in), in.size(), out.get());
+    return std::string(out.get(), end);
+}
+
+template <auto Function>
+std::string encode64(std::string_view in) {
+    return written<Function>(in, base64::encodedSize(in.size()));
+}
+
+template <auto Function>
+std::string decode64(std::string_view in) {
+    return written<Function>(in, base64::decodedBound(in.size()));
+}
+
+template <auto Function>
+std::string encodeQp(std::string_view in) {
+    return written<Function>(in, quoted_printable::encodedBound(raw(in), in.size()));
+}
+
+template <auto Function>
+std::string decodeQp(std::string_view in) {
+    return written<Function>(in, in.size());
+}
+
+template <auto Function>
+std::string run(std::string_view in) {
+    return std::to_string(Function(in.data(), in.size()));
+}
+
+template <auto Function>
+std::string validUtf8(std::string_view in) {
+    return std::to_string(Function(raw(in), in.size()));
+}
+
+// The needle is the end of the text, or what is nearly that.
+template <auto Function>
+std::string find(std::string_view in) {
+    const size_t m = std::min<size_t>(in.size() / 2, in.empty() ? 0 : in[0] & 7);
+    std::string needle(in.substr(in.size() - m));
+    if (m > 1 && in[1] & 1) needle[m / 2] ^= 1;
+    const char* const hit = Function(in.data(), in.size(), needle.data(), m);
+    return hit ? std::to_string(hit - in.data()) : "none";
+}
+
+template <auto Count, auto Complete, line_ends::BareCr BareCr>
+std::string crlf(std::string_view in) {
+    std::string out(in.size() + Count(in.data(), in.size(), BareCr), '?');
+    const Exact room(out);
+    Complete(in.data(), in.size(), BareCr, const_cast<char*>(room.data()));
+    return std::string(room.data(), room.size());
+}
+
+// `sets` are the alphabets that inputs are made of, a random one for each; "" is all bytes.
+struct Twins {
+    const char* name;
+    Loop fast, plain;
+    std::vector<std::string_view> sets;
+};
+
+constexpr auto kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"sv;
+
+// Alphabets whose odd bytes are rare, so that long stretches lie between them.
+std::string mostly(std::string_view plain, std::string_view odd, size_t times) {
+    std::string set;
+    while (times--) set += plain;
+    return set + std::string(odd);
+}
+
+#define TWINS(space, name, through) #name, through < space::name>, through < space::scalar::name>
+
+std::vector<Twins> allTwins() {
+    static const std::string spaced = mostly(kBase64, "\r\n ", 1);
+    static const std::string damaged = mostly(kBase64, "\r\n=*\x80", 4);
+    static const std::string lightQp = mostly("abcdefg hijklmnop", "=\r\n", 2);
+    static const std::string ascii = mostly("ab", "\x80\xFF", 60);
+    static const std::string lines = mostly("ab", "\r\n", 8);
+    using namespace line_ends;
+    return {
+        {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
+        {TWINS(bytes, asciiRun, run), {ascii, ""}},
+        {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},
+        {TWINS(base64, encode, encode64), {""}},
+        {TWINS(base64, decode, decode64), {kBase64, spaced, damaged, "QUJD \n", ""}},
+        {TWINS(quoted_printable, encode, encodeQp), {"ab", lightQp, "a\xC3=. \r\n", "From ", ""}},
+        {TWINS(quoted_printable, decode, decodeQp), {lightQp, "= \t\r\n4aG", "=C3A", ""}},
+        {"LF to CRLF",
+         crlf<countIncomplete, complete, BareCr::Stays>,
+         crlf<scalar::countIncomplete, scalar::complete, BareCr::Stays>,
+         {lines, "\r\nx"}},
+        {"CR and LF to CRLF",
+         crlf<countIncomplete, complete, BareCr::BecomesCrlf>,
+         crlf<scalar::countIncomplete, scalar::complete, BareCr::BecomesCrlf>,
+         {lines, "\r\nx"}},
+    };
+}
+
+void expectTwinsAgree(const Twins& twins, std::mt19937& random) {
+    for (size_t i = 0; i < 64 * 310; ++i) {
+        const size_t n = i / 64 <= 300 ? i / 64 : random() % 5000, lead = i % 64;
+        const std::string text = randomBytes(random, n, twins.sets[random() % twins.sets.size()]);
+        const Exact exact(std::string(lead, '\n') + text);
+        const std::string_view in(exact.data() + lead, n);
+        ASSERT_EQ(twins.fast(in), twins.plain(in)) << testing::PrintToString(text);
+    }
+}
+
+TEST(Kernels, EqualTheirPlainTwins) {
+    const simd::Level before = simd::g_level;
+    std::mt19937 random(1);
+    for (unsigned level = 0; level < simd::kLevels; ++level) {
+        const char* const name = simd::nameOf(simd::Level(level));
+        if (!simd::force(simd::Level(level))) std::printf("this machine lacks %s\n", name);
+        else
+            for (const Twins& twins : allTwins()) {
+                SCOPED_TRACE(testing::Message() << twins.name << ", " << name);
+                expectTwinsAgree(twins, random);
+            }
+    }
+    simd::force(before);
+}
+
+}  // namespace
