@@ -269,6 +269,8 @@ TEST(bytes, FindAgreesWithItsTwin) {
         const char* const hit = bytes::find(p, hay.size(), needle.data(), needle.size());
         ASSERT_EQ(hit, bytes::scalar::find(p, hay.size(), needle.data(), needle.size()));
         ASSERT_EQ(hit ? size_t(hit - p) : std::string::npos, hay.find(needle));
+        ASSERT_EQ(bytes::findPair(p, hay.size(), 'a'), bytes::find(p, hay.size(), "aa", 2));
+        ASSERT_EQ(bytes::scalar::findPair(p, hay.size(), 'a'), bytes::find(p, hay.size(), "aa", 2));
         for (char& c : needle) c = c >= 'a' ? char(c - 'a' + 'A') : c;
         ASSERT_EQ(bytes::findIgnoreCase(p, hay.size(), needle.data(), needle.size()), hit);
     }

@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
+#include "foundation/bytes/bytes.h"
+#include "mime/parse/delimiter_search.h"
 #include "tests/node_support.h"
 
 namespace {
@@ -78,6 +82,38 @@ TEST(Multipart, Cutting) {
         lines += row.outline.empty() || row.outline[0] == '[' ? kFound : kNone;
         EXPECT_NE(log.find(lines), std::string::npos) << log;
         EXPECT_EQ(told(load, false), "");
+    }
+}
+
+std::string joined(std::minstd_rand& random, unsigned long most,
+                   std::initializer_list<const char*> units) {
+    std::string text;
+    for (auto n = random() % most; n > 0; --n) text += units.begin()[random() % units.size()];
+    return text;
+}
+
+// So many searches go through the list, the plain search and the index in turn.
+TEST(Multipart, EachWayToSearchForDelimitersFindsTheSame) {
+    std::minstd_rand random(7);
+    for (int round = 0; round < 40; ++round) {
+        const std::string text = joined(
+            random, 9000,
+            {"-", "-", "x", "y", "\r\n", "\n", "x--y", " ", "=_alternative x", "------", "\r"});
+        const char* const end = text.data() + text.size();
+        mimetree::inner::DelimiterSearch search(text.data(), end);
+        const char* from = text.data();
+        for (int i = 0; i < 1000; ++i) {
+            std::string sought = joined(random, 6, {"-", "x", "y", "--", " "});
+            sought.insert(0, random() % 3 ? "--" : joined(random, 12, {"x", "y"}));
+            if (random() % 3 == 0) sought += "=_alternative " + joined(random, 3, {"x", "-"});
+            sought += joined(random, 2, {"\r", " \r"}) + (random() % 2 ? "\n" : "--");
+            const char* const to = random() % 2 ? end : from + random() % size_t(end - from + 1);
+            ASSERT_EQ(
+                search.find(sought, from, to),
+                mimetree::inner::bytes::find(from, size_t(to - from), sought.data(), sought.size()))
+                << sought;
+            if (random() % 8 == 0) from += random() % size_t(end - from + 1) / 32;
+        }
     }
 }
 

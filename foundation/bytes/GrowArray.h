@@ -57,6 +57,13 @@ public:
         return true;
     }
 
+    // Becomes `n` times `value`; false when memory is exhausted.
+    bool fill(unsigned n, const T& value) {
+        if (!reserve(n)) return false;
+        for (m_size = 0; m_size < n; ++m_size) new (data() + m_size) T(value);
+        return true;
+    }
+
     void pop() { --m_size; }
     void truncate(unsigned n) { m_size = n; }
 

@@ -18,6 +18,12 @@ const char* find(const char* p, size_t n, const char* needle, size_t m) {
     return nullptr;
 }
 
+const char* findPair(const char* p, size_t n, char c) {
+    for (size_t i = 1; i < n; ++i)
+        if (p[i] == c && p[i - 1] == c) return p + i - 1;
+    return nullptr;
+}
+
 size_t asciiRun(const char* p, size_t n) {
     size_t i = 0;
     while (i < n && static_cast<unsigned char>(p[i]) < 0x80) ++i;
@@ -58,6 +64,7 @@ namespace {
 #include "foundation/simd/each_level.inc"
 
 constexpr auto kFind = SIMD_KERNEL_OVER(findByHash, find);
+constexpr auto kFindPair = SIMD_KERNEL(findPair);
 constexpr auto kAsciiRun = SIMD_KERNEL(asciiRun);
 
 }  // namespace
@@ -66,6 +73,8 @@ const char* find(const char* p, size_t n, const char* needle, size_t m) {
     if (m < 2) return m ? findByte(p, n, needle[0]) : p;
     return n < m ? nullptr : kFind.now()(p, n, needle, m);
 }
+
+const char* findPair(const char* p, size_t n, char c) { return kFindPair.now()(p, n, c); }
 
 size_t asciiRun(const char* p, size_t n) { return kAsciiRun.now()(p, n); }
 

@@ -13,6 +13,9 @@ namespace mimetree::inner::bytes {
 const char* find(const char* p, size_t n, const char* needle, size_t m);
 const char* findIgnoreCase(const char* p, size_t n, const char* needle, size_t m);
 
+// First place in p[0, n) where `c` stands twice, or null.
+const char* findPair(const char* p, size_t n, char c);
+
 // Length of the run of bytes below 0x80 at the start of p[0, n).
 size_t asciiRun(const char* p, size_t n);
 inline bool isAscii(const char* p, size_t n) { return asciiRun(p, n) == n; }
@@ -34,6 +37,7 @@ inline int hexValue(char c) {
 
 namespace scalar {
 const char* find(const char* p, size_t n, const char* needle, size_t m);
+const char* findPair(const char* p, size_t n, char c);
 size_t asciiRun(const char* p, size_t n);
 }  // namespace scalar
 

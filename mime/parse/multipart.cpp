@@ -39,7 +39,7 @@ bool MultipartSplitter::findFirst(StringBuffer& boundary, LogBase& log) {
 }
 
 const char* MultipartSplitter::find(const StringBuffer& text) const {
-    return m_source.findDelimiter(text.getString(), text.getSize(), m_at, m_end);
+    return m_source.findDelimiter({text.getString(), text.getSize()}, m_at, m_end);
 }
 
 bool MultipartSplitter::startAfter(const char* match, const StringBuffer& matched,
@@ -73,12 +73,15 @@ bool MultipartSplitter::tryTrimmedForm(const StringBuffer& boundary, const char*
 // that it declares as "=_alternative0012".
 // Kept on purpose: from here on the delimiters have no "--" in front, and each part begins
 // right behind the boundary text, with the line break of its line.
+// Nothing looks at what this search passes over again: it is preamble, or all of a leaf.
 bool MultipartSplitter::tryRespacedAlternative(StringBuffer& boundary) {
     static const char kGlued[] = "=_alternative", kSpaced[] = "=_alternative ";
     if (!boundary.containsSubstring(kGlued)) return false;
     StringBuffer respaced(boundary);
     respaced.replaceFirstOccurance(kGlued, kSpaced, false);
-    if (!startAfter(find(respaced), respaced, 2)) return false;
+    const char* const match = bytes::find(m_at, static_cast<size_t>(m_end - m_at),
+                                          respaced.getString(), respaced.getSize());
+    if (!startAfter(match, respaced, 2)) return false;
     boundary.setString(respaced);
     m_delimiter.setString(boundary);
     m_delimiter.append("\r\n");

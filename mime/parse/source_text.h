@@ -6,10 +6,9 @@
 // pattern, where does that delimiter occur next?  Answered by a search of the slice each
 // time, a message nested n deep would be searched n times over.
 
-#include "foundation/bytes/GrowArray.h"
+#include <string_view>
 
-#include <cstddef>
-#include <cstdint>
+#include "mime/parse/delimiter_search.h"
 
 namespace mimetree::inner {
 
@@ -24,36 +23,30 @@ BreakText textOf(Break pattern);
 
 class SourceText {
 public:
-    SourceText(const char* begin, const char* end) : m_begin(begin), m_end(end) {}
+    SourceText(const char* begin, const char* end) : m_delimiters(begin, end) {}
     SourceText(const SourceText&) = delete;
     SourceText& operator=(const SourceText&) = delete;
-    ~SourceText();
 
     // First occurrence of the pattern wholly within [from, to), or null.  Parts are loaded
-    // front to back, so the next occurrence in the whole text, once found, answers all
-    // questions from in front of it.  A text without CRs is not searched for those with one.
+    // front to back, so that what was searched once need not be searched again.  A text without
+    // CRs is not searched for patterns with one.
     const char* find(Break pattern, const char* from, const char* to);
 
-    // First occurrence of needle[0, size) wholly within [from, to), or null.
-    const char* findDelimiter(const char* needle, unsigned size, const char* from, const char* to);
+    // First occurrence of "--" boundary and what ends its line, or of another such text.
+    const char* findDelimiter(std::string_view delimiter, const char* from, const char* to) {
+        return m_delimiters.find(delimiter, from, to);
+    }
 
 private:
-    struct NextBreak {
-        const char* from = nullptr;  // from here on ...
-        const char* hit = nullptr;   // ... this is the first; m_end when there is none
+    // Of [from, to): where the pattern first stands.  Behind that nothing is known.
+    struct Searched {
+        const char* from = nullptr;
+        const char* to = nullptr;
+        const char* hit = nullptr;
     };
-    class Index;
 
-    bool mayScan(size_t bytes);
-    Index* indexFor(const char* needle, unsigned size);
-    void dropIndexes();
-
-    const char* const m_begin;
-    const char* const m_end;
-    NextBreak m_next[static_cast<unsigned>(Break::kCount)];
-    uint64_t m_scanned = 0;
-    size_t m_indexed = 0;  // entries in all indexes
-    GrowArray<Index*> m_indexes;
+    Searched m_searched[static_cast<unsigned>(Break::kCount)];
+    DelimiterSearch m_delimiters;
 };
 
 }  // namespace mimetree::inner
