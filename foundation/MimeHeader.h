@@ -102,9 +102,9 @@ public:
     // memory is exhausted.
     bool mimeHeaderToXml(ClsXml& xml, int reserved1, ExtPtrArray* reserved2, LogBase& log) const;
 
-    // Lets long lines be folded, and names beyond ASCII be encoded, when the header is written:
+    // Lets fields that are long, folded or beyond ASCII be written as if they had been added:
     // for a header whose text was put together by a program.
-    void foldLongFields();
+    void writeAnew();
 
     int getNumFields() const { return static_cast<int>(m_fields.size()); }
 

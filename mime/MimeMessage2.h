@@ -315,7 +315,8 @@ public:
     bool getMimeXml(StringBuffer& out, LogBase& log);
     bool getMimeXmlR(ClsXml& xml, LogBase& log);  // into an element that has its tag already
 
-    // The content types of the tree, a line each: XML-like for format 1, else plain.
+    // The content types of the tree, a line each: XML-like for format 1, else plain.  What is no
+    // name is spelled as in the XML form.  `out` is marked as failed when memory is exhausted.
     void getMimeStructure(int format, int indent, StringBuffer& out, LogBase& log);
     bool needsCData(const char* s) const;
 
@@ -325,8 +326,8 @@ public:
     static MimeMessage2* createMimeFromXml(const StringBuffer& xml, const char* tag,
                                            bool addPreamble, LogBase& log);
 
-    // Appends a node for each outermost element of that tag ("mime_message" when null).  False
-    // only when the XML cannot be parsed.
+    // Appends a node for each outermost element of that tag ("mime_message" when null).  False,
+    // with nothing appended, when the XML cannot be parsed or memory is exhausted.
     static bool createMultipleFromXml(const StringBuffer& xml, const char* tag, ExtPtrArray& out,
                                       bool addPreamble, LogBase& log);
     static void findMimeAndCreate(TreeNode& node, const char* tag, ExtPtrArray& out,
@@ -392,6 +393,7 @@ private:
     void newMultipart(const char* type, LogBase& log);
     void makeLeafBinarySafe();
     bool startXml(ClsXml& xml, ClsXml*& body, LogBase& log);
+    bool isBodyAsReceived(LogBase& log) const;
     void saveToDirectory(ExtPtrArray& savedPaths, const XString& directory, LogBase& log);
     MimeMessage2* htmlAlternative() const;
     friend class mimetree::inner::XmlTreeBuilder;  // xml_in.cpp: builds a tree without recursion

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -79,4 +80,10 @@ inline std::string randomBytes(std::mt19937& random, size_t n, std::string_view 
         c = alphabet.empty() ? static_cast<char>(value) : alphabet[value % alphabet.size()];
     }
     return text;
+}
+
+// How often a law is tried: `usual`, or what the environment asks for.
+inline int lawRuns(int usual) {
+    const char* asked = std::getenv("MIMETREE_LAW_RUNS");
+    return asked ? std::atoi(asked) : usual;
 }

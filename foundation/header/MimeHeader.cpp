@@ -22,6 +22,7 @@
 #include "foundation/charset/code_pages.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/HeaderWriter.h"
+#include "foundation/header/header_fields.h"
 #include "foundation/header/high_bytes.h"
 
 using namespace mimetree::inner;
@@ -189,14 +190,17 @@ bool MimeHeader::splitFields() {
 }
 
 // RFC 5322 4.5: blanks between the name and its colon are obsolete but read.
-MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size) const {
-    const char* const line = m_text.getString() + start;
+unsigned mimetree::inner::fieldNameSize(const char* line, unsigned size) {
     unsigned n = 0;
     while (n < size && kFieldNameBytes.has(line[n])) ++n;
     unsigned colon = n;
     while (colon < size && bytes::isBlank(line[colon])) ++colon;
-    const bool isField = n > 0 && n <= kMaxNameSize && colon < size && line[colon] == ':';
-    if (!isField) n = 0;
+    return n <= kMaxNameSize && colon < size && line[colon] == ':' ? n : 0;
+}
+
+MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size) const {
+    const char* const line = m_text.getString() + start;
+    const unsigned n = fieldNameSize(line, size);
     return Field{start, size, static_cast<unsigned short>(n), 0, keyOf(line, n), true};
 }
 

@@ -6,15 +6,17 @@
 
 #include <cstring>
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/ClsXml.h"
 #include "foundation/ExtPtrArray.h"
-#include "foundation/header/HeaderParams.h"
 #include "foundation/LogNull.h"
 #include "foundation/MimeHeader.h"
 #include "foundation/_zqEmailAddress.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/header/HeaderParams.h"
 #include "foundation/header/header_fields.h"
+#include "foundation/xml/names.h"
+#include "foundation/zqStrings.h"
 
 using namespace mimetree::inner;
 
@@ -58,11 +60,27 @@ bool sameAddresses(const ExtPtrArray& a, const ExtPtrArray& b) {
     return true;
 }
 
+// RFC 5322 3.4: the colon behind the name of a group, which stands in nothing that is closed.
+bool hasGroup(const StringBuffer& value) {
+    static constexpr char kPairs[] = "\"\"<>()[]";
+    char close = '\0';
+    for (const char* p = value.getString(); *p; ++p) {
+        if (*p == '\\' && p[1]) ++p;
+        else if (close) close = *p == close ? '\0' : close;
+        else if (*p == ':') return true;
+        else if (const char* pair = zqStrChr(kPairs, *p)) close = pair[1];
+    }
+    return false;
+}
+
+// RFC 5321 3.6.3: the path of a bounce.
+bool isNullPath(const StringBuffer& value) { return value.equals("<>"); }
+
 // Groups and odd lists are not told by their addresses alone.
 bool canBeEntries(const StringBuffer& value, ExtPtrArray& list) {
+    if (hasGroup(value) || value.containsSubstringNoCase("?8bit?")) return false;
     if (!parseDecoded(value, list)) return false;
-    if (list.getSize() == 0) return value.isEmpty();
-    if (value.containsChar(';') || value.containsSubstringNoCase("?8bit?")) return false;
+    if (list.getSize() == 0) return value.isEmpty() || isNullPath(value);
     StringBuffer asRead;
     ExtPtrArray readBack;
     appendAsRead(list, asRead);
@@ -78,42 +96,44 @@ bool addLeaf(ClsXml& parent, const char* tag, const StringBuffer& content) {
     return added;
 }
 
+bool addEntry(ClsXml& field, const StringBuffer& addr, const StringBuffer& name) {
+    ClsXml* entry = field.newChild("address", nullptr, nullptr);
+    if (!entry) return false;
+    const bool added = addLeaf(*entry, "addr", addr) && addLeaf(*entry, "name", name);
+    entry->deleteSelf();
+    return added;
+}
+
 bool addEntries(ClsXml& field, const ExtPtrArray& list) {
     bool ok = true;
-    for (int i = 0; i < list.getSize() && ok; ++i) {
-        ClsXml* entry = field.newChild("address", nullptr, nullptr);
-        if (!entry) return false;
-        ok = addLeaf(*entry, "addr", addressAt(list, i)->m_address.getUtf8Sb()) &&
-             addLeaf(*entry, "name", addressAt(list, i)->m_displayName.getUtf8Sb());
-        entry->deleteSelf();
-    }
+    for (int i = 0; i < list.getSize() && ok; ++i)
+        ok = addEntry(field, addressAt(list, i)->m_address.getUtf8Sb(),
+                      addressAt(list, i)->m_displayName.getUtf8Sb());
     return ok;
 }
 
 // -- Parameters
 
-constexpr ByteSet kPlainNameBytes = ByteSet("-.*").range('a', 'z').range('A', 'Z').range('0', '9');
+constexpr ByteSet kNameStart = ByteSet("_").range('a', 'z').range('A', 'Z');
+constexpr ByteSet kPlainNameBytes = kNameStart.range('0', '9').with("-.*");
 
-// RFC 2045 8: a description is free text, whatever looks like a parameter in it.
-bool hasParams(const StringBuffer& name) {
-    return name.beginsWithIgnoreCase("content-") && !name.equalsIgnoreCase("content-description");
-}
-
+// XML namespaces 3: "xmlns" would be no attribute.
 bool isAttributeName(const StringBuffer& name) {
-    const char first = bytes::lower(name.getString()[0]);
-    bool plain = first >= 'a' && first <= 'z';
+    if (!kNameStart.has(name.getString()[0]) || name.containsSubstring(kXmlAsterisk)) return false;
+    bool plain = !name.equals("xmlns");
     for (unsigned i = 0; i < name.getSize(); ++i)
         plain = plain && kPlainNameBytes.has(name.getString()[i]);
     return plain;
 }
 
-// The reader writes every value in quotes, which keeps blanks, and what an encoded word holds,
-// from being read as they are without.
+// The reader writes every value in quotes, which keeps blanks, an "=" in front, what looks
+// like a quoted part and what an encoded word holds from being read as they are without.
 bool isAttributeValue(const HeaderParams& params) {
     const StringBuffer& value = params.value();
     if (value.isEmpty() || value.containsChar('"') || value.lastChar() == '\\') return false;
     return params.wasQuoted() ||
-           !(value.containsChar(' ') || value.containsChar('\t') || value.containsSubstring("=?"));
+           !(value.containsChar(' ') || value.containsChar('\t') || value.containsSubstring("=?") ||
+             value.beginsWith("=") || value.beginsWith("<[["));
 }
 
 // Compares a value with the pieces that it is thought to consist of.
@@ -199,23 +219,20 @@ bool hasDoubledParam(const StringBuffer& value) {
 
 // -- Fields
 
-// The element's tag: the name spelled as XML can hold it.  For a field that is to be read as
-// it stands although its name asks for entries, the first letter is spelled as well.
-void appendTag(const StringBuffer& name, bool takenWhole, StringBuffer& tag) {
-    if (!takenWhole || !isXmlAddressField(name.getString())) {
-        ClsXml::xmlNameFromBytes(name.getString(), name.getSize(), tag);
-        return;
-    }
-    static const char kHex[] = "0123456789ABCDEF";
-    const unsigned first = static_cast<unsigned char>(name.getString()[0]);
-    const char spelled[] = {'_', 'x', kHex[first >> 4], kHex[first & 15], '_'};
-    tag.appendN(spelled, sizeof spelled);
-    ClsXml::xmlNameFromBytes(name.getString() + 1, name.getSize() - 1, tag);
+// The element's tag: the name spelled as XML can hold it.  A field that the reader would not
+// take as it stands, since its name asks for entries or its value for decoding, has its first
+// letter spelled as well.
+void appendTag(const StringBuffer& name, const StringBuffer& value, StringBuffer& tag) {
+    const bool spells = isXmlAddressField(name.getString()) ||
+                        (!name.isEmpty() && value.containsSubstringNoCase("?8bit?"));
+    if (spells) xml::appendSpelledByte(name.getString()[0], tag);
+    if (!spells || name.getSize() > 1)
+        ClsXml::xmlNameFromBytes(name.getString() + spells, name.getSize() - spells, tag);
 }
 
 bool addWhole(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
     StringBuffer tag;
-    appendTag(name, true, tag);
+    appendTag(name, value, tag);
     return addLeaf(header, tag.getString(), value);
 }
 
@@ -224,17 +241,18 @@ bool addAddressField(ClsXml& header, const StringBuffer& name, const StringBuffe
     if (!canBeEntries(value, list)) return addWhole(header, name, value);
     ClsXml* field = header.newChild(name.getString(), nullptr, nullptr);
     if (!field) return false;
-    const bool added = addEntries(*field, list);
+    const bool added = list.getSize() == 0 && isNullPath(value)
+                           ? addEntry(*field, StringBuffer(), StringBuffer())
+                           : addEntries(*field, list);
     field->deleteSelf();
     return added;
 }
 
 bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
     if (!canBeAttributes(value) || hasDoubledParam(value)) return addWhole(header, name, value);
-    StringBuffer tag, main;
-    appendTag(name, false, tag);
+    StringBuffer main;
     HeaderParams(value.getString(), value.getSize()).getMainValue(main);
-    ClsXml* field = header.newChild(tag.getString(), nullptr, nullptr);
+    ClsXml* field = header.newChild(name.getString(), nullptr, nullptr);
     if (!field) return false;
     const bool added =
         field->setContent(main.getString(), main.getSize()) && addParams(*field, value);
@@ -244,7 +262,8 @@ bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer&
 
 bool addField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
     if (isXmlAddressField(name.getString())) return addAddressField(header, name, value);
-    if (hasParams(name)) return addParamField(header, name, value);
+    if (grammarOf(name.getString(), name.getSize()) == FieldGrammar::Params)
+        return addParamField(header, name, value);
     return addWhole(header, name, value);
 }
 
@@ -258,7 +277,8 @@ bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) c
     for (int i = 0; i < getNumFields() && ok; ++i) {
         name.weakClear();
         value.weakClear();
-        ok = getFieldNameUtf8(i, name, log) && getFieldValueUtf8(i, value, log) &&
+        ok = getFieldNameUtf8(i, name, log) &&
+             (name.isEmpty() ? getFieldText(i, value) : getFieldValueUtf8(i, value, log)) &&
              addField(*header, name, value);
     }
     header->deleteSelf();
@@ -267,16 +287,12 @@ bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) c
 }
 
 // RFC 5322 2.1.1.
-void MimeHeader::foldLongFields() {
+void MimeHeader::writeAnew() {
     constexpr unsigned kLineSize = 78;
     for (Field& field : m_fields) {
         const char* const line = m_text.getString() + field.start;
-        bool mustChange = field.size > kLineSize;
-        if (!bytes::isAscii(line, field.size)) {
-            StringBuffer name;
-            name.appendN(line, field.nameSize);
-            mustChange = isXmlAddressField(name.getString());
-        }
+        const bool mustChange = field.size > kLineSize || !bytes::isAscii(line, field.size) ||
+                                std::memchr(line, '\n', field.size);
         if (field.nameSize == 0 || !mustChange) continue;
         field.isRaw = false;
         m_asRead = false;

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/ClsXml.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/xml/text.h"
 
@@ -72,14 +72,14 @@ bool looksLikeEscape(const char* p, const char* end) {
     return next != end && (*next == '_' || !plainNameChar(next, end, false));
 }
 
-void appendByteEscape(char byte, StringBuffer& out) {
+}  // namespace
+
+void xml::appendSpelledByte(char byte, StringBuffer& out) {
     static const char kDigits[] = "0123456789ABCDEF";
     const unsigned value = static_cast<unsigned char>(byte);
     const char text[] = {'_', 'x', kDigits[value >> 4], kDigits[value & 15], '_'};
     out.appendN(text, sizeof text);
 }
-
-}  // namespace
 
 size_t xml::nameRun(const char* p, size_t n) {
     const char* const end = p + n;
@@ -97,7 +97,7 @@ void ClsXml::xmlNameFromBytes(const char* name, unsigned n, StringBuffer& out) {
             out.appendN(p, length);
             p += length;
         } else {
-            appendByteEscape(*p++, out);
+            xml::appendSpelledByte(*p++, out);
         }
     }
 }

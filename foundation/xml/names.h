@@ -8,12 +8,17 @@
 
 #include "foundation/bytes/GrowArray.h"
 
+class StringBuffer;
+
 namespace mimetree::inner {
 
 namespace xml {
 
 // XML 1.0 2.3: length of the name at the start of p[0, n); 0 when there is none.
 size_t nameRun(const char* p, size_t n);
+
+// Appends "_xHH_".
+void appendSpelledByte(char byte, StringBuffer& out);
 
 }  // namespace xml
 

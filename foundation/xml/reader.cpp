@@ -5,10 +5,12 @@
 // text and nothing else, so that every look ahead stops there by itself.  Then a flat walk:
 // prolog, root element with a list of the elements that are open, what may follow.
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/LogBase.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/xml/document.h"
 #include "foundation/xml/text.h"
@@ -17,16 +19,34 @@ namespace mimetree::inner {
 
 static constexpr char kNoMemory[] = "memory is exhausted";
 
-// XML 1.0 2.8 and 4.3.3: the parts of an XML declaration, in order, and what their values
-// are made of.
+// XML 1.0 2.8, 2.9 and 4.3.3: what the values in an XML declaration may be.
+static constexpr ByteSet kDigits = ByteSet().range('0', '9');
+static constexpr ByteSet kLetters = ByteSet().range('A', 'Z').range('a', 'z');
+
+static bool consistsOf(std::string_view text, const ByteSet& set) {
+    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
+}
+
+static bool isVersion(std::string_view text) {
+    return text.size() > 2 && text.substr(0, 2) == "1." && consistsOf(text.substr(2), kDigits);
+}
+
+static bool isEncodingName(std::string_view text) {
+    return !text.empty() && kLetters.has(text[0]) &&
+           consistsOf(text, kLetters.range('0', '9').with("._-"));
+}
+
+static bool isYesOrNo(std::string_view text) { return text == "yes" || text == "no"; }
+
+// In the order in which they stand.
 struct DeclarationPart {
     const char* name;
-    ByteSet value;
+    bool (*isValue)(std::string_view text);
 };
 static constexpr DeclarationPart kDeclarationParts[] = {
-    {"version", ByteSet(".").range('0', '9')},
-    {"encoding", ByteSet("._-").range('0', '9').range('A', 'Z').range('a', 'z')},
-    {"standalone", ByteSet("enosy")},
+    {"version", isVersion},
+    {"encoding", isEncodingName},
+    {"standalone", isYesOrNo},
 };
 
 class XmlReader {
@@ -254,11 +274,9 @@ bool XmlReader::readDeclarationPart(const DeclarationPart& part) {
     m_at += std::strlen(part.name);
     if (!readEquals()) return false;
     const char* const value = m_at + 1;
-    for (m_at = value; part.value.has(*m_at);) ++m_at;
-    if (m_at == value || *m_at != value[-1])
-        return fail(value, "a value that an XML declaration cannot have");
-    ++m_at;
-    return true;
+    if (!readQuoted()) return false;
+    return part.isValue({value, static_cast<size_t>(m_at - 1 - value)}) ||
+           fail(value, "a value that an XML declaration cannot have");
 }
 
 bool XmlReader::readProlog() {

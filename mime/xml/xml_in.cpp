@@ -3,14 +3,20 @@
 // Trees from the XML that xml_out.cpp writes: header text and body bytes are put together from
 // the elements and loaded by load.cpp, so that all rules of parsing apply.
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "foundation/ClsXml.h"
 #include "foundation/ContentCoding.h"
+#include "foundation/LogNull.h"
+#include "foundation/TreeNode.h"
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
-#include "foundation/TreeNode.h"
+#include "foundation/bytes/bytes.h"
 #include "foundation/header/header_fields.h"
+#include "foundation/xml/names.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
@@ -46,6 +52,33 @@ void decode8bitWords(StringBuffer& text) {
     text.takeFromDb(decoded);
 }
 
+bool hasAttribute(const TreeNode& element, const char* name, const char* value) {
+    StringBuffer text;
+    for (int i = 0; i < element.getNumAttributes(); ++i) {
+        text.weakClear();
+        element.getAttributeName(i, text);
+        if (!text.equals(name)) continue;
+        text.weakClear();
+        element.getAttributeValue(i, text);
+        return text.equals(value);
+    }
+    return false;
+}
+
+// Kept on purpose: beside parts, text is not read.
+void appendBodyText(const TreeNode& body, StringBuffer& out) {
+    if (body.getNumChildren() > 0) return;
+    if (!hasAttribute(body, kXmlCoding, kXmlBase64)) {
+        body.copyDecodeContent(out);
+        return;
+    }
+    StringBuffer text;
+    DataBuffer bytes;
+    body.copyDecodeContent(text);
+    ContentCoding::decodeBase64ToDb(text.getString(), text.getSize(), bytes);
+    out.append(bytes);
+}
+
 }  // namespace
 
 // -- Documents
@@ -61,10 +94,14 @@ MimeMessage2* MimeMessage2::createMimeFromXml(const StringBuffer& xml, const cha
 
 bool MimeMessage2::createMultipleFromXml(const StringBuffer& xml, const char* tag, ExtPtrArray& out,
                                          bool addPreamble, LogBase& log) {
+    const MemoryWatch memory;
     const ParsedXml document(xml, log);
     if (!document.root()) return false;
+    const int before = out.getSize();
     findMimeAndCreate(*document.root(), tag ? tag : kMessageTag, out, addPreamble, log);
-    return true;
+    if (!memory.wasRefused()) return true;
+    while (out.getSize() > before) deleteObject(out.removeAt(out.getSize() - 1));
+    return false;
 }
 
 // Elements inside one that matched are parts of its message.
@@ -101,9 +138,6 @@ public:
     XmlTreeBuilder(bool addPreamble, LogBase& log) : m_addPreamble(addPreamble), m_log(log) {}
     XmlTreeBuilder(const XmlTreeBuilder&) = delete;
     XmlTreeBuilder& operator=(const XmlTreeBuilder&) = delete;
-    ~XmlTreeBuilder() {
-        while (m_open) close();
-    }
 
     MimeMessage2* build(TreeNode& element) {
         open(element);
@@ -139,12 +173,13 @@ private:
         TreeNode* const header = element.getChild("header", nullptr);
         TreeNode* const body = element.getChild("body", nullptr);
         Open* const made = header && body ? notingRefusal(new (std::nothrow) Open) : nullptr;
-        if (!made) return;
         m_log.enterContext("createMimeFromTree", m_log.m_verbose);
+        if (!made) return m_log.leaveContext();
         made->outer = m_open;
         made->body = body;
         m_open = made;
         MimeMessage2::buildHeaderFromXml(*header, made->headerText, m_log);
+        m_log.enterContext("buildBodyFromXml", m_log.m_verbose);
     }
 
     void close() {
@@ -173,7 +208,8 @@ private:
 
 MimeMessage2* XmlTreeBuilder::finish() {
     StringBuffer text;
-    if (m_open->body->getNumChildren() == 0) m_open->body->copyDecodeContent(text);
+    appendBodyText(*m_open->body, text);
+    m_log.leaveContext();
     if (text.isEmpty() && m_open->parts.getSize() > 0 && m_addPreamble)
         text.setString("This is a multi-part message in MIME format.");
     MimeMessage2* const node = MimeMessage2::createNewObject();
@@ -181,9 +217,8 @@ MimeMessage2* XmlTreeBuilder::finish() {
     node->loadPieces(m_open->headerText.getString(), m_open->headerText.getSize(),
                      reinterpret_cast<const unsigned char*>(text.getString()), text.getSize(),
                      m_open->parts, /*inputIsUtf8*/ true, m_log);
-    node->m_mimeHeader.foldLongFields();
-    // The bytes of an attachment stand as they came, in no charset: as when it was parsed.
-    if (node->isAttachment(m_log)) node->m_charset.clear();
+    node->m_mimeHeader.writeAnew();
+    if (hasAttribute(*m_open->body, kXmlBytes, kXmlAsReceived)) node->m_charset.clear();
     keepSigned(*node);
     return node;
 }
@@ -193,9 +228,10 @@ MimeMessage2* XmlTreeBuilder::finish() {
 void XmlTreeBuilder::keepSigned(MimeMessage2& node) {
     constexpr unsigned kMaxSignatures = 16;
     MimeMessage2* const content = node.getPart(0);
-    if (!content || !node.isMultipartSigned(m_log)) return;
+    LogNull silent;
+    if (!content || !node.isMultipartSigned(silent)) return;
     if (++m_open->signatures <= kMaxSignatures)
-        content->getMimeTextDb(content->m_signedData, /*bodyOnly*/ false, m_log);
+        content->getMimeTextDb(content->m_signedData, /*bodyOnly*/ false, silent);
     else m_log.logError("Signatures nest too deep, what they sign is left out.");
 }
 
@@ -213,13 +249,63 @@ MimeMessage2* MimeMessage2::createMimeFromTree(TreeNode& mimeElement, bool addPr
 
 namespace {
 
-// "name: ", or nothing for the tag of a line that has no name.
-void appendFieldName(const TreeNode& field, StringBuffer& line) {
-    StringBuffer tag;
-    tag.setString(field.getTag());
-    const unsigned before = line.getSize();
-    ClsXml::bytesFromXmlName(tag.getString(), tag.getSize(), line);
-    if (line.getSize() > before) line.append(": ");
+// RFC 5322 2.2.3: a line break with a blank and text behind it folds a line.
+// Limit: every other line break becomes a blank, so that nothing in a document starts a line.
+void appendFolded(const StringBuffer& text, StringBuffer& out) {
+    const char* p = text.getString();
+    const char* const end = p + text.getSize();
+    while (p != end) {
+        const char* stop = p;
+        while (stop != end && *stop != '\r' && *stop != '\n') ++stop;
+        out.appendN(p, static_cast<unsigned>(stop - p));
+        if (stop == end) return;
+        p = stop + (end - stop > 1 && stop[0] == '\r' && stop[1] == '\n' ? 2 : 1);
+        const char* word = p;
+        while (word != end && bytes::isBlank(*word)) ++word;
+        if (p[-1] == '\r' || word == p || word == end || *word == '\r' || *word == '\n')
+            out.appendChar(' ');
+        else out.appendN(stop, static_cast<unsigned>(p - stop));
+    }
+}
+
+void trimFront(StringBuffer& text) {
+    unsigned n = 0;
+    while (n < text.getSize() && bytes::isSpace(text.getString()[n])) ++n;
+    text.removeFront(n);
+}
+
+// The name that a tag spells; empty for a line that has none.
+// Limit: a tag that spells what no name can hold, such as a line break, is the name itself,
+// and what it holds of the kind is spelled.
+void appendFieldName(const char* tag, StringBuffer& name) {
+    const auto isNameByte = [](char c) { return kFieldNameBytes.has(c); };
+    const unsigned size = static_cast<unsigned>(std::strlen(tag));
+    ClsXml::bytesFromXmlName(tag, size, name);
+    if (std::all_of(name.getString(), name.getString() + name.getSize(), isNameByte)) return;
+    name.weakClear();
+    for (const char* p = tag; *p; ++p) {
+        if (isNameByte(*p)) name.appendChar(*p);
+        else xml::appendSpelledByte(*p, name);
+    }
+}
+
+// A line that has no name must not get one: where it could be read as a field, it is folded in
+// front of its colon.  Blanks at its start, which would make it part of the field in front of
+// it, are kept where there is none; a byte order mark there would be no part of it.
+void appendNameless(StringBuffer& line, bool keepBlanks, StringBuffer& headerText) {
+    const char* const text = line.getString();
+    unsigned front = 0;
+    for (unsigned step = 1; step; front += step)
+        step = zqStrNCmp(text + front, "\xEF\xBB\xBF", 3) == 0             ? 3
+               : !keepBlanks && text[front] && bytes::isSpace(text[front]) ? 1
+                                                                           : 0;
+    line.removeFront(front);
+    if (line.isEmpty()) return;
+    const unsigned name = fieldNameSize(line.getString(), line.getSize());
+    headerText.appendN(line.getString(), name);
+    if (name > 0) headerText.append(line.getString()[name] == ':' ? "\n " : "\n");
+    headerText.appendN(line.getString() + name, line.getSize() - name);
+    headerText.appendChar('\n');
 }
 
 void appendParams(const TreeNode& field, StringBuffer& line) {
@@ -232,48 +318,55 @@ void appendParams(const TreeNode& field, StringBuffer& line) {
         name.replaceAllWithUchar(kXmlAsterisk, '*');
         if (name.isEmpty() || value.isEmpty()) continue;
         line.append3("; ", name.getString(), "=\"");
-        line.append(value);
+        appendFolded(value, line);
         line.appendChar('"');
     }
 }
 
-void appendField(const TreeNode& field, StringBuffer& headerText) {
+// The content of a tag that is spelled is taken as it stands.
+void appendField(const TreeNode& field, bool keepBlanks, StringBuffer& headerText) {
     StringBuffer line, content;
-    appendFieldName(field, line);
-    const bool hasName = !line.isEmpty();
+    appendFieldName(field.getTag(), line);
     field.copyDecodeContent(content);
-    if (content.containsSubstringNoCase("?8bit?")) decode8bitWords(content);
-    line.append(content);
+    if (line.isEmpty()) {
+        appendFolded(content, line);
+        return appendNameless(line, keepBlanks, headerText);
+    }
+    if (line.equals(field.getTag()) && content.containsSubstringNoCase("?8bit?"))
+        decode8bitWords(content);
+    line.append(": ");
+    appendFolded(content, line);
     line.trim2();
     appendParams(field, line);
-    // In front of all fields, a line without name begins with a blank, which alone keeps
-    // "From: x" from being a field.
-    if (!hasName && headerText.isEmpty()) headerText.appendChar(' ');
     headerText.append(line);
     headerText.appendChar('\n');
 }
 
 }  // namespace
 
+// A field that is no address field takes the white space away that the text begins with.
 bool MimeMessage2::buildHeaderFromXml(TreeNode& header, StringBuffer& headerText, LogBase& log) {
     OperationContext context(log, "buildHeaderFromXml");
+    bool isTrimmed = false;
     for (int i = 0; TreeNode* field = header.getChild(i); ++i) {
-        if (isXmlAddressField(field->getTag()))
+        if (isXmlAddressField(field->getTag())) {
             buildAddressesFromXml(*field, headerText, /*reserved*/ false, log);
-        else appendField(*field, headerText);
+            continue;
+        }
+        if (!isTrimmed) trimFront(headerText);
+        isTrimmed = true;
+        appendField(*field, /*keepBlanks*/ headerText.isEmpty(), headerText);
     }
     return true;
 }
 
-// The header text loses the white space that it begins with, too.
 bool MimeMessage2::addNodeToHeader(TreeNode& field, StringBuffer& headerText, LogBase& log) {
     if (isXmlAddressField(field.getTag())) {
         buildAddressesFromXml(field, headerText, /*reserved*/ false, log);
         return true;
     }
-    appendField(field, headerText);
-    headerText.trim2();
-    headerText.appendChar('\n');
+    trimFront(headerText);
+    appendField(field, /*keepBlanks*/ false, headerText);
     return true;
 }
 
@@ -288,17 +381,18 @@ void MimeMessage2::buildAddressesFromXml(TreeNode& field, StringBuffer& headerTe
         if (!addr || !name) continue;
         if (!isFirst) headerText.append(",\n\t");
         isFirst = false;
-        StringBuffer text;
+        StringBuffer text, address;
         name->copyDecodeContent(text);
         text.trim2();
-        if (text.containsSubstring("?8bit?")) decode8bitWords(text);
         if (!text.isEmpty()) {
+            if (text.containsSubstring("?8bit?")) decode8bitWords(text);
             headerText.appendChar('"');
-            headerText.append(text);
+            appendFolded(text, headerText);
             headerText.append("\" ");
         }
         headerText.appendChar('<');
-        addr->copyDecodeContent(headerText);
+        addr->copyDecodeContent(address);
+        appendFolded(address, headerText);
         headerText.appendChar('>');
     }
     headerText.appendChar('\n');
@@ -306,11 +400,10 @@ void MimeMessage2::buildAddressesFromXml(TreeNode& field, StringBuffer& headerTe
 
 // -- Body
 
-// Kept on purpose: beside parts, text is not read.
 bool MimeMessage2::buildBodyFromXml(TreeNode& body, StringBuffer& bodyText, ExtPtrArray& parts,
                                     bool addPreamble, LogBase& log) {
     OperationContext context(log, "buildBodyFromXml");
-    if (body.getNumChildren() == 0) body.copyDecodeContent(bodyText);
+    appendBodyText(body, bodyText);
     for (int i = 0; TreeNode* child = body.getChild(i); ++i) {
         if (!hasTag(*child, "subpart")) continue;
         TreeNode* message = child->getChild(0);

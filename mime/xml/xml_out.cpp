@@ -4,8 +4,10 @@
 // XML is written by foundation/header/header_xml.cpp; xml_in.cpp reads it all back.
 
 #include "foundation/ClsXml.h"
+#include "foundation/EncodingConvert.h"
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
+#include "foundation/header/header_fields.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
@@ -36,7 +38,23 @@ bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
     const bool isEncoded = m_contentTransferEncoding.equalsIgnoreCase2("base64", 6) ||
                            m_contentTransferEncoding.equalsIgnoreCase2("quoted-printable", 16);
     if (!isEncoded) body->put_Cdata(true);
-    return body->setContent(text.getString(), text.getSize());
+    const bool isHidden = !isEncoded && m_mimeBody.containsChar('\0');
+    return body->setContent(text.getString(), text.getSize()) &&
+           (!isHidden || body->addAttributeUtf8(kXmlCoding, kXmlBase64)) &&
+           (!isBodyAsReceived(log) || body->addAttributeUtf8(kXmlBytes, kXmlAsReceived));
+}
+
+// An attachment's bytes are kept, and its charset is not, whatever its header says.
+bool MimeMessage2::isBodyAsReceived(LogBase& log) const {
+    if (m_charset.getCodePage() != codepage::kNone) return false;
+    StringBuffer value;
+    _zqContentType type;
+    _zqCharset declared;
+    if (!decodedField("content-type", value, log)) return false;
+    type.loadFromMimeHeaderValue(value.getString(), declared, log);
+    const int codePage = declared.getCodePage();
+    return codePage != codepage::kNone && codePage != codepage::kUtf8 &&
+           !(EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit(0xFFFFFFFFu));
 }
 
 // A child that cannot be converted is left as far as it got, and its siblings go on.
@@ -82,17 +100,31 @@ namespace {
 
 enum class OutlineTag { Leaf, Open, Close };
 
+// What is no name in XML is spelled.
 void appendOutlineTag(const StringBuffer& type, OutlineTag kind, int indent, StringBuffer& out) {
     StringBuffer name(type);
     name.replaceCharAnsi('/', '-');
+    if (name.failed()) out.markFailed();
     out.appendCharN(' ', static_cast<unsigned>(indent));
     out.append(kind == OutlineTag::Close ? "</" : "<");
-    out.append(name);
+    ClsXml::xmlNameFromBytes(name.getString(), name.getSize(), out);
     out.append(kind == OutlineTag::Leaf ? " />\r\n" : ">\r\n");
+}
+
+// Limit: a type that holds a line break is one line all the same.
+void appendOutlineLine(const StringBuffer& type, int indent, StringBuffer& out) {
+    StringBuffer line(type);
+    line.replaceCharAnsi('\r', ' ');
+    line.replaceCharAnsi('\n', ' ');
+    if (line.failed()) out.markFailed();
+    out.appendCharN(' ', static_cast<unsigned>(indent));
+    out.append(line);
+    out.append("\r\n");
 }
 
 }  // namespace
 
+// Where memory is refused, `out` is marked as incomplete.
 void MimeMessage2::getMimeStructure(int format, int indent, StringBuffer& out, LogBase& log) {
     constexpr int kXmlLike = 1, kStep = 4;
     struct Level {
@@ -106,14 +138,12 @@ void MimeMessage2::getMimeStructure(int format, int indent, StringBuffer& out, L
         if (!node->isAlive()) return;
         const StringBuffer& type = node->m_contentType.m_type;
         const bool hasParts = node->getNumParts() > 0;
-        if (format == kXmlLike) {
+        if (format == kXmlLike)
             appendOutlineTag(type, hasParts ? OutlineTag::Open : OutlineTag::Leaf, depth, out);
-        } else {
-            out.appendCharN(' ', static_cast<unsigned>(depth));
-            out.append(type);
-            out.append("\r\n");
-        }
-        if (hasParts && !levels.push(Level{node, 0, depth})) log.logError("Out of memory.");
+        else appendOutlineLine(type, depth, out);
+        if (!hasParts || levels.push(Level{node, 0, depth})) return;
+        log.logError("Out of memory.");
+        out.markFailed();
     };
     open(this, indent);
     while (!levels.isEmpty()) {
