@@ -102,7 +102,7 @@ public:
     // memory is exhausted.
     bool mimeHeaderToXml(ClsXml& xml, int reserved1, ExtPtrArray* reserved2, LogBase& log) const;
 
-    // Lets fields that are long, folded or beyond ASCII be written as if they had been added:
+    // Lets fields that are long or beyond ASCII be written as if they had been added:
     // for a header whose text was put together by a program.
     void writeAnew();
 

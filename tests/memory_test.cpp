@@ -169,6 +169,24 @@ TEST(Memory, XmlBothWays) {
         const NodePtr made(MimeMessage2::createMimeFromXml(xml, "mime_message", false, noLog));
         return outcome(made != nullptr, [&] { return contentOf(*made); });
     });
+    expectAllOrNothing([&] {
+        ExtPtrArray made;
+        const bool done = MimeMessage2::createMultipleFromXml(xml, nullptr, made, false, noLog);
+        return outcome(done, [&] { return std::to_string(made.getSize()); });
+    });
+}
+
+TEST(Memory, Outline) {
+    std::string mail;
+    for (int i = 0; i < 20; ++i)
+        mail += "Content-Type: multipart/x; boundary=b" + std::to_string(i) + "\r\n\r\n--b" +
+                std::to_string(i) + "\r\n";
+    const NodePtr node = fromBytes(mail + "A: 1\r\n\r\nx");
+    expectAllOrNothing([&] {
+        StringBuffer out;
+        node->getMimeStructure(1, 0, out, noLog);
+        return outcome(!out.failed(), [&] { return str(out); });
+    });
 }
 
 const std::string kLong =

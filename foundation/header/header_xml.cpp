@@ -291,8 +291,7 @@ void MimeHeader::writeAnew() {
     constexpr unsigned kLineSize = 78;
     for (Field& field : m_fields) {
         const char* const line = m_text.getString() + field.start;
-        const bool mustChange = field.size > kLineSize || !bytes::isAscii(line, field.size) ||
-                                std::memchr(line, '\n', field.size);
+        const bool mustChange = field.size > kLineSize || !bytes::isAscii(line, field.size);
         if (field.nameSize == 0 || !mustChange) continue;
         field.isRaw = false;
         m_asRead = false;
