@@ -178,8 +178,8 @@ std::string token(LogBase& log) {
     StringBuffer boundary;
     if (!Psdk::generateBoundary(boundary, log)) throw std::bad_alloc();
     std::string text(view(boundary));
-    text.erase(0, text.find_first_not_of("-^"));
-    std::replace(text.begin(), text.end(), '^', '.');
+    text.erase(0, text.find_first_not_of("-=_"));
+    std::replace(text.begin(), text.end(), '_', '.');
     return text;
 }
 
@@ -309,7 +309,7 @@ Part Composer::filePart(const std::string& path, const char* disposition) {
         type = "application/octet-stream";
     Part part = newPart();
     if (type.starts_with("text/") && isUtf8(view(bytes)))
-        part->setCharset(bytes.is7bit(0) ? "us-ascii" : "utf-8", m_log);
+        part->setCharset(bytes.is7bit() ? "us-ascii" : "utf-8", m_log);
     part->setContentType(type.c_str(), /*refresh*/ true, m_log);
     part->setMimeBodyBinary2(bytes.getData2(), bytes.getSize(), m_log);
     part->setContentEncoding("base64", m_log);

@@ -240,7 +240,7 @@ void Converter::convertLeaf(size_t index) {
     MimeMessage2& leaf = *m_nodes[index].message;
     if (leaf.isMultipart()) {
         // RFC 2045 6.4: damaged as it is, a multipart may not be encoded.
-        if (m_options.to7bit && !leaf.getMimeBodyDb().is7bit(0))
+        if (m_options.to7bit && !leaf.getMimeBodyDb().is7bit())
             tell(index, "8-bit multipart without parts, left as it is");
         return;
     }
@@ -260,7 +260,7 @@ void Converter::nameCharset(MimeMessage2& leaf) {
     const bool isUnnamed = codePage == codepage::kNone &&
                            !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
     if ((isUnnamed || codePage == codepage::kAscii) && !leaf.isAttachment(m_log) &&
-        !leaf.getMimeBodyDb().is7bit(0))
+        !leaf.getMimeBodyDb().is7bit())
         leaf.setCharset("utf-8", m_log);
 }
 
@@ -269,7 +269,7 @@ bool Converter::hasUtf8Body(size_t index) {
     MimeMessage2& leaf = *m_nodes[index].message;
     const DataBuffer& body = leaf.getMimeBodyDb();
     StringBuffer charset;
-    if (leaf.getCharsetCodePage() == 0 && !body.is7bit(0) &&
+    if (leaf.getCharsetCodePage() == 0 && !body.is7bit() &&
         leaf.getSubFieldUtf8("Content-Type", "charset", charset, m_log)) {
         const int codePage = codePageOf(charset);
         if (!EncodingConvert::isKnown(codePage)) return false;
@@ -334,7 +334,7 @@ void Converter::attachedTo7bit(size_t index) {
         DataBuffer text;
         attached.getMimeTextDb(text, /*bodyOnly*/ false, m_log);
         setBody(leaf, text, m_log);
-        if (!text.is7bit(0)) return;
+        if (!text.is7bit()) return;
     }
     if (!leaf.m_contentTransferEncoding.isEmpty()) leaf.setContentEncoding("7bit", m_log);
 }

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 // Limit: the engine counts bytes in 32 bits.
-constexpr off_t kTooLarge = off_t(1) << 32;
+constexpr uint64_t kTooLarge = uint64_t{1} << 32;
 constexpr unsigned kReadSize = 1u << 20;
 constexpr const char* kTooLargeText = "larger than 4 GiB";
 
@@ -42,7 +42,8 @@ public:
     const char* readAll(DataBuffer& bytes) const {
         struct stat info;
         if (m_fd < 0 || fstat(m_fd, &info) != 0) return errorText();
-        if (S_ISREG(info.st_mode) && info.st_size >= kTooLarge) return kTooLargeText;
+        if (S_ISREG(info.st_mode) && static_cast<uint64_t>(info.st_size) >= kTooLarge)
+            return kTooLargeText;
         const bool sizeIsKnown = S_ISREG(info.st_mode) && m_fd != STDIN_FILENO && info.st_size > 0;
         return sizeIsKnown ? readKnown(bytes, static_cast<unsigned>(info.st_size))
                            : readToEnd(bytes);

@@ -25,7 +25,7 @@ public:
     // Lines of at most 76 characters (RFC 2045 6.7).  A CRLF of the input stays a line
     // break; a bare CR or LF is written =0D, =0A, a blank or tab before a line break or at
     // the end =20, =09, so that decoding gives the very same bytes.  "^" is escaped as well:
-    // gateways damage it, and boundaries hold it.
+    // gateways damage it.
     bool encodeQuotedPrintable(const void* data, unsigned int size, StringBuffer& out) const;
 
     // Drops soft line breaks and the blanks in front of line ends, takes hexadecimal digits

@@ -2,7 +2,7 @@
 #pragma once
 
 // A growable byte array.  A NUL that does not count stands behind the bytes, so that steps
-// which read them as C text end there; only a slice (makeSliceOf) has none.
+// which read them as C text end there.
 //
 // Memory: as with StringBuffer, a growth that fails or that would pass 4 GiB - 1 leaves the
 // content as it was, answers false and marks the buffer (failed()).  Sources may lie in the
@@ -24,11 +24,17 @@ public:
 
     // -- Reading
 
-    // Null when nothing was ever stored; valid until the buffer changes.
-    const unsigned char* getData2() const { return m_data; }
+    // Null when nothing was ever stored; valid until the buffer changes.  A slice without a
+    // NUL behind it gets storage of its own here, unless memory is exhausted.
+    const unsigned char* getData2() const { return m_shared ? terminated() : m_data; }
     unsigned char* getData2_rw();  // also null when storage was shared and memory is exhausted
     unsigned int getSize() const { return m_size; }
     bool isEmpty() const { return m_size == 0; }
+
+    // True for a pointer to the bytes or right behind them.
+    bool owns(const void* p) const {
+        return m_data && p >= m_data && p <= static_cast<const void*>(m_data + m_size);
+    }
 
     // True when a growth was refused since the buffer was last cleared.
     bool failed() const { return m_failed; }
@@ -36,8 +42,9 @@ public:
     // For writers whose output was cut short for want of room elsewhere.
     void markFailed() { refuse(); }
 
-    // True when none of the first `n` bytes (0: of all bytes) has its high bit set.
+    // True when none of the first `n` bytes, or of all, has its high bit set.
     bool is7bit(unsigned int n) const;
+    bool is7bit() const { return is7bit(m_size); }
 
     // True when the bytes are valid UTF-8 and hold a character beyond ASCII: text that a
     // sender labelled with the single-byte code page `codePage` by mistake.
@@ -64,8 +71,8 @@ public:
     unsigned char* extend(unsigned int n);
 
     // Becomes `n` bytes of `whole` from `offset` on, without a copy: both share the storage
-    // until one of them changes, which then makes a copy of its own.  False, nothing changed,
-    // when memory is exhausted or the bytes are not all there.
+    // until one of them changes or is read as text, which then makes a copy of its own.  False,
+    // nothing changed, when memory is exhausted or the bytes are not all there.
     bool makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n);
 
     // Gives spare storage back where there is much of it.
@@ -75,7 +82,8 @@ public:
     bool takeData(DataBuffer& other);
 
     // Hands over the bytes as a block from malloc with room for a NUL behind them (null when
-    // empty), the caller to free it; `capacity` gets its size.  The buffer is then empty.
+    // there is none), the caller to free it; `capacity` gets its size.  The buffer is then
+    // empty, unless it is marked: shared storage could not be copied.
     char* release(unsigned int& capacity);
     void swap(DataBuffer& other) noexcept;
     void shorten(unsigned int n);  // drops the last n bytes, or all of them
@@ -90,12 +98,14 @@ private:
 
     bool refuse();
     bool grow(unsigned int needed);
-    bool makeOwn(unsigned int capacity);
-    void dropStorage();
+    bool makeOwn(unsigned int capacity) const;
+    void dropStorage() const;
+    const unsigned char* terminated() const;
 
-    unsigned char* m_data = nullptr;
-    Shared* m_shared = nullptr;  // owns what m_data points into, unless the buffer does
+    // Where the bytes stand may change while they are read; what they are does not.
+    mutable unsigned char* m_data = nullptr;
+    mutable Shared* m_shared = nullptr;  // owns what m_data points into, unless the buffer does
     unsigned int m_size = 0;
-    unsigned int m_capacity = 0;  // without the NUL behind
+    mutable unsigned int m_capacity = 0;  // without the NUL behind
     bool m_failed = false;
 };

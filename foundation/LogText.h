@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// A log that collects everything as text, a line each, indented by context.
+// A log that collects everything as text, a line each, indented by context.  Control
+// characters in what it is told, line breaks above all, are spelt "\x0A".
 
 #include "foundation/LogBase.h"
 #include "foundation/export.h"

@@ -60,7 +60,7 @@ public:
     // -- Changing.  A name loses what no field name may hold, a value its line breaks; nothing
     // happens when no name is left.
 
-    // Appends a field, unless the value is empty.
+    // Appends a field, unless the value is empty or nothing but white space.
     bool addMimeField(const char* name, const char* value, bool reserved, LogBase& log);
     bool addMimeFieldAllowEmpty(const char* name, const char* value, LogBase& log);
 

@@ -11,9 +11,9 @@ class StringBuffer;
 class MIMETREE_API Psdk {
 public:
     // Replaces `out` by a MIME boundary (RFC 2046 5.1.1) that no other call, thread or
-    // process makes: at most 70 token characters, needing no quotes, that cannot occur in
-    // base64 or in quoted-printable text as this engine writes it.  False, `out` empty, when
-    // memory is exhausted.
+    // process makes, and that can occur neither in base64 nor in quoted-printable text.  A
+    // "=" in it makes it no token: as a parameter it stands in quotes.  False, `out` empty,
+    // when memory is exhausted.
     static bool generateBoundary(StringBuffer& out, LogBase& log);
 
     // Told when an object is used whose validity marker is wrong; `where` may be null.  The

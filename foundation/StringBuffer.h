@@ -39,6 +39,11 @@ public:
     bool isEmpty() const { return m_size == 0; }
     char lastChar() const { return m_size ? getString()[m_size - 1] : '\0'; }
 
+    // True for a pointer to the bytes or to the NUL behind them.
+    bool owns(const void* p) const {
+        return p >= getString() && p <= static_cast<const void*>(getString() + m_size);
+    }
+
     // False for a buffer that was destroyed: a guard against stale references.
     bool isValidObject() const;
 

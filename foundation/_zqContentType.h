@@ -37,7 +37,7 @@ public:
     StringBuffer m_name;          // name
     StringBuffer m_protocol;      // protocol (RFC 1847)
     StringBuffer m_micalg;        // micalg (RFC 1847)
-    StringBuffer m_boundary;      // boundary (RFC 2046 5.1)
+    StringBuffer m_boundary;      // boundary (RFC 2046 5.1); loading makes it one line
     StringBuffer m_smimeType;     // smime-type (RFC 8551)
     StringBuffer m_subType;       // type (RFC 2387)
     StringBuffer m_reportType;    // report-type (RFC 6522)

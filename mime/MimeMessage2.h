@@ -152,11 +152,11 @@ public:
     // The Content-Type field is always rebuilt whole from m_contentType and m_charset; the
     // Content-Disposition field from a disposition and a file name.
 
-    void refreshContentTypeHeader(LogBase& log);
+    void refreshContentTypeHeader(LogBase& log);  // without marker check
     void setContentType(const char* type, bool refresh, LogBase& log);
 
     // A null text leaves its field as it is; a null boundary drops the boundary of a type
-    // that is no multipart.  The header is rebuilt once.
+    // that is no multipart.  The header is rebuilt once, without marker check.
     void setContentType(const char* type, const char* name, const char* protocol,
                         const char* micalg, const char* boundary, const char* smimeType,
                         const char* subType, LogBase& log);
@@ -180,8 +180,9 @@ public:
     bool getFormatFlowed() const { return m_contentType.m_formatFlowed; }  // no marker check
 
     // -- Loading ------------------------------------------------------------- load.cpp
-    // Each call empties the node first.  False means that nothing usable came out; the log
-    // says why.  Damaged input is repaired, not refused.  Input of 4 GiB and more is refused.
+    // Each call empties the node first; what it held lives until the call ends, for the input
+    // may be a piece of it.  False means that nothing usable came out; the log says why.  Damaged
+    // input is repaired, not refused.  Input of 4 GiB and more is refused.
 
     // Text: line ends are repaired on a broad front.
     bool loadMimeComplete(const StringBuffer& mimeText, LogBase& log, bool inputIsUtf8);
@@ -240,7 +241,8 @@ public:
     void setMimeBodyBinary2(const unsigned char* data, unsigned int size, LogBase& log);
     void clearMimeBody();  // does not mark the node modified
 
-    // The coding in which the body will be written, in the cache and in the header.
+    // The coding in which the body will be written, in the cache and in the header; null takes
+    // it away.
     void setContentEncoding(const char* encoding, LogBase& log);
 
     // -- Reading the body -------------------------------------------------- body_get.cpp
@@ -367,6 +369,9 @@ private:
 
     // What a body setter found out about the label of a text.
     enum class Label { Right, ReallyWindows1252 };
+
+    class Held;
+    bool isWithinString(const char* p) const;
 
     bool isAlive() const;
     bool typeBeginsWith(const char* prefix) const;

@@ -172,6 +172,7 @@ TEST(BodySet, Codings) {
         {"Content-Type: message/x", "by binary", "a", "", "Content-Type: message/x"},
         {"Content-Type: message/rfc822", "by 7bit", "a", "", "Content-Type: message/rfc822"},
         {"A: 1", nullptr, "Base64;x", "Base64", "A: 1|Content-Transfer-Encoding: Base64;x"},
+        {"Content-Transfer-Encoding: 8bit|B: 2", nullptr, nullptr, "", "B: 2"},
     };
     for (const auto& row : rows) {
         const NodePtr node = leaf(crlf(row.header));

@@ -140,9 +140,10 @@ TEST(Buffers, RefuseToPassTheLimit) {
 
 TEST(DataBuffer, Questions) {
     const DataBuffer late = db(std::string(5000, 'a') + "\xE9"), text = db("\0utf-8"sv), none;
-    EXPECT_TRUE(late.is7bit(5000) && text.containsChar('\0') && none.equals(db("")) &&
-                text.containsSubstring("utf-8", 6) && db("caf\xC3\xA9").isReallyUtf8(1252));
-    EXPECT_FALSE(late.is7bit(5001) || late.is7bit(0) || late.containsChar('b'));
+    EXPECT_TRUE(late.is7bit(5000) && late.is7bit(0) && text.containsChar('\0') &&
+                none.equals(db("")) && text.containsSubstring("utf-8", 6) &&
+                db("caf\xC3\xA9").isReallyUtf8(1252));
+    EXPECT_FALSE(late.is7bit(5001) || late.is7bit() || late.containsChar('b'));
     EXPECT_FALSE(text.containsSubstring("utf-8", 5) || none.containsSubstring("x", 9));
     EXPECT_FALSE(db("a\0b"sv).equals(db("a\0c"sv)));
     EXPECT_FALSE(db("cafe").isReallyUtf8(1252) || db("caf\xC3").isReallyUtf8(1252));
@@ -153,6 +154,7 @@ TEST(DataBuffer, SlicesAreCopies) {
     DataBuffer whole = db(text), first, second;
     EXPECT_FALSE(first.makeSliceOf(whole, 5000, 11));
     EXPECT_TRUE(first.makeSliceOf(whole, 2, 5000) && second.makeSliceOf(first, 1, 3000));
+    EXPECT_EQ(std::strlen(reinterpret_cast<const char*>(second.getData2())), 3000u);
     first.appendChar('!');
     first.getData2_rw()[0] = '?';
     second.shorten(2999);

@@ -162,7 +162,7 @@ struct ChangeRow {
 
 constexpr ChangeRow kChangeRows[] = {
     {"A: 1", Do::Add, "a", "2", "A=1|a=2"},
-    {"A: 1", Do::Add, "B", "", "A=1"},
+    {"A: 1", Do::Add, "B", " \r\n\t", "A=1"},
     {"A: 1", Do::Add, "B", nullptr, "A=1"},
     {"A: 1", Do::AddEmpty, "B", "", "A=1|B="},
     {"A: 1", Do::Add, "", "1", "A=1"},

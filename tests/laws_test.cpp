@@ -118,6 +118,32 @@ TEST(Laws, BodiesSurviveEveryCoding) {
     }
 }
 
+// A tree is loaded anew from each text that it holds itself, wherever it hangs in it.
+TEST(Laws, LoadsWhatItHolds) {
+    forEverySample([](const Sample& sample, As as) {
+        MimeMessage2 root, again, expected;
+        LogNull log;
+        load(root, sample.bytes, as);
+        const size_t count = nodesOf(root).size() * 4;
+        for (size_t i = 0; i < count; ++i) {
+            load(again, sample.bytes, as);
+            MimeMessage2& node = *nodesOf(again)[i / 4];
+            const StringBuffer& text = i % 4 == 2 ? node.m_filename : node.m_contentType.m_type;
+            const DataBuffer& bytes = i % 4 ? node.m_signedData : node.m_mimeBody;
+            const bool isText = i % 4 > 1;
+            const std::string held = isText ? str(text) : str(bytes);
+            StringBuffer clue;
+            const char* const at =
+                isText ? text.getString() : reinterpret_cast<const char*>(bytes.getData2());
+            again.loadMimeComplete2(at, static_cast<unsigned>(held.size()), as == As::Text, clue,
+                                    log, false);
+            load(expected, sample.bytes, as);  // clear() leaves the charset
+            load(expected, held, as);
+            ASSERT_EQ(escaped(written(again)), escaped(written(expected)));
+        }
+    });
+}
+
 // Bytes that end where their memory does, and are gone when the tree is used.
 TEST(Laws, TreeOwnsItsBytes) {
     forEverySample([](const Sample& sample, As as) {

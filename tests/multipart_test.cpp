@@ -77,7 +77,7 @@ TEST(Multipart, Cutting) {
         found.replaceAllOccurances("|", ",");
         EXPECT_EQ(barred(str(found)), row.outline);
         EXPECT_EQ(node->m_modified, !row.outline.empty());
-        std::string lines = "|findBoundary: --" + std::string(row.boundary) + "\r|";
+        std::string lines = "|findBoundary: --" + std::string(row.boundary) + "\\x0D\\x0A|";
         for (int i = 0; i < row.steps; ++i) lines += steps[i] + "|";
         lines += row.outline.empty() || row.outline[0] == '[' ? kFound : kNone;
         EXPECT_NE(log.find(lines), std::string::npos) << log;

@@ -63,6 +63,10 @@ TEST(Node, WithoutMarkerNothingHappens) {
     n.m_magic = 0xa4ee21fb;
     EXPECT_EQ(contentOf(n), before);
     EXPECT_EQ(flagsOf(n), "aux2 0");
+    n.m_magic = 0;
+    n.setContentType("x/y", "n", "p", "m", "b", "s", "t", noLog);
+    n.m_magic = 0xa4ee21fb;
+    EXPECT_EQ(barred(headerOf(n)), "A: 1|Content-Type: text/plain");
 }
 
 NodePtr fullNode() {
@@ -165,9 +169,10 @@ TEST(Node, Searches) {
         EXPECT_EQ(root->findByVantrelObjectId(node->m_objectId), node);
     EXPECT_EQ(message->findByVantrelObjectId(html->m_objectId), nullptr);
 
-    // Without its marker a node is found by its id, and its children are not.
+    // Without its marker a node is found by its id and type, and its children are not.
     related->m_magic = 0;
     EXPECT_EQ(root->findByVantrelObjectId(related->m_objectId), related);
+    EXPECT_EQ(root->findContentType(&parent, "multipart/related"), related);
     EXPECT_FALSE(root->findByVantrelObjectId(html->m_objectId) || root->findMultipartRelated());
     EXPECT_EQ(root->findContentType(nullptr, "text/html"), root->getPart(3));
     related->m_magic = 0xa4ee21fb;

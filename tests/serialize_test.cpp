@@ -5,9 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/node_support.h"
 
 namespace {
+
+std::string hexOf(const std::string& text) {
+    std::string out;
+    for (const char c : text) out += {'=', "0123456789ABCDEF"[c >> 4], "0123456789ABCDEF"[c & 15]};
+    return out;
+}
 
 // `tree` says, in order, what is done to a root without parts: "B" sets a boundary, "1" and
 // "2" add a part, "0" a slot without a node, "i" puts a part into the first, "s" and "p" make
@@ -79,6 +87,23 @@ TEST(Serialize, Frames) {
                   "<" + head + preamble + body + ">");
         EXPECT_EQ(node->m_modified, wasModified);
         if (node->getPart(0)) node->getPart(0)->m_magic = 0xa4ee21fb;
+    }
+}
+
+// RFC 2046 5.1.1: whatever a boundary holds, and however it got there, it makes no lines.
+TEST(Serialize, NoBoundaryStartsALine) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 300; ++i) {
+        const std::string boundary = "b" + randomBytes(random, 1 + random() % 80, "\r\n x:=\0;'"sv);
+        NodePtr node = leaf("Content-Type: multipart/x; boundary=\"" +
+                            (i % 3 ? "q" : "=?utf-8?Q?" + hexOf(boundary) + "?=") + "\"");
+        if (i % 3 == 1) node->setBoundary(boundary.c_str(), noLog);
+        if (i % 3 == 2) node->m_contentType.m_boundary = sb(boundary);
+        if (i % 3 == 2) node->refreshContentTypeHeader(noLog);
+        node->addPart(leaf("A: 1", "\r\nbody").release());
+        const std::string text = written(*node), body = text.substr(text.find("\r\n\r\n"));
+        EXPECT_EQ(std::count(body.begin(), body.end(), '\n'), 8) << body;
+        EXPECT_EQ(outline(*fromBytes(text)), "[\r\nbody]") << text;
     }
 }
 

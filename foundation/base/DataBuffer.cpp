@@ -40,10 +40,10 @@ DataBuffer::DataBuffer(const DataBuffer& other) { append(other); }
 DataBuffer::DataBuffer(DataBuffer&& other) noexcept { swap(other); }
 
 DataBuffer& DataBuffer::operator=(const DataBuffer& other) {
-    if (this != &other) {
-        DataBuffer copy(other);
-        swap(copy);
-    }
+    if (this == &other) return *this;
+    DataBuffer copy(other);
+    if (copy.failed()) m_failed = true;
+    else swap(copy);
     return *this;
 }
 
@@ -65,7 +65,7 @@ void DataBuffer::swap(DataBuffer& other) noexcept {
     std::swap(m_failed, other.m_failed);
 }
 
-void DataBuffer::dropStorage() {
+void DataBuffer::dropStorage() const {
     if (!m_shared) {
         std::free(m_data);
     } else if (m_shared->users.fetch_sub(1, std::memory_order_acq_rel) == 1) {
@@ -118,7 +118,7 @@ bool DataBuffer::reserve(unsigned int n) {
 }
 
 // The bytes move to storage that is this buffer's alone.
-bool DataBuffer::makeOwn(unsigned int capacity) {
+bool DataBuffer::makeOwn(unsigned int capacity) const {
     void* block =
         m_shared ? std::malloc(size_t(capacity) + 1) : std::realloc(m_data, size_t(capacity) + 1);
     if (!block) return false;
@@ -130,6 +130,12 @@ bool DataBuffer::makeOwn(unsigned int capacity) {
     m_data[m_size] = 0;
     m_capacity = capacity;
     return true;
+}
+
+// The whole that a slice was cut from ends with a NUL, so the byte behind can be looked at.
+const unsigned char* DataBuffer::terminated() const {
+    if (m_data && m_data[m_size] != 0) makeOwn(m_size);
+    return m_data;
 }
 
 unsigned char* DataBuffer::getData2_rw() { return !m_shared || makeOwn(m_size) ? m_data : nullptr; }
@@ -153,7 +159,7 @@ void DataBuffer::shrinkToFit() {
 bool DataBuffer::append(const void* p, unsigned int n) {
     if (!p || n == 0) return true;
     const unsigned char* from = static_cast<const unsigned char*>(p);
-    const bool isOwn = m_data && from >= m_data && from <= m_data + m_size;
+    const bool isOwn = owns(p);
     const size_t offset = isOwn ? static_cast<size_t>(from - m_data) : 0;
     unsigned char* to = extend(n);
     if (!to) return false;
@@ -186,7 +192,7 @@ bool DataBuffer::takeData(DataBuffer& other) {
 char* DataBuffer::release(unsigned int& capacity) {
     if (m_shared && !makeOwn(m_size)) {
         refuse();
-        clear();
+        return nullptr;
     }
     char* block = reinterpret_cast<char*>(m_data);
     capacity = m_capacity;
@@ -201,11 +207,11 @@ void DataBuffer::shorten(unsigned int n) {
 }
 
 bool DataBuffer::is7bit(unsigned int n) const {
-    return bytes::isAscii(chars(m_data), n && n < m_size ? n : m_size);
+    return bytes::isAscii(chars(m_data), n < m_size ? n : m_size);
 }
 
 bool DataBuffer::isReallyUtf8(int) const {
-    return !is7bit(0) && _zqUtf::isValidUtf8(m_data, m_size, 0);
+    return !is7bit() && _zqUtf::isValidUtf8(m_data, m_size, 0);
 }
 
 bool DataBuffer::containsChar(char c) const {

@@ -45,15 +45,15 @@ void appendHex(uint64_t value, StringBuffer& out) {
 
 // The number of the call, mixed, makes it unique within the process; the seed and the time
 // tell processes apart.  All boundaries have one length, so none is the prefix of another,
-// and their digits are of one case.  RFC 2045 6.7, 6.8: "^" occurs in no base64 text, nor in
-// quoted-printable text as ContentCoding writes it.
+// and their digits are of one case.  RFC 2045 6.7, 6.8: "=_" occurs in no quoted-printable
+// text and, as "_" does not, in no base64 text.
 bool Psdk::generateBoundary(StringBuffer& out, LogBase&) {
     static std::atomic<uint64_t> calls{0};
     const uint64_t call = calls.fetch_add(1, std::memory_order_relaxed);
     out.clear();
-    out.append("----^");
+    out.append("----=_");
     appendHex(mixed(processSeed() + call), out);
-    out.appendChar('^');
+    out.appendChar('_');
     appendHex(mixed(processSeed() ^ ticks()), out);
     if (out.failed()) out.clear();
     return !out.isEmpty();

@@ -170,6 +170,7 @@ bool StringBuffer::setString(const StringBuffer& s) { return setStringN(s.getStr
 
 // `s` may be a piece of this buffer, so the bytes are moved before anything is forgotten.
 bool StringBuffer::setStringN(const char* s, unsigned int n) {
+    if (!s) n = 0;
     if (n > capacity()) {
         StringBuffer fresh;
         if (!fresh.appendN(s, n)) return refuse();
@@ -203,7 +204,7 @@ bool StringBuffer::append(int n) {
 bool StringBuffer::appendN(const char* s, unsigned int n) {
     if (!s || n == 0) return true;
     const char* const old = getString();
-    const bool isOwn = s >= old && s <= old + m_size;
+    const bool isOwn = owns(s);
     const size_t offset = isOwn ? static_cast<size_t>(s - old) : 0;
     const unsigned int at = m_size;
     if (n > kMaxSize - at || !grow(at + n)) return refuse();
@@ -236,6 +237,7 @@ bool StringBuffer::appendCharN(char c, unsigned int n) {
 bool StringBuffer::takeFromDb(DataBuffer& d) {
     unsigned int size = d.getSize(), room = 0;
     char* block = d.release(room);
+    if (!block && size) return refuse();
     clear();
     if (!block) return true;
     adoptHeap(block, room);
@@ -262,7 +264,7 @@ bool StringBuffer::equalsIgnoreCase(const StringBuffer& s) const {
 }
 
 bool StringBuffer::equalsIgnoreCase2(const char* s, unsigned int n) const {
-    return n == m_size && bytes::equalIgnoreCase(getString(), textOf(s), m_size);
+    return (s ? n : 0) == m_size && bytes::equalIgnoreCase(getString(), textOf(s), m_size);
 }
 
 bool StringBuffer::beginsWith(const char* s) const {

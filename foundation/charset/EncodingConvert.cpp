@@ -150,10 +150,6 @@ const Codec* actualCodec(const Codec* declared, Source in) {
     return declared;
 }
 
-bool liesIn(const unsigned char* p, const DataBuffer& buffer) {
-    return buffer.getData2() && p >= buffer.getData2() && p <= buffer.getData2() + buffer.getSize();
-}
-
 }  // namespace
 
 bool EncodingConvert::EncConvert(int fromCodePage, int toCodePage, const unsigned char* data,
@@ -165,7 +161,7 @@ bool EncodingConvert::EncConvert(int fromCodePage, int toCodePage, const unsigne
         log.verboseLong("codePageNotConverted", from ? toCodePage : fromCodePage);
         return out.append(data, length);
     }
-    if (!liesIn(data, out)) return convert(*from, *to, {data, data + length}, out);
+    if (!out.owns(data)) return convert(*from, *to, {data, data + length}, out);
     DataBuffer result;  // `out` would move its own bytes while they are read
     return convert(*from, *to, {data, data + length}, result) && out.append(result);
 }

@@ -10,6 +10,7 @@
 using namespace mimetree::inner;
 
 bool _zqUtf::isValidUtf8(const unsigned char* data, unsigned int size, unsigned int limit) {
+    if (!data) return true;
     const bool isCut = limit != 0 && limit < size;
     const size_t n = isCut ? limit : size;
     const size_t valid = utf8::validPrefix(data, n);

@@ -20,12 +20,17 @@ using namespace mimetree::inner;
 
 namespace {
 
-// Each grows the output once, to a bound that is known before, and gives back the rest.
+// Each grows the output once, to a bound that is known before, and gives back the rest.  What
+// stands in the output itself would move while it is read.
 
 template <class Encode>
 bool appendEncoded(const void* data, unsigned int size, uint64_t bound, StringBuffer& out,
                    Encode encode) {
-    if (size == 0) return true;
+    if (!data || size == 0) return true;
+    if (out.owns(data)) {
+        StringBuffer apart;
+        return appendEncoded(data, size, bound, apart, encode) && out.append(apart);
+    }
     // Limit: a StringBuffer holds less than 4 GiB.
     if (bound > UINT32_MAX) {
         out.markFailed();
@@ -43,6 +48,10 @@ template <class Decode>
 bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer& out,
                    Decode decode) {
     if (size == 0) return true;
+    if (out.owns(text)) {
+        DataBuffer apart;
+        return appendDecoded(text, size, bound, apart, decode) && out.append(apart);
+    }
     const auto room = static_cast<unsigned int>(bound);
     unsigned char* const start = out.extend(room);
     if (start == nullptr) return false;
@@ -77,18 +86,18 @@ bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuff
 }
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
-    const auto used = static_cast<unsigned int>(size ? sizeOfBase64(text, size) : 0);
+    const auto used = static_cast<unsigned int>(text ? sizeOfBase64(text, size) : 0);
     return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
 }
 
 bool ContentCoding::encodeQuotedPrintable(const void* data, unsigned int size,
                                           StringBuffer& out) const {
     const uint64_t bound =
-        quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
+        !data ? 0 : quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
     return appendEncoded(data, size, bound, out, quoted_printable::encode);
 }
 
 bool ContentCoding::decodeQuotedPrintable(const char* text, unsigned int size,
                                           DataBuffer& out) const {
-    return appendDecoded(text, size, size, out, quoted_printable::decode);
+    return !text || appendDecoded(text, size, size, out, quoted_printable::decode);
 }

@@ -133,5 +133,8 @@ bool Uu::uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log) {
 }
 
 bool Uu::uu_decode2(const char* text, bool, DataBuffer& out, LogBase& log) {
-    return text != nullptr && decodeText(text, std::strlen(text), out, log);
+    if (!text) return false;
+    if (!out.owns(text)) return decodeText(text, std::strlen(text), out, log);
+    DataBuffer apart;  // growing would move the text
+    return decodeText(text, std::strlen(text), apart, log) && out.append(apart);
 }

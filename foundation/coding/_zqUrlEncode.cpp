@@ -26,12 +26,16 @@ uint64_t encodedSize(const unsigned char* data, unsigned int size) {
 }  // namespace
 
 bool _zqUrlEncode::urlEncode3(const unsigned char* data, unsigned int size, StringBuffer& out) {
-    const uint64_t encoded = encodedSize(data, size);
+    const uint64_t encoded = data ? encodedSize(data, size) : 0;
     if (encoded == 0) return true;
     // Limit: a StringBuffer holds less than 4 GiB.
     if (encoded > UINT32_MAX) {
         out.markFailed();
         return false;
+    }
+    if (out.owns(data)) {  // growing would move it
+        StringBuffer apart;
+        return urlEncode3(data, size, apart) && out.append(apart);
     }
     char* to = out.extend(static_cast<unsigned int>(encoded));
     if (to == nullptr) return false;

@@ -406,6 +406,11 @@ constexpr unsigned kMaxPlain = 70;
 
 }  // namespace
 
+void makeBoundarySafe(char* boundary, unsigned int size) {
+    for (char* p = boundary; p != boundary + size; ++p)
+        if (*p == '\r' || *p == '\n' || *p == '\0') *p = ' ';
+}
+
 // Kept on purpose: a plain value with "'", "*" or "%" is quoted, since some readers take any
 // such token for an extended one; a value with "=?" in it is percent-encoded, since readers decode
 // encoded words even where RFC 2047 5 forbids them.

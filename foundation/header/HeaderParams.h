@@ -55,6 +55,10 @@ private:
 // False, `out` unchanged, when there is none.
 bool findHeaderParam(const char* value, unsigned int size, const char* name, StringBuffer& out);
 
+// RFC 2046 5.1.1: a boundary stands on lines of the body, too, where nothing quotes it: what
+// would end such a line, or a C string, becomes a blank.
+void makeBoundarySafe(char* boundary, unsigned int size);
+
 // Appends "; name=value" so that findHeaderParam gives the same value again: as a token, a
 // quoted string, or RFC 2231 in UTF-8.  A CR or LF becomes a blank.
 void appendHeaderParam(const char* name, const StringBuffer& value, StringBuffer& out);

@@ -153,6 +153,7 @@ bool MimeHeader::loadMimeHeaderText(const char* headerText, const char* terminat
 bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, int codePage,
                                      const StringBuffer& charsetClue, LogBase& log) {
     clear(0);
+    if (!headerText) size = 0;
     m_hasOrderMark = size >= kOrderMarkSize && std::memcmp(headerText, kOrderMark, 3) == 0;
     if (m_hasOrderMark) {
         headerText += kOrderMarkSize;
@@ -301,7 +302,9 @@ bool MimeHeader::appendField(const StringBuffer& name, const char* value) {
 }
 
 bool MimeHeader::addMimeField(const char* name, const char* value, bool, LogBase& log) {
-    return lengthOf(value) == 0 || addMimeFieldAllowEmpty(name, value, log);
+    const char* p = value ? value : "";
+    while (bytes::isSpace(*p)) ++p;
+    return *p == '\0' || addMimeFieldAllowEmpty(name, p, log);
 }
 
 bool MimeHeader::addMimeFieldAllowEmpty(const char* name, const char* value, LogBase& log) {
@@ -443,7 +446,7 @@ bool MimeHeader::getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& 
 
 bool MimeHeader::getMimeFieldUtf8_2(const char* name, unsigned int nameSize, StringBuffer& out,
                                     LogBase& log) const {
-    return getFieldValueUtf8(indexOf(name, nameSize), out, log);
+    return getFieldValueUtf8(indexOf(name, name ? nameSize : 0), out, log);
 }
 
 bool MimeHeader::getSubFieldUtf8(const char* fieldName, const char* param, StringBuffer& out,
@@ -463,7 +466,10 @@ bool MimeHeader::getFieldNameUtf8(int index, StringBuffer& out, LogBase&) const 
 
 bool MimeHeader::getFieldValueUtf8(int index, StringBuffer& out, LogBase&) const {
     if (index < 0 || index >= getNumFields()) return false;
-    return appendValue(m_fields[static_cast<unsigned>(index)], out);
+    const unsigned before = out.getSize();
+    if (appendValue(m_fields[static_cast<unsigned>(index)], out)) return true;
+    out.shorten(out.getSize() - before);
+    return false;
 }
 
 bool MimeHeader::getFieldText(int index, StringBuffer& out) const {

@@ -39,7 +39,8 @@ constexpr Param kParams[] = {
     {"type", &_zqContentType::m_subType, Quotes::IfNeeded},
     {"report-type", &_zqContentType::m_reportType, Quotes::IfNeeded},
 };
-constexpr unsigned kCharset = 0, kFormat = 1, kParamCount = sizeof kParams / sizeof kParams[0];
+constexpr unsigned kCharset = 0, kFormat = 1, kBoundary = 5,
+                   kParamCount = sizeof kParams / sizeof kParams[0];
 
 // The place in kParams of a name; kParamCount for one that the record does not hold.
 unsigned indexOf(const char* name, size_t size) {
@@ -175,6 +176,8 @@ private:
             m_record.m_formatFlowed = value.equalsIgnoreCase("flowed");
         } else {
             (m_record.*kParams[i].field).swap(value);
+            if (i == kBoundary)
+                makeBoundarySafe(m_record.m_boundary.getString_rw(), m_record.m_boundary.getSize());
         }
     }
 

@@ -244,7 +244,7 @@ void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const 
 }
 
 void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
-    if (EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit(0)) return;
+    if (EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit()) return;
     DataBuffer utf8;
     if (EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
                                     m_mimeBody.getSize(), utf8, log))
@@ -312,6 +312,7 @@ void MimeMessage2::setContentEncoding(const char* encoding, LogBase& log) {
     m_modified = true;
     m_contentTransferEncoding.setString(encoding);
     const StringBuffer value(m_contentTransferEncoding);
-    m_mimeHeader.replaceMimeFieldUtf8("Content-Transfer-Encoding", value.getString(), log);
+    m_mimeHeader.replaceMimeFieldUtf8("Content-Transfer-Encoding",
+                                      encoding ? value.getString() : nullptr, log);
     cacheEncoding(log);
 }

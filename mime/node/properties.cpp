@@ -5,6 +5,7 @@
 // anything changes, since they may be the node's own.
 
 #include "foundation/LogNull.h"
+#include "foundation/header/HeaderParams.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
@@ -39,8 +40,10 @@ bool isPlainType(const StringBuffer& type) {
 
 // -- Content type
 
+// Kept on purpose: this, and with it the end of the long setContentType, does not look at the
+// marker.
 void MimeMessage2::refreshContentTypeHeader(LogBase& log) {
-    if (!isAlive() || m_deferContentTypeRefresh) return;
+    if (m_deferContentTypeRefresh) return;
     StringBuffer value;
     m_contentType.buildMimeHeaderValue(value, m_charset, false, false, log);
     m_mimeHeader.replaceMimeFieldUtf8("Content-Type", value.getString(), log);
@@ -83,6 +86,8 @@ void MimeMessage2::setContentType(const char* type, const char* name, const char
 void MimeMessage2::applyParam(StringBuffer& field, const char* text, LogBase& log) {
     if (!isAlive() || field.equalsIgnoreCase(text)) return;
     field.setString(text);
+    if (&field == &m_contentType.m_boundary)
+        makeBoundarySafe(field.getString_rw(), field.getSize());
     field.trim2();
     refreshContentTypeHeader(log);
 }

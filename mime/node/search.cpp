@@ -18,13 +18,18 @@ MimeMessage2* MimeMessage2::findByVantrelObjectId(int64_t id) {
 }
 
 MimeMessage2* MimeMessage2::findMultipartRelated() {
-    return findContentType(nullptr, "multipart/related");
+    TreeWalk walk(*this);
+    while (MimeMessage2* node = walk.next()) {
+        if (node->isMultipartRelated()) return node;
+        if (!node->isMultipart()) walk.skipChildren();
+    }
+    return nullptr;
 }
 
+// Here, too, types are compared before markers are looked at.
 MimeMessage2* MimeMessage2::findContentType(MimeMessage2** parentOut, const char* contentType) {
     TreeWalk walk(*this);
     while (MimeMessage2* node = walk.next()) {
-        if (!node->isAlive()) continue;
         if (node->m_contentType.m_type.equalsIgnoreCase(contentType)) {
             if (parentOut) *parentOut = walk.parent();
             return node;

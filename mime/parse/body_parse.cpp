@@ -155,6 +155,8 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
     std::atomic_ref<bool>(b_WasReally1252).store(false, std::memory_order_relaxed);
     StringBuffer coding;  // a setter may change the node's own
     coding.setString(encoding);
+    DataBuffer oldBody;  // which the text may be
+    oldBody.takeData(node.m_mimeBody);
     const auto store = [&] {
         return node.decodeBody(coding.getString(), body, size, charset, isText, m_inputIsUtf8,
                                m_log);

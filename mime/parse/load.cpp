@@ -34,14 +34,41 @@ const char* behindLineBreak(const char* p, const char* end) {
     return p != end && *p == '\n' ? p + 1 : p;
 }
 
-// The bytes of a setter's or loader's argument may be the node's own: they are taken out of
-// the way before the node is emptied.
-void keepIfWithin(DataBuffer& own, const char* data, DataBuffer& kept) {
-    const char* const begin = reinterpret_cast<const char*>(own.getData2());
-    if (begin && data >= begin && data <= begin + own.getSize()) kept.takeData(own);
-}
-
 }  // namespace
+
+// What a node held before it is loaded anew: the text may be a piece of it, or of a node below.
+// It goes when the load has ended.
+class MimeMessage2::Held {
+public:
+    Held(MimeMessage2& node, const char* text, unsigned size) : m_text(text) {
+        if (node.isWithinString(text))
+            m_text = m_copy.setStringN(text, size) ? m_copy.getString() : nullptr;
+        m_body.takeData(node.m_mimeBody);
+        m_signed.takeData(node.m_signedData);
+        m_parts.swap(node.m_subParts);
+    }
+    ~Held() { deleteTrees(m_parts); }
+
+    const char* text() const { return m_text; }  // null when memory is exhausted
+
+private:
+    const char* m_text;
+    StringBuffer m_copy;
+    DataBuffer m_body, m_signed;
+    ExtPtrArray m_parts;
+};
+
+// Whether `p` points into one of the strings of the node, which all may change in a load.
+bool MimeMessage2::isWithinString(const char* p) const {
+    const _zqContentType& type = m_contentType;
+    for (const StringBuffer* own :
+         {&type.m_type, &type.m_name, &type.m_protocol, &type.m_micalg, &type.m_boundary,
+          &type.m_smimeType, &type.m_subType, &type.m_reportType, &m_disposition,
+          &m_contentTransferEncoding, &m_filename, &m_contentId})
+        if (own->owns(p)) return true;
+    const char* const charset = m_charset.getName();
+    return p >= charset && p <= charset + std::strlen(charset);
+}
 
 // -- Entry points
 
@@ -63,20 +90,21 @@ bool MimeMessage2::loadMimeCompleteDb(DataBuffer& mimeBytes, LogBase& log) {
 bool MimeMessage2::loadMimeComplete2(const char* data, unsigned int size, bool lenientLineEndings,
                                      StringBuffer& charsetClue, LogBase& log, bool inputIsUtf8) {
     if (!isAlive()) return false;
-    DataBuffer keptBody, keptSigned;
-    keepIfWithin(m_mimeBody, data, keptBody);
-    keepIfWithin(m_signedData, data, keptSigned);
+    const Held held(*this, data, size);
     Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
                   charsetClue, log);
-    return loader.load(*this, data, size);
+    return loader.load(*this, held.text(), size);
 }
 
 bool MimeMessage2::parseMimeBody(const char* encoding, const char* body, unsigned int bodySize,
                                  bool lenientLineEndings, StringBuffer& charsetClue, LogBase& log,
                                  bool inputIsUtf8) {
     if (!isAlive()) return false;
-    DataBuffer keptBody;
-    keepIfWithin(m_mimeBody, body, keptBody);
+    StringBuffer copy;  // of a string that a leaf may change
+    if (isWithinString(body)) {
+        if (!copy.setStringN(body, bodySize)) return false;
+        body = copy.getString();
+    }
     Loader loader(lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, inputIsUtf8,
                   charsetClue, log);
     return loader.parseBody(*this, encoding, body, bodySize);
@@ -294,9 +322,11 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
     if (!isAlive()) return false;
     OperationContext context(log, "loadMime");
     const MemoryWatch memory;
+    ExtPtrArray newParts;  // the list may be the node's own
+    newParts.swap(parts);
+    const Held held(*this, reinterpret_cast<const char*>(body), bodySize);
+    body = reinterpret_cast<const unsigned char*>(held.text());
     if (!body) bodySize = 0;
-    DataBuffer keptBody;
-    keepIfWithin(m_mimeBody, reinterpret_cast<const char*>(body), keptBody);
     clear();
     StringBuffer charsetClue;
     m_mimeHeader.loadMimeHeaderBytes(headerText, headerSize, codepage::kNone, charsetClue, log);
@@ -319,10 +349,11 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
     }
     decodeBody(m_contentTransferEncoding.getString(), body, bodySize, bodyCharset, isText,
                inputIsUtf8, log);
-    for (int i = 0; i < parts.getSize(); ++i) {
-        VantrelObject* part = parts.elementAt(i);
-        if (part && m_subParts.appendPtr(part)) parts.setAt(i, nullptr);
+    for (int i = 0; i < newParts.getSize(); ++i) {
+        VantrelObject* part = newParts.elementAt(i);
+        if (part && m_subParts.appendPtr(part)) newParts.setAt(i, nullptr);
     }
+    if (&parts != &m_subParts) parts.swap(newParts);
     if (memory.wasRefused()) log.logError("Out of memory.");
     return !memory.wasRefused();
 }

@@ -3,8 +3,11 @@
 // Writing a tree: headers, delimiter lines and encoded bodies (body_get.cpp), appended to one
 // buffer.  Multiparts whose parts are still to be written wait on a list.
 
+#include <cstring>
+
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
+#include "foundation/header/HeaderParams.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
@@ -62,9 +65,14 @@ private:
     GrowArray<Open, 16> m_open;
 };
 
+// The record is public: its boundary may have been put there by hand.
 void TreeWriter::delimiter(const MimeMessage2& node, const char* tail) {
+    const StringBuffer& boundary = node.m_contentType.m_boundary;
     m_out.appendStr("--");
-    m_out.append(node.m_contentType.m_boundary);
+    if (char* to = reinterpret_cast<char*>(m_out.extend(boundary.getSize()))) {
+        std::memcpy(to, boundary.getString(), boundary.getSize());
+        makeBoundarySafe(to, boundary.getSize());
+    }
     m_out.appendStr(tail);
 }
 
