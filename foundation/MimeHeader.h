@@ -155,6 +155,7 @@ private:
     Field fieldOfLine(unsigned int start, unsigned int size) const;
     bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
     int indexOf(const char* name, unsigned int nameSize) const;
+    void appendHeader(int codePage, StringBuffer& out) const;
     bool appendValue(const Field& field, StringBuffer& out) const;
     bool makeField(const StringBuffer& name, const char* value, Field& field);
     bool appendField(const StringBuffer& name, const char* value);

@@ -225,6 +225,39 @@ void useGetters(MimeMessage2& n) {
     n.containsSignedParts(noLog);
 }
 
+// What answers false leaves its output as it was.
+TEST(Memory, Readers) {
+    using Read = bool (*)(MimeMessage2 & n, StringBuffer & out);
+    const Read reads[] = {
+        [](auto& n, auto& out) { return n.getHeaderFieldValue(1, false, out, noLog); },
+        [](auto& n, auto& out) { return n.m_mimeHeader.getMimeFieldUtf8("X-Folded", out, noLog); },
+        [](auto& n, auto& out) {
+            return n.getSubFieldUtf8("Content-Type", "boundary", out, noLog);
+        },
+        [](auto& n, auto& out) { return n.m_mimeHeader.getMimeHeader(out, 0, 0, false, noLog); },
+        [](auto& n, auto& out) { return n.getMimeTextSb(out, false, noLog); },
+        [](auto& n, auto& out) { return out.takeFromDb(n.getPart(0)->getPart(0)->m_signedData); },
+        [](auto& n, auto& out) {
+            n.m_mimeBody = n.getPart(1)->m_mimeBody;
+            return n.m_mimeBody.failed() ? str(n.m_mimeBody) != "<" : out.append(n.m_mimeBody);
+        }};
+    for (const Read read : reads)
+        expectAllOrNothing([&] {
+            const long countdown = g_countdown;
+            g_countdown = 0;
+            const NodePtr node =
+                fromBytes("X-Folded: " + repeated("a folded value\r\n ", 9) + "\r\n" + kSample);
+            MimeMessage2& leaf = *node->getPart(0)->getPart(0);
+            EXPECT_TRUE(leaf.m_signedData.makeSliceOf(leaf.m_mimeBody, 1, 30));
+            StringBuffer out = sb("<");
+            node->m_mimeBody.append(out);
+            g_countdown = countdown;
+            const bool done = read(*node, out);
+            g_countdown = 0;
+            return done ? str(out) : str(out) == "<" ? "" : "changed";
+        });
+}
+
 // Those without a result must at least survive, and leave the rest of the node alone.
 TEST(Memory, Setters) {
     for (const auto use : {useSetters, useGetters})

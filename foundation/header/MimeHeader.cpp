@@ -254,8 +254,19 @@ bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
 // -- Writing
 
 bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, bool, LogBase&) const {
+    const unsigned before = out.getSize();
+    appendHeader(codePage, out);
+    if (!out.failed()) return true;
+    out.shorten(out.getSize() - before);
+    return false;
+}
+
+void MimeHeader::appendHeader(int codePage, StringBuffer& out) const {
     if (m_hasOrderMark) out.appendN(kOrderMark, kOrderMarkSize);
-    if (m_asRead) return out.append(m_text);
+    if (m_asRead) {
+        out.append(m_text);
+        return;
+    }
     bool isFirst = true;
     for (const Field& field : m_fields) {
         if (!isFirst) out.appendN("\r\n", 2);
@@ -269,7 +280,6 @@ bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, boo
         if (!appendValue(field, value)) out.markFailed();
         appendHeaderField(line, field.nameSize, value.getString(), value.getSize(), codePage, out);
     }
-    return !out.failed();
 }
 
 // -- Changing

@@ -76,8 +76,7 @@ bool MimeMessage2::getHtmlBody(DataBuffer& out, LogBase&) {
     const bool isHtml = current->isMultipartAlternative()
                             ? current->htmlAlternative() != nullptr
                             : current->m_contentType.m_type.equalsIgnoreCase("text/html");
-    if (isHtml) out.append(current->m_mimeBody);
-    return isHtml;
+    return isHtml && out.append(current->m_mimeBody);
 }
 
 // RFC 1740: the first part holds the Macintosh's own data, the second the file.

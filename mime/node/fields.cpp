@@ -81,8 +81,8 @@ void MimeMessage2::getAndRemoveBccAddresses(ExtPtrArray& out, LogBase& log) {
     LogNull silent;
     StringBuffer list;
     if (!decodedField("Bcc", list, silent) || list.isEmpty()) return;
-    _zqEmailAddress::parseAndLoadList(list.getString(), out, 0, log);
-    addReplaceHeaderFieldUtf8("Bcc", nullptr, log);
+    if (_zqEmailAddress::parseAndLoadList(list.getString(), out, 0, log))
+        addReplaceHeaderFieldUtf8("Bcc", nullptr, log);
 }
 
 // -- Changing
@@ -91,9 +91,8 @@ void MimeMessage2::addReplaceHeaderFieldUtf8(const char* name, const char* value
     if (!isAlive() || !name) return;
     m_modified = true;
     StringBuffer text, trimmedName;
-    text.setString(value);
+    if (!text.setString(value) || !trimmedName.setString(name)) return;
     text.trim2();
-    trimmedName.setString(name);
     trimmedName.trim2();
     if (text.isEmpty()) m_mimeHeader.removeMimeField(trimmedName.getString(), true);
     else m_mimeHeader.replaceMimeFieldUtf8(trimmedName.getString(), text.getString(), log);
@@ -105,9 +104,8 @@ void MimeMessage2::addHeaderFieldUtf8(const char* name, const char* value, bool 
     if (!isAlive() || !name) return;
     m_modified = true;
     StringBuffer text, trimmedName;
-    text.setString(value);
+    if (!text.setString(value) || !trimmedName.setString(name)) return;
     text.trim2();
-    trimmedName.setString(name);
     trimmedName.trim2();
     if (allowEmpty)
         m_mimeHeader.addMimeFieldAllowEmpty(trimmedName.getString(), text.getString(), log);

@@ -12,10 +12,12 @@ using namespace mimetree::inner;
 
 namespace {
 
-// A text of the caller's, kept safe while the node's own strings change.
+// A text of the caller's, kept safe while the node's own strings change; null also when there
+// is no memory for it.
 class TextArg {
 public:
-    explicit TextArg(const char* text) : m_isNull(text == nullptr) { m_text.setString(text); }
+    explicit TextArg(const char* text) : m_isNull(!m_text.setString(text) || !text) {}
+    bool failed() const { return m_text.failed(); }
     bool isNull() const { return m_isNull; }
     const char* get() const { return m_text.getString(); }
     bool isEmpty() const { return m_text.isEmpty(); }
@@ -142,6 +144,7 @@ void MimeMessage2::setContentDisposition(const char* disposition, const char* fi
                                          LogBase& log) {
     if (!isAlive()) return;
     const TextArg word(disposition), file(filename);
+    if (word.failed() || file.failed()) return;
     if (word.isEmpty() && file.isEmpty()) {
         m_mimeHeader.replaceMimeFieldUtf8("Content-Disposition", nullptr, log);
     } else {
@@ -160,6 +163,7 @@ void MimeMessage2::setContentDisposition(const char* disposition, const char* fi
 void MimeMessage2::setDisposition(const char* disposition, LogBase& log) {
     if (!isAlive()) return;
     StringBuffer filename(m_filename);
+    if (filename.failed()) return;
     filename.trim2();
     if (disposition && *disposition) {
         setContentDisposition(disposition, filename.getString(), log);
@@ -172,6 +176,7 @@ void MimeMessage2::setDisposition(const char* disposition, LogBase& log) {
 void MimeMessage2::setFilenameUtf8(const char* filename, LogBase& log) {
     if (!isAlive()) return;
     StringBuffer disposition(m_disposition);
+    if (disposition.failed()) return;
     disposition.trim2();
     if (filename && *filename && disposition.isEmpty()) disposition.setString("attachment");
     setContentDisposition(disposition.getString(), filename, log);

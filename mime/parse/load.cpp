@@ -124,11 +124,13 @@ Loader::~Loader() {
 }
 
 bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
+    if (!data) size = 0;
     SourceText source(data, data + size);
     return finishLevels(openNode(root, source, data, size));
 }
 
 bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
+    if (!body) size = 0;
     SourceText source(body, body + size);
     return finishLevels(openBody(node, source, nullptr, encoding, body, size));
 }
@@ -311,7 +313,7 @@ bool MimeMessage2::loadMime(const char* headerText, const unsigned char* body,
                             unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8,
                             LogBase& log) {
     StringBuffer header;
-    header.setString(headerText);
+    if (!header.setString(headerText)) return false;
     return loadPieces(header.getString(), header.getSize(), body, bodySize, parts, inputIsUtf8,
                       log);
 }
