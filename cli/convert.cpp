@@ -8,15 +8,16 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <unordered_map>
 
-#include "foundation/EncodingConvert.h"
-#include "foundation/header/HeaderWriter.h"
-#include "foundation/_zqUtf.h"
-#include "foundation/charset/code_pages.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
 #include "cli/wire.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/_zqUtf.h"
+#include "foundation/charset/code_pages.h"
+#include "foundation/header/HeaderWriter.h"
 
 using namespace mimetree::inner;
 
@@ -82,16 +83,59 @@ void makeEmptyText(MimeMessage2& root, LogBase& log) {
     root.cacheEncoding(log);
 }
 
-// Where a line begins that holds `text` and blanks alone; npos when there is none.
-size_t findLine(std::string_view source, std::string_view text, size_t at) {
-    for (; (at = source.find(text, at)) != std::string_view::npos; at += text.size()) {
-        const size_t behind = source.find_first_not_of(" \t", at + text.size());
-        const bool ends =
-            behind == std::string_view::npos || source[behind] == '\r' || source[behind] == '\n';
-        if (ends && (at == 0 || source[at - 1] == '\n' || source[at - 1] == '\r')) break;
-    }
-    return at;
+std::string_view withoutBlanks(std::string_view line) {
+    return line.substr(0, line.find_last_not_of(" \t") + 1);
 }
+
+std::string_view boundaryOf(const MimeMessage2& part) {
+    return withoutBlanks(view(part.m_contentType.m_boundary));
+}
+
+// The lines of a source that hold a delimiter and blanks alone, by boundary.  One walk over the
+// source finds those of all boundaries that are asked for.
+class DelimiterLines {
+public:
+    static constexpr size_t kNone = std::string_view::npos;
+    enum class Kind { Opens, Closes };
+
+    void askFor(std::string_view boundary) { m_lines.try_emplace(std::string(boundary)); }
+
+    void find(std::string_view source) {
+        for (size_t at = 0; at < source.size();) {
+            const size_t end = std::min(source.find_first_of("\r\n", at), source.size());
+            const std::string_view line = withoutBlanks(source.substr(at, end - at));
+            if (line.starts_with("--")) note(line.substr(2), at);
+            at = end + 1;
+        }
+    }
+
+    // The first that does not begin in front of `at`.
+    size_t next(std::string_view boundary, Kind kind, size_t at) const {
+        const auto known = m_lines.find(std::string(boundary));
+        if (known == m_lines.end() || at == kNone) return kNone;
+        const Places& places = kind == Kind::Opens ? known->second.opens : known->second.closes;
+        const auto place = std::lower_bound(places.begin(), places.end(), at);
+        return place == places.end() ? kNone : *place;
+    }
+
+private:
+    using Places = std::vector<uint32_t>;
+    struct Lines {
+        Places opens, closes;
+    };
+
+    void note(std::string_view text, size_t at) {
+        const auto place = static_cast<uint32_t>(at);
+        const auto add = [&](std::string_view boundary, Places Lines::*places) {
+            const auto asked = m_lines.find(std::string(boundary));
+            if (asked != m_lines.end()) (asked->second.*places).push_back(place);
+        };
+        add(text, &Lines::opens);
+        if (text.ends_with("--")) add(text.substr(0, text.size() - 2), &Lines::closes);
+    }
+
+    std::unordered_map<std::string, Lines> m_lines;
+};
 
 struct Source {
     const std::string& path;
@@ -108,10 +152,14 @@ public:
 
 private:
     void keepSealed();
-    void keepText(MimeMessage2& part, size_t& at);
+    void keepText(size_t index, const DelimiterLines& lines, size_t& at);
     bool isTextOf(const MimeMessage2& part, const DataBuffer& text) const;
     void tell(size_t index, const std::string& what) const;
     void findNodes();
+    const MimeMessage2* parentOf(size_t index) const {
+        const int parent = m_nodes[index].parent;
+        return parent < 0 ? nullptr : m_nodes[static_cast<size_t>(parent)].message;
+    }
     bool isInsideSealed(size_t index) const {
         const int parent = m_nodes[index].parent;
         return parent >= 0 && m_isSealed[static_cast<size_t>(parent)];
@@ -170,28 +218,47 @@ void Converter::run() {
 // -- Signed and encrypted parts
 
 void Converter::keepSealed() {
+    DelimiterLines lines;
+    const auto isOutermost = [&](size_t i) { return m_isSealed[i] && !isInsideSealed(i); };
+    for (size_t i = 0; i < m_nodes.size(); ++i) {
+        if (!isOutermost(i)) continue;
+        m_hasSealed = true;
+        lines.askFor(boundaryOf(*m_nodes[i].message));
+        if (const MimeMessage2* const parent = parentOf(i)) lines.askFor(boundaryOf(*parent));
+    }
+    if (m_hasSealed) lines.find(m_source.text);
     size_t at = 0;
     for (size_t i = 0; i < m_nodes.size(); ++i) {
-        if (!m_isSealed[i] || isInsideSealed(i)) continue;
+        if (!isOutermost(i)) continue;
         tell(i, "signed or encrypted, left as it is");
-        m_hasSealed = true;
-        if (!m_nodes[i].message->isMultipartSigned(m_log)) keepText(*m_nodes[i].message, at);
+        if (!m_nodes[i].message->isMultipartSigned(m_log)) keepText(i, lines, at);
     }
 }
 
 // The engine keeps the signed text of S/MIME.  For others (RFC 3156) the parts give way to
 // their text as it was read, from the first delimiter to the last.
-void Converter::keepText(MimeMessage2& part, size_t& at) {
-    const std::string delimiter = "--" + std::string(view(part.m_contentType.m_boundary));
-    const size_t begin = findLine(m_source.text, delimiter, at);
-    const size_t last = findLine(m_source.text, delimiter + "--", begin);
-    if (delimiter.size() == 2 || isEncoded(part) || last == std::string_view::npos) return;
-    const std::string_view text = m_source.text.substr(begin, last + delimiter.size() + 2 - begin);
+// Limit: each text is tried for one part only, and not when a delimiter of the multipart
+// around it stands within; messages of many parts that are never closed would make trying
+// them all quadratic.
+void Converter::keepText(size_t index, const DelimiterLines& lines, size_t& at) {
+    using Kind = DelimiterLines::Kind;
+    MimeMessage2& part = *m_nodes[index].message;
+    const std::string_view boundary = boundaryOf(part);
+    const size_t begin = lines.next(boundary, Kind::Opens, at);
+    const size_t last = lines.next(boundary, Kind::Closes, begin);
+    if (boundary.empty() || isEncoded(part) || last == DelimiterLines::kNone) return;
+    if (const MimeMessage2* const parent = parentOf(index)) {
+        const std::string_view outer = boundaryOf(*parent);
+        if (lines.next(outer, Kind::Opens, begin + 1) < last ||
+            lines.next(outer, Kind::Closes, begin) < last)
+            return;
+    }
+    at = last;
+    const std::string_view text = m_source.text.substr(begin, last - begin + boundary.size() + 4);
     DataBuffer kept;
     kept.append(text.data(), static_cast<unsigned>(text.size()));
     kept.appendStr("\r\n");
     if (!isTextOf(part, kept)) return;
-    at = last;
     part.removeSubparts();
     part.m_charset.clear();
     setBody(part, kept, m_log);
@@ -221,16 +288,33 @@ bool Converter::isUnwanted(const MimeMessage2& leaf) const {
            std::none_of(m_options.only.begin(), m_options.only.end(), fitsLeaf);
 }
 
+// Closes the gaps that parts have left.
+void closeGaps(MimeMessage2& parent) {
+    ExtPtrArray kept;
+    for (int i = 0; i < parent.m_subParts.getSize(); ++i) {
+        VantrelObject* const part = parent.m_subParts.elementAt(i);
+        if (!part) continue;
+        if (!kept.appendPtr(part)) throw std::bad_alloc();
+        parent.m_subParts.setAt(i, nullptr);
+    }
+    parent.m_subParts.swap(kept);
+}
+
 // Last part first: what is below a node, and behind it, has gone when its turn comes.
 void Converter::removeParts() {
     std::vector<bool> hadParts(m_nodes.size(), false);
     for (size_t i = m_nodes.size(); i-- > 0;) {
         const auto& [part, parent, depth, number] = m_nodes[i];
         if (parent >= 0) hadParts[static_cast<size_t>(parent)] = true;
+        if (hadParts[i]) closeGaps(*part);
         const bool isGone = hadParts[i] ? part->getNumParts() == 0 : isUnwanted(*part);
         if (m_isSealed[i] || !isGone) continue;
-        if (parent < 0) makeEmptyText(*part, m_log);
-        else m_nodes[static_cast<size_t>(parent)].message->removePart(number - 1, m_log);
+        if (parent < 0) {
+            makeEmptyText(*part, m_log);
+            continue;
+        }
+        m_nodes[static_cast<size_t>(parent)].message->m_subParts.setAt(number - 1, nullptr);
+        VantrelObject::deleteObject(part);
     }
 }
 

@@ -4,17 +4,17 @@
 
 #include <strings.h>
 
-#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "foundation/charset/code_pages.h"
-#include "foundation/zqMimeTypes.h"
 #include "cli/commands.h"
 #include "cli/folder.h"
 #include "cli/input.h"
 #include "cli/mail_date.h"
 #include "cli/nodes.h"
 #include "cli/safe_name.h"
+#include "cli/show_json.h"
+#include "foundation/charset/code_pages.h"
+#include "foundation/zqMimeTypes.h"
 
 using namespace mimetree::inner;
 
@@ -113,13 +113,14 @@ public:
     ExitStatus run(Output& out) {
         const std::vector<Node> nodes = nodesOf(m_message.root);
         unsigned leaves = 0;
+        if (m_options.json) out.write("{\"path\":" + jsonText(m_message.path) + ",\"files\":[");
         for (size_t i = 0; i < nodes.size() && out.good(); ++i) {
             const MimeMessage2& node = *nodes[i].message;
             if (node.getNumParts() > 0) continue;
             ++leaves;
             if (isWanted(node, m_bodies, m_options, m_message.log)) save(nodes, i, leaves, out);
         }
-        if (m_options.json) writeJson(out);
+        if (m_options.json) out.write("]}\n");
         return m_status;
     }
 
@@ -137,10 +138,11 @@ private:
             reportError(path, error);
             m_status = kFailed;
         } else if (m_options.json) {
-            m_files.push_back({{"part", jsonPartNumber(nodes, index)},
-                               {"contentType", typeOf(leaf)},
-                               {"path", path},
-                               {"size", bytes.getSize()}});
+            out.write(std::exchange(m_separator, ",") +
+                      jsonText({{"part", jsonPartNumber(nodes, index)},
+                                {"contentType", typeOf(leaf)},
+                                {"path", path},
+                                {"size", bytes.getSize()}}));
         } else {
             out.write(oneLine(path) + "  " + std::to_string(bytes.getSize()) +
                       (bytes.getSize() == 1 ? " byte\n" : " bytes\n"));
@@ -152,18 +154,12 @@ private:
         return partNumber(nodes, index);
     }
 
-    void writeJson(Output& out) {
-        const Json document = {{"path", m_message.path}, {"files", std::move(m_files)}};
-        out.write(document.dump(-1, ' ', /*ensure_ascii*/ true, Json::error_handler_t::replace) +
-                  "\n");
-    }
-
     const Message& m_message;
     const Options& m_options;
     Folder& m_folder;
     const std::optional<std::time_t> m_date;
     TextBodies m_bodies;
-    Json m_files = Json::array();
+    const char* m_separator = "";  // in front of the next file in JSON
     ExitStatus m_status = kDone;
 };
 

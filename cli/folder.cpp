@@ -59,12 +59,13 @@ const char* Folder::save(std::string& name, std::string_view bytes,
 }
 
 // Each name goes on counting where it stopped, or a thousand namesakes would try a million.
+// Names too long to tell apart once they have a number share one count.
 int Folder::createNew(std::string& name) {
-    unsigned& copies = m_copies[name];
+    constexpr const char* kLongestSuffix = " (4294967295)";
     const std::string wanted = name;
-    for (;;) {
-        ++copies;
-        name = fittedName(wanted, copies == 1 ? "" : " (" + std::to_string(copies) + ")");
+    unsigned& copies = m_copies.try_emplace(fittedName(wanted, kLongestSuffix), 1).first->second;
+    for (unsigned number = 1;; number = ++copies) {
+        name = fittedName(wanted, number == 1 ? "" : " (" + std::to_string(number) + ")");
         if (m_mode == Mode::DryRun) {
             if (!isTaken(name) && m_planned.insert(name).second) return -1;
             continue;

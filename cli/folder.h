@@ -34,6 +34,6 @@ private:
     const Mode m_mode;
     int m_fd = -1;  // -1 also in a dry run without the directory
     const char* m_error = nullptr;
-    std::unordered_map<std::string, unsigned> m_copies;  // of a name, how many were made
+    std::unordered_map<std::string, unsigned> m_copies;  // of a name, the last number taken
     std::unordered_set<std::string> m_planned;           // names of a dry run
 };

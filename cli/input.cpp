@@ -15,8 +15,8 @@
 #include <new>
 #include <vector>
 
-#include "foundation/LogNull.h"
 #include "cli/error_log.h"
+#include "foundation/LogNull.h"
 
 namespace fs = std::filesystem;
 
@@ -94,15 +94,18 @@ struct Entry {
     std::string sortKey() const { return isDirectory ? path + "/" : path; }
 };
 
-// Regular files and directories; symbolic links are neither, so no walk goes in circles.
+// Regular files and directories; symbolic links are neither, so no walk goes in circles.  What
+// cannot be looked at counts as a file: opening it fails, and tells why.
 std::error_code listDirectory(const std::string& path, std::vector<Entry>& entries) {
     std::error_code error;
     fs::directory_iterator at(path, error);
     for (; !error && at != fs::directory_iterator(); at.increment(error)) {
-        std::error_code ignored;
-        const fs::file_status status = at->symlink_status(ignored);
+        std::error_code unseen;
+        const fs::file_status status = at->symlink_status(unseen);
+        const bool isGone = status.type() == fs::file_type::not_found;
         if (fs::is_directory(status)) entries.push_back({at->path().string(), true});
-        if (fs::is_regular_file(status)) entries.push_back({at->path().string(), false});
+        else if (fs::is_regular_file(status) || (unseen && !isGone))
+            entries.push_back({at->path().string(), false});
     }
     return error;
 }

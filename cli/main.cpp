@@ -8,10 +8,10 @@
 #include <exception>
 #include <sstream>
 
-#include "foundation/EncodingConvert.h"
-#include "foundation/_zqCharset.h"
 #include "cli/commands.h"
 #include "cli/nodes.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/_zqCharset.h"
 
 namespace {
 
@@ -239,7 +239,9 @@ ExitStatus runCommandLine(int argc, char** argv, Output& out) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is an error like any other
+    // A closed pipe and a file over the limit are errors of writing like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     Output out;
     const ExitStatus status = runCommandLine(argc, argv, out);
     return out.finish() ? status : std::max(status, kFailed);

@@ -52,10 +52,13 @@ size_t extensionAt(std::string_view name) {
 
 }  // namespace
 
+// Where a name begins with a dot the file is hidden and may set up a program; one that begins
+// with "-" is an option to whoever writes "rm *".
 std::string safeName(std::string_view name) {
     std::string safe = withoutHarm(withoutDirectory(name), '_');
     safe.resize(withoutTail(safe).size());
-    return isDevice(safe) ? "_" + safe : safe;
+    const bool isSpecial = !safe.empty() && (safe[0] == '.' || safe[0] == '-' || isDevice(safe));
+    return isSpecial ? "_" + safe : safe;
 }
 
 std::string fittedName(std::string_view name, std::string_view suffix) {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 // What is left of a name when it may say nothing but the name of a file: no directories, drive
-// or device, no control or bidi characters, valid UTF-8, no blanks or dots at the end.  Empty
-// when nothing is left.
+// or device, no control or bidi characters, valid UTF-8, no dot or dash at the start, no blanks
+// or dots at the end.  Empty when nothing is left.
 std::string safeName(std::string_view name);
 
 // Cuts a name to what file systems take, in front of its extension and never within a UTF-8

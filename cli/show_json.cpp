@@ -5,11 +5,9 @@
 
 #include "cli/show_json.h"
 
-#include <nlohmann/json.hpp>
-
+#include "cli/nodes.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
-#include "cli/nodes.h"
 
 namespace {
 
@@ -20,43 +18,12 @@ constexpr const char* kAddressFields[] = {"From",      "Sender",    "Reply-To", 
                                           "Cc",        "Bcc",       "Resent-From", "Resent-Sender",
                                           "Resent-To", "Resent-Cc", "Resent-Bcc"};
 
-Json addressesIn(const char* field, const Message& message, const MimeMessage2& node) {
-    Json list = Json::array();
-    ExtPtrArray found;
-    node.getEmailAddresses(field, found, message.log);
-    for (int i = 0; i < found.getSize(); ++i)
-        if (auto* one = static_cast<_zqEmailAddress*>(found.elementAt(i)))
-            list.push_back({{"name", view(one->m_displayName.getUtf8Sb())},
-                            {"address", view(one->m_address.getUtf8Sb())}});
-    return list;
-}
-
-Json addressesOf(const Message& message, const MimeMessage2& node) {
-    Json fields = Json::object();
-    for (const char* field : kAddressFields) {
-        Json list = addressesIn(field, message, node);
-        if (!list.empty()) fields[field] = std::move(list);
-    }
-    return fields;
-}
-
-Json headersOf(const Message& message, const MimeMessage2& node) {
-    Json list = Json::array();
-    for (int i = 0; i < node.getNumHeaderFields(); ++i) {
-        StringBuffer name, value;
-        node.getHeaderFieldName(i, name, message.log);
-        node.getHeaderFieldValue(i, /*decode*/ true, value, message.log);
-        list.push_back({{"name", view(name)}, {"value", view(value)}});
-    }
-    return list;
-}
-
 Json partOf(const std::vector<Node>& nodes, size_t index) {
     if (nodes[index].depth > kMaxNumberedDepth) return nullptr;
     return partNumber(nodes, index);
 }
 
-Json nodeOf(const Message& message, const std::vector<Node>& nodes, size_t index) {
+Json factsOf(const Message& message, const std::vector<Node>& nodes, size_t index) {
     const Node& node = nodes[index];
     const MimeMessage2& mime = *node.message;
     StringBuffer filename, contentId;
@@ -78,27 +45,91 @@ Json nodeOf(const Message& message, const std::vector<Node>& nodes, size_t index
         {"signed", mime.isMultipartSigned(message.log) || mime.isSignedData(message.log)},
         {"encrypted", mime.isSmimeEncrypted(message.log)},
         {"attachment", mime.isAttachment(message.log)},
-        {"headers", headersOf(message, mime)},
-        {"addresses", addressesOf(message, mime)},
     };
 }
 
+// Writes as it goes: as one value the document of a message of many small parts would take many
+// times the message.
+class JsonWriter {
+public:
+    JsonWriter(const Message& message, Output& out) : m_message(message), m_out(out) {}
+
+    void writeMessage() {
+        const std::vector<Node> nodes = nodesOf(m_message.root);
+        writeOpen({{"path", m_message.path},
+                   {"signed", m_message.root.containsSignedParts(m_message.log)},
+                   {"encrypted", m_message.root.containsEncryptedParts(m_message.log)}});
+        m_out.write(",\"nodes\":[");
+        for (size_t i = 0; i < nodes.size() && m_out.good(); ++i) {
+            if (i > 0) m_out.write(",");
+            writeOpen(factsOf(m_message, nodes, i));
+            writeHeaders(*nodes[i].message);
+            writeAddresses(*nodes[i].message);
+            m_out.write("}");
+        }
+        m_out.write("]}\n");
+    }
+
+private:
+    // An object to which more members are added.
+    void writeOpen(const Json& object) {
+        std::string text = jsonText(object);
+        text.pop_back();
+        m_out.write(text);
+    }
+
+    void writeHeaders(const MimeMessage2& node) {
+        m_out.write(",\"headers\":[");
+        for (int i = 0; i < node.getNumHeaderFields(); ++i) {
+            StringBuffer name, value;
+            node.getHeaderFieldName(i, name, m_message.log);
+            node.getHeaderFieldValue(i, /*decode*/ true, value, m_message.log);
+            if (i > 0) m_out.write(",");
+            m_out.write(jsonText({{"name", view(name)}, {"value", view(value)}}));
+        }
+        m_out.write("]");
+    }
+
+    void writeAddresses(const MimeMessage2& node) {
+        const char* separator = "";
+        m_out.write(",\"addresses\":{");
+        for (const char* field : kAddressFields) {
+            ExtPtrArray found;
+            node.getEmailAddresses(field, found, m_message.log);
+            if (found.getSize() == 0) continue;
+            m_out.write(std::string(separator) + jsonText(field) + ":[");
+            writeList(found);
+            m_out.write("]");
+            separator = ",";
+        }
+        m_out.write("}");
+    }
+
+    void writeList(const ExtPtrArray& addresses) {
+        const char* separator = "";
+        for (int i = 0; i < addresses.getSize(); ++i) {
+            auto* const one = static_cast<_zqEmailAddress*>(addresses.elementAt(i));
+            if (!one) continue;
+            m_out.write(separator + jsonText({{"name", view(one->m_displayName.getUtf8Sb())},
+                                              {"address", view(one->m_address.getUtf8Sb())}}));
+            separator = ",";
+        }
+    }
+
+    const Message& m_message;
+    Output& m_out;
+};
+
 }  // namespace
 
-ExitStatus showJson(const Message& message, const Options&, Output& out) {
-    const std::vector<Node> nodes = nodesOf(message.root);
-    Json list = Json::array();
-    for (size_t i = 0; i < nodes.size(); ++i) list.push_back(nodeOf(message, nodes, i));
-    const Json document = {
-        {"path", message.path},
-        {"signed", message.root.containsSignedParts(message.log)},
-        {"encrypted", message.root.containsEncryptedParts(message.log)},
-        {"nodes", std::move(list)},
-    };
-    // ASCII alone: no control character reaches a terminal, and what is not UTF-8 becomes
-    // U+FFFD instead of an exception.
+// ASCII alone: no control character reaches a terminal, and what is not UTF-8 becomes U+FFFD
+// instead of an exception.
+std::string jsonText(const nlohmann::ordered_json& value) {
     constexpr int kOneLine = -1;
-    out.write(document.dump(kOneLine, ' ', /*ensure_ascii*/ true, Json::error_handler_t::replace) +
-              "\n");
+    return value.dump(kOneLine, ' ', /*ensure_ascii*/ true, Json::error_handler_t::replace);
+}
+
+ExitStatus showJson(const Message& message, const Options&, Output& out) {
+    JsonWriter(message, out).writeMessage();
     return kDone;
 }
