@@ -7,11 +7,11 @@
 
 #include "foundation/header/HeaderWriter.h"
 
+#include "foundation/StringBuffer.h"
+#include "foundation/bytes/bytes.h"
 #include "foundation/coding/EncodedWords.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/header_fields.h"
-#include "foundation/StringBuffer.h"
-#include "foundation/bytes/bytes.h"
 #include "foundation/xml/names.h"
 
 #include <cstring>
@@ -23,9 +23,8 @@ namespace {
 constexpr unsigned kMaxColumns = 78;      // RFC 5322 2.1.1
 constexpr unsigned kMaxWordColumns = 76;  // RFC 2047 2: lines that hold encoded words
 
-// RFC 5322 2.1.1: no line is longer than 998 characters, so a word that leaves no room for the
-// field name in front of it must be cut.
-constexpr unsigned kMaxPlainWord = 900;
+// RFC 5322 2.1.1: no line is longer.
+constexpr unsigned kMaxOctets = 998;
 
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
@@ -43,6 +42,22 @@ const char* wordEnd(const char* p, const char* end) {
     return p;
 }
 
+// Whether there is a word that, with the blanks in front, fits no line: only encoded can it be
+// written.
+bool hasLongWord(const char* p, const char* end) {
+    while (sizeOf(p, end) >= kMaxOctets) {
+        const char* const word = skipBlanks(p, end);
+        const char* const stop = wordEnd(word, end);
+        if (sizeOf(p, stop) + (p == word) > kMaxOctets) return true;
+        p = stop;
+    }
+    return false;
+}
+
+bool needsCoding(const char* begin, const char* end) {
+    return !isAscii(begin, end) || hasLongWord(begin, end);
+}
+
 constexpr char kBlank[] = " ";
 constexpr char kSeparator[] = ";";
 
@@ -53,10 +68,37 @@ void markFailed(StringBuffer& out) {
 
 // -- Lines
 
+// Where a line may be broken.  In structured fields a blank may be put where it changes nothing:
+// behind the commas of a list and between "><", or behind the semicolons of parameters.
+enum class Breaks { AtBlanks, InLists, InParams };
+
+// RFC 5322 3.2.2: whether text stands within quotes or brackets, where commas separate nothing.
+class Nesting {
+public:
+    void enter(char c) {
+        if (m_escaped) m_escaped = false;
+        else if (c == '\\') m_escaped = m_quoted || m_comments;
+        else if (m_quoted) m_quoted = c != '"';
+        else if (c == '(') ++m_comments;
+        else if (m_comments) m_comments -= c == ')';
+        else if (c == '"') m_quoted = true;
+        else if (c == '<' || c == '>') m_bracket = c == '<';
+    }
+    bool isOpen() const { return m_quoted || m_comments || m_bracket; }
+
+private:
+    unsigned m_comments = 0;
+    bool m_quoted = false, m_bracket = false, m_escaped = false;
+};
+
 class LineFolder {
 public:
-    LineFolder(StringBuffer& out, size_t column, unsigned limit)
-        : m_out(out), m_column(column), m_limit(limit) {}
+    LineFolder(StringBuffer& out, size_t column, unsigned limit, Breaks breaks)
+        : m_out(out),
+          m_column(column),
+          m_limit(limit),
+          m_breaks(breaks),
+          m_behindName(column != 0) {}
 
     size_t column() const { return m_column; }
     bool fits(size_t n) const { return m_column + n <= m_limit; }
@@ -68,7 +110,7 @@ public:
         if (text.failed()) markFailed(m_out);
     }
 
-    // Appends text that is never broken.
+    // Appends text that is broken only where the line would be too long for RFC 5322.
     void append(const char* begin, const char* end);
 
     // Appends text that may be broken in front of each run of blanks, which then begins the
@@ -87,54 +129,100 @@ public:
     void appendItem(const StringBuffer& text, size_t column);
 
 private:
+    bool isBreak(const char* p, const char* end) const;
+    const char* pieceEnd(const char* begin, const char* end);
     void breakLine();
+    void breakWithBlank();
+    void breakBehindName();
 
     StringBuffer& m_out;
     size_t m_column;
     const unsigned m_limit;
+    const Breaks m_breaks;
+    Nesting m_nesting;
     bool m_lineHasText = false;  // no line is left that holds blanks alone
+    bool m_behindName;           // nothing but the name and blanks are on the line
     bool m_behindWords = false;
+    bool m_behindSeparator = false;
 };
 
+// Limit: a word that no line can hold is cut, for a server would do so, or refuse it.
 void LineFolder::append(const char* begin, const char* end) {
     if (begin == end) return;
+    while (m_column + sizeOf(begin, end) > kMaxOctets) {
+        const char* cut = begin + (m_column < kMaxOctets ? kMaxOctets - m_column : 0);
+        while (cut != begin && (static_cast<unsigned char>(*cut) & 0xC0u) == 0x80) --cut;
+        m_out.appendN(begin, sizeOf(begin, cut));
+        begin = cut;
+        breakWithBlank();
+    }
     m_out.appendN(begin, sizeOf(begin, end));
     m_column += sizeOf(begin, end);
     m_lineHasText = true;
-    m_behindWords = false;
+    m_behindName = m_behindWords = m_behindSeparator = false;
 }
 
 void LineFolder::appendFolded(const char* begin, const char* end) {
     while (begin != end) {
         const char* const word = skipBlanks(begin, end);
-        const char* const stop = wordEnd(word, end);
+        const char* const stop = pieceEnd(word, end);
         appendRun(begin, word, sizeOf(word, stop));
         append(word, stop);
+        m_behindSeparator = stop != word && isBreak(stop, end);
         begin = stop;
     }
 }
 
-// A run at the end stays on its line.  Text stuck to encoded words gets a blank where it
-// would make their line too long.
+// Whether a blank may be put in front of p.
+bool LineFolder::isBreak(const char* p, const char* end) const {
+    if (m_nesting.isOpen()) return false;
+    switch (m_breaks) {
+        case Breaks::InLists: return p[-1] == ',' || (p[-1] == '>' && p != end && *p == '<');
+        case Breaks::InParams: return p[-1] == ';';
+        default: return false;
+    }
+}
+
+const char* LineFolder::pieceEnd(const char* p, const char* end) {
+    while (p != end && !bytes::isBlank(*p)) {
+        m_nesting.enter(*p++);
+        if (isBreak(p, end)) break;
+    }
+    return p;
+}
+
+// A run at the end stays on its line.  Text stuck to encoded words, or behind a separator, gets a
+// blank where it would make their line too long.
 void LineFolder::appendRun(const char* begin, const char* end, size_t next) {
+    if (m_breaks != Breaks::AtBlanks && sizeOf(begin, end) + next > kMaxOctets && begin != end)
+        begin = end - 1;
     const size_t size = sizeOf(begin, end);
-    if (next != 0 && m_lineHasText && !fits(size + next)) {
-        if (size != 0) breakLine();
-        else if (m_behindWords) {
-            breakLine();
-            m_out.appendChar(' ');
-            m_column = 1;
-        }
+    if (next != 0 && !fits(size + next)) {
+        const bool helps = 1 + next <= m_limit || m_column + size + next > kMaxOctets;
+        if (m_behindName && helps) breakBehindName();
+        else if (m_lineHasText && size != 0) breakLine();
+        else if (m_lineHasText && (m_behindWords || m_behindSeparator)) breakWithBlank();
     }
     m_out.appendN(begin, sizeOf(begin, end));
     m_column += size;
-    if (size != 0) m_behindWords = false;
+    if (size != 0) m_behindWords = m_behindSeparator = false;
 }
 
 void LineFolder::breakLine() {
     m_out.append("\r\n");
     m_column = 0;
-    m_lineHasText = false;
+    m_lineHasText = m_behindName = false;
+}
+
+void LineFolder::breakWithBlank() {
+    breakLine();
+    m_out.appendChar(' ');
+    m_column = 1;
+}
+
+void LineFolder::breakBehindName() {
+    while (isBehindBlank()) m_out.shorten(1);
+    breakWithBlank();
 }
 
 // Where the words begin with a fold, the blank that stands in front of them already becomes
@@ -154,6 +242,7 @@ void LineFolder::appendWords(const char* text, unsigned size, int codePage, bool
     m_out.append(words);
     m_lineHasText = true;
     m_behindWords = true;
+    m_behindName = m_behindSeparator = false;
 }
 
 void LineFolder::appendItem(const StringBuffer& text, size_t column) {
@@ -166,6 +255,7 @@ void LineFolder::appendItem(const StringBuffer& text, size_t column) {
     m_out.append(text);
     m_column = column;
     m_lineHasText = true;
+    m_behindSeparator = text.lastChar() == ',';
 }
 
 // -- Unstructured fields
@@ -177,7 +267,7 @@ struct TextWord {
     const char* end;
     bool beginsEncoded;
     bool endsEncoded;
-    bool isPlain;  // ASCII of bearable size: written as it is
+    bool isPlain;  // ASCII that fits a line with the blanks in front: written as it is
 };
 
 class TextWords {
@@ -201,6 +291,7 @@ void TextWords::findEncoded() {
 }
 
 bool TextWords::next(TextWord& word) {
+    const char* const run = m_at;
     m_at = skipBlanks(m_at, m_end);
     word.begin = m_at;
     word.beginsEncoded = m_at == m_encoded;
@@ -215,7 +306,7 @@ bool TextWords::next(TextWord& word) {
         }
     }
     word.end = m_at;
-    word.isPlain = sizeOf(word.begin, word.end) <= kMaxPlainWord && isAscii(word.begin, word.end);
+    word.isPlain = !needsCoding(run, word.end);
     return word.begin != word.end;
 }
 
@@ -320,7 +411,7 @@ void AddressWriter::write() {
             continue;
         }
         StringBuffer item;
-        LineFolder lines(item, 0, kMaxWordColumns);
+        LineFolder lines(item, 0, kMaxWordColumns, Breaks::InLists);
         lines.appendRun(m_at, m_at + 1, 0);
         m_at = begin;
         writeItem(lines);
@@ -378,7 +469,7 @@ void AddressWriter::stepWord() {
 void AddressWriter::stepComment() {
     endPhrase(/*isName*/ false);
     const char* const close = closeOf(m_at);
-    if (close && !isAscii(m_at, close)) {
+    if (close && needsCoding(m_at, close)) {
         copyTo(m_at + 1);
         encode(m_at + 1, close, /*isPhrase*/ false);
         m_copied = close;
@@ -388,7 +479,7 @@ void AddressWriter::stepComment() {
 
 // Words with an "@" among them and no address behind are the address.
 void AddressWriter::endPhrase(bool isName) {
-    if (m_phrase && (isName || !m_phraseHasAt) && !isAscii(m_phrase, m_phraseEnd)) {
+    if (m_phrase && (isName || !m_phraseHasAt) && needsCoding(m_phrase, m_phraseEnd)) {
         copyTo(m_phrase);
         if (!m_lines->isBehindBlank()) m_lines->appendFolded(kBlank, kBlank + 1);
         encode(m_phrase, m_phraseEnd, /*isPhrase*/ true);
@@ -528,7 +619,7 @@ ParamsWriter::Fate ParamsWriter::decide() {
     const StringBuffer& name = m_params.name();
     if (!name.is7bit(0) || name.containsChar('*')) return Fate::Copy;
     const bool wasEncoded = m_forms.has(name, ParamForms::NotAscii);
-    if (m_params.value().is7bit(0)) {
+    if (!needsCoding(m_params.begin(), m_params.end())) {
         m_forms.add(name, ParamForms::Plain);
         return wasEncoded ? Fate::Drop : Fate::Copy;
     }
@@ -569,21 +660,21 @@ void appendOneLine(const char* p, const char* end, StringBuffer& out) {
     }
 }
 
-bool hasLongWord(const char* p, const char* end) {
-    while (p != end) {
-        const char* const stop = wordEnd(p, end);
-        if (sizeOf(p, stop) > kMaxPlainWord) return true;
-        p = skipBlanks(stop, end);
+Breaks breaksOf(FieldGrammar grammar) {
+    switch (grammar) {
+        case FieldGrammar::Unstructured:
+        case FieldGrammar::Opaque: return Breaks::AtBlanks;
+        case FieldGrammar::Params: return Breaks::InParams;
+        default: return Breaks::InLists;
     }
-    return false;
 }
 
 void writeValue(FieldGrammar grammar, const char* begin, const char* end, size_t column,
                 int codePage, StringBuffer& out) {
-    LineFolder lines(out, column, kMaxColumns);
-    LineFolder wordLines(out, column, kMaxWordColumns);
-    const bool mustCut = grammar == FieldGrammar::Unstructured && hasLongWord(begin, end);
-    if (!mustCut && isAscii(begin, end)) grammar = FieldGrammar::Structured;
+    const Breaks breaks = breaksOf(grammar);
+    LineFolder lines(out, column, kMaxColumns, breaks);
+    LineFolder wordLines(out, column, kMaxWordColumns, breaks);
+    if (!needsCoding(begin, end)) grammar = FieldGrammar::Structured;
     switch (grammar) {
         case FieldGrammar::Unstructured:
             return UnstructuredWriter(begin, end, codePage, wordLines).write();

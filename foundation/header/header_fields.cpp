@@ -31,7 +31,7 @@ constexpr FieldRow kFields[] = {
     {"content-disposition", FieldGrammar::Params},
     {"content-id", FieldGrammar::Structured},
     {"content-language", FieldGrammar::Structured},
-    {"content-location", FieldGrammar::Structured},
+    {"content-location", FieldGrammar::Opaque},
     {"content-md5", FieldGrammar::Structured},
     {"content-transfer-encoding", FieldGrammar::Structured},
     {"content-type", FieldGrammar::Params},

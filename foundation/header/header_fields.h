@@ -8,7 +8,8 @@
 namespace mimetree::inner {
 
 // XmlAddresses: those address fields whose entries XML tells one by one.
-enum class FieldGrammar { Unstructured, Addresses, XmlAddresses, Params, Structured };
+// Opaque: a structured value that no blank may be put into, such as a URL with its own commas.
+enum class FieldGrammar { Unstructured, Addresses, XmlAddresses, Params, Structured, Opaque };
 
 FieldGrammar grammarOf(const char* name, size_t size);
 

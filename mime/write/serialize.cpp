@@ -19,8 +19,8 @@ namespace {
 // such line; it gets another in front, so that it is read again.
 void writeHeader(const MimeMessage2& node, StringBuffer& out, LogBase& log) {
     node.getMimeHeader(out, log);
-    const bool isAlone = node.m_mimeHeader.getNumFields() == 1 && node.m_mimeBody.isEmpty() &&
-                         node.getNumParts() == 0;
+    const bool isAlone =
+        !out.containsChar('\n') && node.m_mimeBody.isEmpty() && node.getNumParts() == 0;
     if (out.beginsWith("From ") && !isAlone) {
         StringBuffer header;
         header.swap(out);
