@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Encoded words and RFC 2231 values: row tables for what is read, laws for what is written.
+// Encoded words and RFC 2231 values, by rows; the laws are in header_laws_test.cpp.
 
 #include "foundation/coding/EncodedWords.h"
 
 #include <gtest/gtest.h>
-
-#include <random>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/LogNull.h"
@@ -139,51 +137,6 @@ TEST(EncodedWords, Encode) {
     for (const EncodeRow& row : kRows) {
         SCOPED_TRACE(row.what);
         EXPECT_EQ(encode(row.in, row.codePage, row.column, row.forPhrase), row.out);
-    }
-}
-
-// A text of one script, of ASCII and of some of the others.
-std::string randomText(std::mt19937& random, size_t script, unsigned size) {
-    constexpr std::string_view kBits[] = {"\xC3\xA9",        "\xCE\xB1",     "\xD0\x96",
-                                          "\xD7\x90",        "\xE3\x81\x82", "\xE4\xB8\x80",
-                                          "\xF0\x9F\x98\x80"};
-    constexpr std::string_view kAscii =
-        " \t!\"#$%&'()*+,-./09:;<=>?@AZ[\\]^_`az{|}~   abcdefghijklmn";
-    std::string text;
-    for (unsigned i = 0; i < size; ++i)
-        if (random() % 3) text += kAscii.substr(random() % kAscii.size(), 1);
-        else text += kBits[random() % 8 ? script % 7 : random() % 7];
-    return text;
-}
-
-// Decoding gives the text again; each word is short, stands on a line that is short, and can
-// be decoded alone.
-TEST(EncodedWords, LawOfEncoding) {
-    static constexpr int kCodePages[] = {65001, 0,     1252, 28591, 1253,  1251,  1255,  932,
-                                         936,   54936, 949,  50220, 50225, 52936, 65000, 99999};
-    std::mt19937 random(1);
-    for (int i = 0; i < 4000; ++i) {
-        const std::string text =
-            randomText(random, unsigned(random() % 8), unsigned(random() % 200) + 1);
-        const int codePage = kCodePages[random() % std::size(kCodePages)];
-        const unsigned column = static_cast<unsigned>(random()) % 80;
-        const std::string out = encode(text, codePage, column, random() % 2);
-        SCOPED_TRACE(out);
-        ASSERT_EQ(decode(out.substr(out[0] == '\r' ? 3 : 0)), text) << codePage;
-        std::string apart, word;
-        size_t length = column;
-        for (size_t at = 0; at < out.size(); at += 3) {
-            const size_t end = std::min(out.find("\r\n ", at), out.size());
-            word = out.substr(at, end - at);
-            ASSERT_LE(word.size(), 75u);
-            if (!word.empty()) {
-                ASSERT_LE(length + word.size(), 76u);
-            }
-            apart += decode(word);
-            length = 1;
-            at = end;
-        }
-        ASSERT_EQ(apart, text);
     }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writing header fields: rows for each kind of field, and the laws of reading back, of line
-// lengths and of injection.
+// Writing header fields: rows for each kind of field, and the law of injection.  That what is
+// written is read back is in header_laws_test.cpp.
 
 #include "foundation/header/HeaderWriter.h"
 
@@ -9,7 +9,6 @@
 
 #include <random>
 
-#include "foundation/coding/EncodedWords.h"
 #include "tests/support.h"
 
 using namespace mimetree::inner;
@@ -20,17 +19,6 @@ std::string write(std::string_view name, std::string_view value, int codePage = 
     const Exact n(name), v(value);
     StringBuffer out;
     appendHeaderField(n.data(), n.size(), v.data(), v.size(), codePage, out);
-    return str(out);
-}
-
-std::string unfold(std::string text) {
-    for (size_t at; (at = text.find("\r\n")) != std::string::npos;) text.erase(at, 2);
-    return text;
-}
-
-std::string decode(const std::string& text) {
-    StringBuffer out;
-    decodeEncodedWords(text.data(), static_cast<unsigned>(text.size()), out);
     return str(out);
 }
 
@@ -45,22 +33,6 @@ void expectSafe(const std::string& field) {
         const size_t text = field.find_first_not_of(" \t", at);
         ASSERT_NE(text, std::string::npos);
         ASSERT_NE(field[text], '\r');
-    }
-}
-
-// No line is too long that has a blank with text on both sides.
-void expectShort(const std::string& field) {
-    for (size_t at = 0; at < field.size();) {
-        const size_t end = std::min(field.find("\r\n", at), field.size());
-        const std::string line = field.substr(at, end - at);
-        const size_t limit = line.find("=?utf-8?") != std::string::npos ? 76 : 78;
-        const size_t from = at ? line.find_first_not_of(" \t") : line.find(": ") + 2;
-        const size_t word = std::min(line.find_first_not_of(" \t", from), line.size());
-        const size_t blank = line.find_first_of(" \t", word);
-        const bool breakable =
-            blank != std::string::npos && line.find_first_not_of(" \t", blank) != std::string::npos;
-        ASSERT_TRUE(line.size() <= limit || !breakable) << line;
-        at = end + 2;
     }
 }
 
@@ -127,6 +99,16 @@ TEST(HeaderWriter, Rows) {
     const std::string word(kWord60);
     EXPECT_EQ(write("Subject", word + "  " + word), "Subject: " + word + "\r\n  " + word);
     EXPECT_EQ(write("References", word + word), "References: " + word + word);
+    EXPECT_EQ(write("Content-Description", word), "Content-Description:\r\n " + word);
+    EXPECT_EQ(write("List-Post", "<" + word + ",x>,<" + word + ">"),
+              "List-Post: <" + word + ",x>,\r\n <" + word + ">");
+    EXPECT_EQ(write("Content-Type", "a/b;x=\"" + word + ";\";y=z"),
+              "Content-Type: a/b;\r\n x=\"" + word + ";\";y=z");
+    // Lines of 998 bytes at most: what fits one is not encoded, what does not is, or is cut.
+    const std::string x(997, 'x');
+    EXPECT_EQ(write("Subject", x + " a"), "Subject:\r\n " + x + "\r\n a");
+    EXPECT_EQ(write("Subject", x + "x").find(x), std::string::npos);
+    EXPECT_EQ(write("Content-Location", x + "xyz"), "Content-Location:\r\n " + x + "\r\n xyz");
     EXPECT_EQ(write("References", "  " + word + word), "References:   " + word + word);
     EXPECT_EQ(write(word, "\xC3\xA9"), word + ":\r\n =?utf-8?B?w6k=?=");
     EXPECT_EQ(write("To", "\xC3\xA9 <" + word + ">, \xC3\xA8 <b@c>"),
@@ -150,36 +132,40 @@ TEST(HeaderWriter, NothingIsStuckToWordsBeyondTheLine) {
     }
 }
 
-std::string randomValue(std::mt19937& random, bool hostile) {
+std::string randomValue(std::mt19937& random) {
     static constexpr std::string_view kBits[] = {
-        "a", "bcd", "1,2", " ", " ", "  ", "\t", "=", "?", "supercalifragilistic", "=?",
-        "?=", "\xC3\xA9", "\xD0\x9F\xD1\x80\xD0\xB8", "\xE6\x97\xA5\xE6\x9C\xAC",
-        "\xF0\x9F\x98\x80", "\xE0\xB8\x81", "\xD7\xA9", "utf-8?q?x",
-        // hostile
-        "\r\n", "\r", "\n", "\r\n ", "\"", "\\", "(", ")", "<", ">", ",", ";", ":", "@", "[", "]",
-        "name=", "=?utf-8?q?x?=", "\xFF",
+        "a",
+        "bcd",
+        " ",
+        "\t",
+        "supercalifragilistic",
+        "\xC3\xA9",
+        "\xE6\x97\xA5",
+        "=?utf-8?q?x?=",
+        "=?",
+        "?=",
+        "\r\n",
+        "\r",
+        "\n",
+        "\r\n ",
+        "\"",
+        "\\",
+        "(",
+        ")",
+        "<",
+        ">",
+        ",",
+        ";",
+        ":",
+        "@",
+        "[",
+        "]",
+        "name=",
+        "\xFF",
         "                                                        "};
     std::string value;
-    for (auto n = random() % 60; n; --n)
-        value += kBits[random() % (hostile ? std::size(kBits) : 19)];
-    if (hostile) return value;
-    value.erase(0, value.find_first_not_of(" \t"));
-    value.erase(value.find_last_not_of(" \t") + 1);
+    for (auto n = random() % 60; n; --n) value += kBits[random() % std::size(kBits)];
     return value;
-}
-
-TEST(HeaderWriter, LawOfReadingBack) {
-    static constexpr int kCodePages[] = {65001, 0, 28591, 1251, 932, 50220};
-    std::mt19937 random(1);
-    for (int i = 0; i < 10000; ++i) {
-        const std::string value = randomValue(random, false);
-        const std::string out = write("Subject", value, kCodePages[random() % 6]);
-        SCOPED_TRACE(out);
-        ASSERT_EQ(decode(unfold(out).substr(9)), decode(value)) << value;
-        expectSafe(out);
-        expectShort(out);
-        if (HasFatalFailure()) return;
-    }
 }
 
 TEST(HeaderWriter, LawOfInjection) {
@@ -187,7 +173,7 @@ TEST(HeaderWriter, LawOfInjection) {
                                                   "Received", "X",  kWord60};
     std::mt19937 random(2);
     for (int i = 0; i < 10000; ++i) {
-        const std::string out = write(kNames[random() % 6], randomValue(random, true));
+        const std::string out = write(kNames[random() % 6], randomValue(random));
         SCOPED_TRACE(out);
         expectSafe(out);
         if (HasFatalFailure()) return;

@@ -157,6 +157,17 @@ TEST(Memory, CloneAndWrite) {
         });
 }
 
+TEST(Memory, DecodedFields) {
+    const NodePtr node = fromBytes(kSample);
+    for (const int index : {0, 1}) {
+        expectAllOrNothing([&] {
+            StringBuffer out;
+            const bool found = node->getHeaderFieldValue(index, /*decode*/ true, out, noLog);
+            return outcome(found, [&] { return str(out); });
+        });
+    }
+}
+
 TEST(Memory, XmlBothWays) {
     const NodePtr node = fromBytes(kSample);
     StringBuffer xml;
