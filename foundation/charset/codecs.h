@@ -37,7 +37,9 @@ public:
     Output& operator=(const Output&) = delete;
 
     // False when memory is exhausted.
-    bool room(size_t n) { return static_cast<size_t>(m_end - at) >= n || grow(n); }
+    bool room(size_t n) { return spare() >= n || grow(n); }
+
+    size_t spare() const { return static_cast<size_t>(m_end - at); }
 
     // Room for the likely size of the result of n bytes of input.
     bool roomForText(size_t n);
@@ -93,25 +95,6 @@ CodecList unicodeCodecs();
 
 // Copies the run of ASCII at the start of `in`, and moves `in` behind it.
 bool copyAscii(Source& in, Output& out);
-
-// The text behind a byte order mark, or the text as it is when none leads it.  The mark says
-// nothing in a charset that lacks the character.
-Source behindMark(Source in);
-
-// Encodes with codes of one to four bytes that leave ASCII as it is.  `takeCode` reads a character.
-template <class TakeCode>
-bool encodePlain(Source in, Output& out, TakeCode takeCode) {
-    if (Source mark = in; behindMark(in).p != in.p && takeCode(mark) == 0) in = mark;
-    while (!in.isEmpty()) {
-        if (*in.p < 0x80) {
-            if (!copyAscii(in, out)) return false;
-            continue;
-        }
-        if (!out.room(4)) return false;
-        out.putCode(takeCode(in));
-    }
-    return true;
-}
 
 // The character sets of multi.cpp as stateful.cpp sees them: rows and columns
 // are counted from 0 to 93, codes have both high bits clear (0x2121 to 0x7E7E), 0 is "none".

@@ -5,20 +5,19 @@
     foundation/charset/gen_tables.py           writes the tables
     foundation/charset/gen_tables.py --check   compares them with a fresh run, exit status 1 on a difference
 
-The forms, and what they cost compiled (about 560 KB in all):
+The forms, and what they cost compiled (about 1.3 MB in all, half of it ready UTF-8):
 
 single_byte.inc   One row of 128 code points (bytes 0x80 to 0xFF) for each code page; 0 stands for
-                  a byte that is not defined.  The compiler derives the ready UTF-8 and the reverse
-                  order from it (foundation/charset/single.cpp).
+                  a byte that is not defined.  The compiler derives the ready UTF-8 and the pages
+                  for the way back from it (foundation/charset/single.cpp).
 gb, ks, big5.inc  Decoding is a flat grid of 126 lead bytes (0x81 to 0xFE) by 191 trail bytes (0x40
                   to 0xFE) that is looked up without any test; 0 stands for a hole.  A value in
                   the range of the surrogates is an index into the list of characters of plane 2.
 jis.inc           The grid of Shift_JIS (60 lead bytes by 188 trail bytes).  188 is twice 94, so
                   that its first 8836 places are also the 94 rows of JIS X 0208 which EUC-JP and
                   ISO-2022-JP number; and the 94 rows of JIS X 0212.
-Encoding          k*Index[c >> shift] names the block of k*Codes that holds the code of c.  Equal
-                  blocks are stored once and the shift is the one that makes the table smallest.
-                  The value is the code of two bytes; for JIS X 0208 the place in the grid plus 1.
+Encoding          k*Index[c >> 6] names the page of k*Codes that holds the code of c: the last byte
+                  of UTF-8 is the place in the page.  Equal pages are stored once.
 Code ranges       kGb18030Only and kGb2312 list first and last code of the runs that only GB18030,
                   and that also GB2312, has of the GB grid: the charsets of that family share one
                   table and differ in what they may write.
@@ -53,6 +52,9 @@ SINGLE_BYTE = (
         (866, "Ibm866", "cp866"),
     ]
 )
+
+# Characters of UTF-8 that differ in the last byte only.
+PAGE = 64
 
 # Their bytes 0x80 to 0x9F without a character are the C1 controls (WHATWG Encoding Standard).
 WINDOWS = [*range(1250, 1259), 874]
@@ -95,24 +97,14 @@ def array(name, values, kind="uint16_t"):
     return "constexpr %s %s[] = {\n%s\n};\n" % (kind, name, "\n".join(lines))
 
 
-def two_level(name, codes, limit):
+def by_page(name, codes, limit):
     """The encoding table for `codes`, a map from code point to code."""
-    best = None
-    for shift in range(3, 9):
-        width = 1 << shift
-        blocks, index = {}, []
-        for start in range(0, limit, width):
-            block = tuple(codes.get(start + i, 0) for i in range(width))
-            index.append(blocks.setdefault(block, len(blocks)))
-        size = len(index) + len(blocks) * width
-        if best is None or size < best[0]:
-            best = (size, shift, index, [v for block in blocks for v in block])
-    _, shift, index, cells = best
-    return (
-        "constexpr unsigned k%sShift = %d;\n" % (name, shift)
-        + array("k%sIndex" % name, index)
-        + array("k%sCodes" % name, cells)
-    )
+    blocks, index = {}, []
+    for start in range(0, limit, PAGE):
+        block = tuple(codes.get(start + i, 0) for i in range(PAGE))
+        index.append(blocks.setdefault(block, len(blocks)))
+    cells = [value for block in blocks for value in block]
+    return array("k%sIndex" % name, index) + array("k%sCodes" % name, cells)
 
 
 def code_ranges(name, codes):
@@ -162,7 +154,7 @@ def gb():
         if point and size == 2:
             codes[point] = code
     present = [code for code, point in zip(grid_codes(), cells) if point]
-    text = array("kGbCells", cells) + two_level("Gb", codes, 0x10000)
+    text = array("kGbCells", cells) + by_page("Gb", codes, 0x10000)
     text += code_ranges("kGb18030Only", [c for c in present if not decode(c, "gbk")])
     text += code_ranges("kGb2312", [c for c in present if decode(c, "gb2312")])
     pointers, points = [], []
@@ -184,7 +176,7 @@ def gb():
 def ks():
     cells = [character(code, "cp949") for code in grid_codes()]
     codes = {point: encode(point, "cp949")[0] for point in cells if point}
-    return array("kKsCells", cells) + two_level("Ks", codes, 0x10000)
+    return array("kKsCells", cells) + by_page("Ks", codes, 0x10000)
 
 
 def big5_character(code):
@@ -212,7 +204,7 @@ def big5():
     return (
         array("kBig5Cells", cells)
         + array("kBig5Plane2", plane2)
-        + two_level("Big5", codes, 0x30000)
+        + by_page("Big5", codes, 0x30000)
     )
 
 
@@ -222,16 +214,15 @@ def jis():
         return (lead + (0x81 if lead < 31 else 0xC1)) << 8 | trail + (0x40 if trail < 63 else 0x41)
 
     cells = [character(shift_jis(place), "cp932") for place in range(60 * 188)]
-    place_of = {shift_jis(place): place for place in range(60 * 188)}
-    codes = {point: place_of[encode(point, "cp932")[0]] + 1 for point in cells if point}
+    codes = {point: encode(point, "cp932")[0] for point in cells if point}
     grid = [(row, column) for row in range(0xA1, 0xFF) for column in range(0xA1, 0xFF)]
     cells0212 = [character(bytes([0x8F, row, column]), "euc_jp") for row, column in grid]
     codes0212 = {c: row << 8 | column for c, (row, column) in zip(cells0212, grid) if c >= 0x80}
     return (
         array("kJisCells", cells)
-        + two_level("Jis", codes, 0x10000)
+        + by_page("Jis", codes, 0x10000)
         + array("kJis0212Cells", cells0212)
-        + two_level("Jis0212", codes0212, 0x10000)
+        + by_page("Jis0212", codes0212, 0x10000)
     )
 
 

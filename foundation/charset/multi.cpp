@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "foundation/charset/codecs.h"
+#include "foundation/charset/runs.h"
 
 namespace mimetree::inner::charset {
 namespace {
@@ -31,24 +31,36 @@ struct CodeRange {
 // A grid of lead bytes 0x81 to 0xFE by trail bytes 0x40 to 0xFE.
 constexpr unsigned kLeads = 126, kTrails = 191;
 
-bool isLead(unsigned byte) { return byte - 0x81 < kLeads; }
-bool isGr(unsigned byte) { return byte - 0xA1 < 94; }
+constexpr bool isLead(unsigned byte) { return byte - 0x81 < kLeads; }
+constexpr bool isGr(unsigned byte) { return byte - 0xA1 < 94; }
 bool isDigit(unsigned byte) { return byte - 0x30 < 10; }
 
 // A pair of two bytes from 0xA1 to 0xFE, else 0.
 uint32_t ifGr(uint32_t pair) { return isGr(pair >> 8) && isGr(pair & 0xFF) ? pair : 0; }
 
-unsigned gridCell(const uint16_t (&cells)[kLeads * kTrails], unsigned lead, unsigned trail) {
+constexpr unsigned gridCell(const uint16_t (&cells)[kLeads * kTrails], unsigned lead,
+                            unsigned trail) {
     if (!isLead(lead) || trail - 0x40 >= kTrails) return 0;
     return cells[(lead - 0x81) * kTrails + trail - 0x40];
 }
 
-template <unsigned Shift, size_t Blocks, size_t Size>
-uint32_t codeIn(const uint16_t (&index)[Blocks], const uint16_t (&codes)[Size], char32_t c) {
-    const size_t block = c >> Shift;
-    if (block >= Blocks) return 0;
-    return codes[(size_t{index[block]} << Shift) + (c & ((1u << Shift) - 1))];
-}
+constexpr unsigned kPage = 64;
+
+// Codes by page and place there.
+struct CodeTable {
+    const uint16_t* index;
+    size_t pages;
+    const uint16_t* codes;
+
+    uint32_t at(unsigned page, unsigned place) const { return codes[index[page] * kPage + place]; }
+    uint32_t of(char32_t c) const { return c / kPage < pages ? at(c / kPage, c % kPage) : 0; }
+};
+
+constexpr CodeTable kGb = {kGbIndex, std::size(kGbIndex), kGbCodes};
+constexpr CodeTable kKs = {kKsIndex, std::size(kKsIndex), kKsCodes};
+constexpr CodeTable kBig5 = {kBig5Index, std::size(kBig5Index), kBig5Codes};
+constexpr CodeTable kJis = {kJisIndex, std::size(kJisIndex), kJisCodes};
+constexpr CodeTable kJis0212 = {kJis0212Index, std::size(kJis0212Index), kJis0212Codes};
 
 template <size_t N>
 bool isIn(const CodeRange (&ranges)[N], uint32_t code) {
@@ -66,19 +78,20 @@ void putBad(Source& in, Output& out, bool isPair) {
     in.p += isPair && in.size() > 1 && in.p[1] >= 0x80 ? 2 : 1;
 }
 
-// Charset::cell gives the character of a pair when it is of the common kind, else 0;
-// Charset::readOther then reads one character, or what is none, in any other way.
+// Charset::kPairs has the pairs of the common kind; Charset::readOther reads one character, or
+// what is none, in any other way.
 template <class Charset>
 bool decodePairs(const Codec&, Source in, Output& out) {
     while (!in.isEmpty()) {
+        decodeRun(Charset::kPairs, in, out);
+        if (in.isEmpty()) break;
+        if (!out.room(kAhead)) return false;
+        const Ready none = {};
+        const Ready& ready = in.size() > 1 ? Charset::kPairs.of(in.p[0], in.p[1]) : none;
         if (*in.p < 0x80) {
-            if (!copyAscii(in, out)) return false;
-            continue;
-        }
-        if (!out.room(8)) return false;
-        const unsigned c = in.size() > 1 ? Charset::cell(in.p[0], in.p[1]) : 0;
-        if (c != 0) {
-            out.put(c);
+            *out.at++ = *in.p++;
+        } else if (ready.length != 0) {
+            copyReady(ready, out.at);
             in.p += 2;
         } else {
             Charset::readOther(in, out);
@@ -87,9 +100,16 @@ bool decodePairs(const Codec&, Source in, Output& out) {
     return true;
 }
 
-template <uint32_t (*CodeOf)(char32_t)>
+// CodeAt gives the codes of two bytes that need no thought, TakeCode all codes.
+template <uint32_t (*CodeAt)(unsigned, unsigned), uint32_t (*TakeCode)(Source&)>
 bool encodePairs(const Codec&, Source in, Output& out) {
-    return encodePlain(in, out, [](Source& rest) { return CodeOf(utf8::next(rest.p, rest.end)); });
+    const auto codeAt = [](unsigned page, unsigned place) { return CodeAt(page, place); };
+    return encodePlain<2>(in, out, codeAt, TakeCode);
+}
+
+template <uint32_t (*CodeOf)(char32_t)>
+uint32_t take(Source& in) {
+    return CodeOf(utf8::next(in.p, in.end));
 }
 
 template <uint32_t (*CodeOf)(char32_t)>
@@ -123,7 +143,7 @@ uint32_t gb18030Pointer(char32_t c) {
 }
 
 struct Gb {
-    static unsigned cell(unsigned lead, unsigned trail) { return gridCell(kGbCells, lead, trail); }
+    static constexpr const ReadyPairs& kPairs = kGbPairs;
 
     // Tolerated: 0x80 for the euro sign is what Windows writes in 936.
     static void readOther(Source& in, Output& out) {
@@ -143,7 +163,8 @@ struct Gb {
     }
 };
 
-uint32_t gb18030PairOf(char32_t c) { return codeIn<kGbShift>(kGbIndex, kGbCodes, c); }
+uint32_t gb18030PairOf(char32_t c) { return kGb.of(c); }
+uint32_t gb18030At(unsigned page, unsigned place) { return kGb.at(page, place); }
 
 uint32_t gb18030Of(char32_t c) {
     if (const uint32_t pair = gb18030PairOf(c)) return pair;
@@ -152,6 +173,11 @@ uint32_t gb18030Of(char32_t c) {
            (pointer / 10 % 126 << 8) + pointer % 10;
 }
 
+// All but the euro sign.
+uint32_t windowsGbAt(unsigned page, unsigned place) {
+    const uint32_t code = gb18030At(page, place);
+    return code == 0xA2E3 ? 0 : code;
+}
 uint32_t windowsGbOf(char32_t c) { return c == kEuro ? 0x80 : gb18030Of(c); }
 
 uint32_t gbkOf(char32_t c) {
@@ -168,11 +194,12 @@ uint32_t gb2312Of(char32_t c) {
 // -- Korean: 949 and EUC-KR
 
 struct Ks {
-    static unsigned cell(unsigned lead, unsigned trail) { return gridCell(kKsCells, lead, trail); }
+    static constexpr const ReadyPairs& kPairs = kKsPairs;
     static void readOther(Source& in, Output& out) { putBad(in, out, isLead(*in.p)); }
 };
 
-uint32_t uhcOf(char32_t c) { return codeIn<kKsShift>(kKsIndex, kKsCodes, c); }
+uint32_t uhcOf(char32_t c) { return kKs.of(c); }
+uint32_t uhcAt(unsigned page, unsigned place) { return kKs.at(page, place); }
 
 // KS X 1001 is the part of 949 in which both bytes are high.
 uint32_t eucKrOf(char32_t c) { return ifGr(uhcOf(c)); }
@@ -187,14 +214,21 @@ struct Composed {
 constexpr Composed kComposed[] = {
     {0x8862, 0xCA, 0x304}, {0x8864, 0xCA, 0x30C}, {0x88A3, 0xEA, 0x304}, {0x88A5, 0xEA, 0x30C}};
 
+constexpr ReadyPairs kBig5Pairs([](unsigned lead, unsigned trail) {
+    return gridCell(kBig5Cells, lead, trail);
+});
+
 struct Big5 {
-    static unsigned cell(unsigned lead, unsigned trail) {
-        const unsigned c = gridCell(kBig5Cells, lead, trail);
-        return (c & 0xF800) == 0xD800 ? 0x20000u | kBig5Plane2[c & 0x7FF] : c;
-    }
+    static constexpr const ReadyPairs& kPairs = kBig5Pairs;
 
     static void readOther(Source& in, Output& out) {
         const unsigned code = in.size() > 1 ? in.p[0] * 256u + in.p[1] : 0;
+        const unsigned cell = gridCell(kBig5Cells, code >> 8, code & 0xFF);
+        if (cell != 0) {
+            out.put(0x20000u | kBig5Plane2[cell & 0x7FF]);
+            in.p += 2;
+            return;
+        }
         for (const Composed& row : kComposed) {
             if (row.code != code) continue;
             out.put(row.letter);
@@ -206,7 +240,13 @@ struct Big5 {
     }
 };
 
-uint32_t big5HkscsOf(char32_t c) { return codeIn<kBig5Shift>(kBig5Index, kBig5Codes, c); }
+uint32_t big5HkscsOf(char32_t c) { return kBig5.of(c); }
+
+// All but the letters of kComposed.
+uint32_t big5HkscsAt(unsigned page, unsigned place) {
+    const uint32_t code = kBig5.at(page, place);
+    return code == 0x8866 || code == 0x88A7 ? 0 : code;
+}
 
 // Many readers of Big5 know no lead byte below 0xA1.
 uint32_t big5Of(char32_t c) {
@@ -226,17 +266,15 @@ uint32_t composedCode(char32_t letter, Source& in) {
     return big5HkscsOf(letter);
 }
 
-bool encodeBig5(const Codec&, Source in, Output& out) {
-    return encodePlain(in, out, [](Source& rest) {
-        const char32_t c = utf8::next(rest.p, rest.end);
-        return c == 0xCA || c == 0xEA ? composedCode(c, rest) : big5HkscsOf(c);
-    });
+uint32_t takeBig5(Source& in) {
+    const char32_t c = utf8::next(in.p, in.end);
+    return c == 0xCA || c == 0xEA ? composedCode(c, in) : big5HkscsOf(c);
 }
 
 // -- Japanese: 932 and EUC-JP
 
-// Places of the Shift_JIS grid: the 94 rows of JIS X 0208, a private area, the IBM characters.
-// The table for writing has those as rows 89 to 92, which repeat them.
+// The Shift_JIS grid: the 94 rows of JIS X 0208, a private area, the IBM characters.  The table
+// for writing has those as rows 89 to 92, which repeat them.
 constexpr unsigned kRows = 94;
 
 constexpr char32_t kHalfWidthKana = 0xFF61;  // byte 0xA1, up to 0xDF
@@ -249,16 +287,21 @@ struct TwoForms {
 constexpr TwoForms kTwoForms[] = {{0x2225, 0x2016}, {0xFF0D, 0x2212}, {0xFF5E, 0x301C},
                                   {0xFFE0, 0x00A2}, {0xFFE1, 0x00A3}, {0xFFE2, 0x00AC}};
 
-// The place of a character plus 1.
-uint32_t jisPlace(char32_t c) { return codeIn<kJisShift>(kJisIndex, kJisCodes, c); }
+constexpr char32_t jisForm(char32_t c) {
+    if (c == 0x2225 || c >= 0xFF00)
+        for (const TwoForms& row : kTwoForms)
+            if (row.microsoft == c) return row.jis;
+    return c;
+}
+
+constexpr ReadyPairs kShiftJisPairs([](unsigned lead, unsigned trail) -> unsigned {
+    const unsigned row = lead < 0xA0 ? lead - 0x81 : lead - 0xC1;
+    if (row >= 60 || (lead >= 0xA0 && row < 31) || trail > 0xFC || trail == 0x7F) return 0;
+    return kJisCells[row * 188 + trail - (trail < 0x7F ? 0x40 : 0x41)];
+});
 
 struct ShiftJis {
-    static unsigned cell(unsigned lead, unsigned trail) {
-        const unsigned row = lead < 0xA0 ? lead - 0x81 : lead - 0xC1;
-        if (row >= 60 || (lead >= 0xA0 && row < 31) || trail - 0x40 > 0xBC || trail == 0x7F)
-            return 0;
-        return kJisCells[row * 188 + trail - (trail < 0x7F ? 0x40 : 0x41)];
-    }
+    static constexpr const ReadyPairs& kPairs = kShiftJisPairs;
 
     static bool isLead(unsigned byte) { return byte - 0x81 < 31 || byte - 0xE0 < 29; }
 
@@ -274,22 +317,29 @@ struct ShiftJis {
     }
 };
 
+uint32_t shiftJisAt(unsigned page, unsigned place) { return kJis.at(page, place); }
+
 uint32_t shiftJisCode(char32_t c) {
     if (c == 0x80) return 0x80;
     if (c - kHalfWidthKana < kKanaCount) return c - kHalfWidthKana + 0xA1;
     if (c - 0xF8F0 < 4) return c == 0xF8F0 ? 0xA0 : c - 0xF8F1 + 0xFD;
-    const uint32_t placePlus1 = jisPlace(c);
-    if (placePlus1 == 0) return 0;
-    const uint32_t place = placePlus1 - 1;
-    const uint32_t lead = place / 188, trail = place % 188;
-    return (lead + (lead < 31 ? 0x81 : 0xC1)) << 8 | (trail + (trail < 63 ? 0x40 : 0x41));
+    return kJis.of(c);
+}
+
+// What a code of Shift_JIS is in JIS X 0208, of which it has two rows a lead byte; 0 in the
+// private area.
+uint32_t jis0208Of(uint32_t code) {
+    if (code == 0) return 0;
+    const uint32_t lead = code >> 8, trail = code & 0xFF;
+    const uint32_t pair = lead - (lead < 0xA0 ? 0x81 : 0xC1);
+    const uint32_t column = trail - (trail < 0x7F ? 0x40 : 0x41);
+    const uint32_t isSecond = column >= kRows;
+    if (pair >= kRows / 2) return 0;
+    return 0x2121 + ((2 * pair + isSecond) << 8) + column - isSecond * kRows;
 }
 
 struct EucJp {
-    static unsigned cell(unsigned lead, unsigned trail) {
-        if (!isGr(lead) || !isGr(trail)) return 0;
-        return toJisForm(kJisCells[(lead - 0xA1) * kRows + trail - 0xA1]);
-    }
+    static constexpr const ReadyPairs& kPairs = kJisPairs;
 
     // 0x8E precedes half-width kana, 0x8F the two bytes of JIS X 0212.
     static void readOther(Source& in, Output& out) {
@@ -313,12 +363,17 @@ struct EucJp {
 
 bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
 
+uint32_t eucJpAt(unsigned page, unsigned place) {
+    const uint32_t code = jis0208Of(shiftJisAt(page, place));
+    return code == 0 || isVendorRow(code) ? 0 : code | 0x8080;
+}
+
 // The rows of vendors come last: not every reader of EUC-JP has them.
 uint32_t eucJpCode(char32_t c) {
     if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
     const uint32_t code = jis0208Code(c);
     if (code != 0 && !isVendorRow(code)) return code | 0x8080;
-    const uint32_t code0212 = codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c);
+    const uint32_t code0212 = kJis0212.of(c);
     return code0212 ? 0x8F0000 | code0212 : code ? code | 0x8080 : 0;
 }
 
@@ -329,25 +384,37 @@ uint32_t codeOfEitherForm(char32_t c) {
     return code ? code : CodeOf(jisOtherForm(c));
 }
 
-template <class Charset, uint32_t (*Held)(char32_t), uint32_t (*Written)(char32_t) = Held>
+template <class Charset, uint32_t (*Held)(char32_t), uint32_t (*CodeAt)(unsigned, unsigned),
+          uint32_t (*TakeCode)(Source&) = take<Held>>
 constexpr Codec row(int codePage) {
-    return {codePage, decodePairs<Charset>, encodePairs<Written>, codeOrAscii<Held>};
+    return {codePage, decodePairs<Charset>, encodePairs<CodeAt, TakeCode>, codeOrAscii<Held>};
 }
 
 constexpr Codec kCodecs[] = {
-    row<ShiftJis, shiftJisCode, codeOfEitherForm<shiftJisCode>>(932),
-    row<Gb, gbkOf, windowsGbOf>(936),
-    row<Ks, uhcOf>(949),
-    {950, decodePairs<Big5>, encodeBig5, codeOrAscii<big5Of>},
-    row<EucJp, eucJpCode, codeOfEitherForm<eucJpCode>>(51932),
-    row<Gb, gb2312Of, gb18030Of>(51936),
-    row<Ks, eucKrOf, uhcOf>(51949),
-    row<Gb, gb18030Of>(54936),
+    row<ShiftJis, shiftJisCode, shiftJisAt, take<codeOfEitherForm<shiftJisCode>>>(932),
+    row<Gb, gbkOf, windowsGbAt, take<windowsGbOf>>(936),
+    row<Ks, uhcOf, uhcAt>(949),
+    row<Big5, big5Of, big5HkscsAt, takeBig5>(950),
+    row<EucJp, eucJpCode, eucJpAt, take<codeOfEitherForm<eucJpCode>>>(51932),
+    row<Gb, gb2312Of, gb18030At, take<gb18030Of>>(51936),
+    row<Ks, eucKrOf, uhcAt, take<uhcOf>>(51949),
+    row<Gb, gb18030Of, gb18030At>(54936),
 };
 
 }  // namespace
 
 CodecList multiByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
+
+constexpr ReadyPairs kGbPairs([](unsigned lead, unsigned trail) {
+    return gridCell(kGbCells, lead, trail);
+});
+constexpr ReadyPairs kKsPairs([](unsigned lead, unsigned trail) {
+    return gridCell(kKsCells, lead, trail);
+});
+constexpr ReadyPairs kJisPairs([](unsigned lead, unsigned trail) -> char32_t {
+    if (!isGr(lead) || !isGr(trail)) return 0;
+    return jisForm(kJisCells[(lead - 0xA1) * kRows + trail - 0xA1]);
+});
 
 char32_t jis0208Character(unsigned row, unsigned column) {
     return toJisForm(kJisCells[row * kRows + column]);
@@ -366,28 +433,19 @@ char32_t ks1001Character(unsigned row, unsigned column) {
 }
 
 uint32_t jis0208Code(char32_t c) {
-    if (toJisForm(c) != c) return 0;
+    if (jisForm(c) != c) return 0;
     for (const TwoForms& row : kTwoForms)
         if (row.jis == c) c = row.microsoft;
-    const uint32_t place = jisPlace(c) - 1;
-    if (place >= kRows * kRows) return 0;  // in the private area, or there is none
-    return 0x2121 + (place / kRows << 8) + place % kRows;
+    return jis0208Of(kJis.of(c));
 }
 
-uint32_t jis0212Code(char32_t c) {
-    return codeIn<kJis0212Shift>(kJis0212Index, kJis0212Codes, c) & 0x7F7F;
-}
+uint32_t jis0212Code(char32_t c) { return kJis0212.of(c) & 0x7F7F; }
 
 uint32_t gb2312Code(char32_t c) { return gb2312Of(c) & 0x7F7F; }
 uint32_t gb2312PlaneCode(char32_t c) { return ifGr(gb18030PairOf(c)) & 0x7F7F; }
 uint32_t ks1001Code(char32_t c) { return eucKrOf(c) & 0x7F7F; }
 
-char32_t toJisForm(char32_t c) {
-    if (c == 0x2225 || c >= 0xFF00)
-        for (const TwoForms& row : kTwoForms)
-            if (row.microsoft == c) return row.jis;
-    return c;
-}
+char32_t toJisForm(char32_t c) { return jisForm(c); }
 
 char32_t jisOtherForm(char32_t c) {
     for (const TwoForms& row : kTwoForms) {

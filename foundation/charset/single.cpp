@@ -2,12 +2,11 @@
 
 // The charsets of one byte per character: ISO-8859, Windows, KOI8, Macintosh, IBM and US-ASCII.
 // A row of 128 characters for each is generated; the compiler makes two tables of it, ready UTF-8
-// for every byte and the characters in order for the way back.  Listed for EncodingConvert.cpp.
+// for every byte and pages of bytes for the way back.  Listed for EncodingConvert.cpp.
 
-#include <algorithm>
 #include <iterator>
 
-#include "foundation/charset/codecs.h"
+#include "foundation/charset/runs.h"
 
 namespace mimetree::inner::charset {
 namespace {
@@ -15,31 +14,27 @@ namespace {
 #include "foundation/charset/tables/single_byte.inc"
 
 struct SingleByte {
-    // The UTF-8 of bytes 0x80 to 0xFF.  All four bytes are copied, `length` of them count.
-    struct Ready {
-        unsigned char utf8[3];
-        unsigned char length;
-    };
-    struct Reverse {
-        char16_t c;
-        unsigned char byte;
-    };
+    static constexpr unsigned kPage = 64, kPages = 24;
 
     // `points` has 0 for bytes without a character.
     constexpr explicit SingleByte(const char16_t (&points)[128]) {
+        ready[0].length = 1;
+        for (unsigned i = 1; i < 128; ++i) ready[i] = makeReady(i);
+        unsigned pages = 1;  // the first one is empty
         for (unsigned i = 0; i < 128; ++i) {
-            const char16_t c = points[i] ? points[i] : char16_t{kReplacement};
-            unsigned char text[4] = {};
-            ready[i].length = static_cast<unsigned char>(utf8::put(c, text) - text);
-            std::copy(text, text + 3, ready[i].utf8);
-            if (points[i]) reverse[count++] = {c, static_cast<unsigned char>(0x80 + i)};
+            const char16_t c = points[i];
+            ready[128 + i] = makeReady(c ? c : kReplacement);
+            if (c == 0) continue;
+            if (pageOf[c / kPage] == 0) pageOf[c / kPage] = static_cast<unsigned char>(pages++);
+            byteOf[pageOf[c / kPage]][c % kPage] = static_cast<unsigned char>(128 + i);
         }
-        std::sort(reverse, reverse + count, [](Reverse a, Reverse b) { return a.c < b.c; });
     }
 
-    Ready ready[128] = {};
-    Reverse reverse[128] = {};
-    unsigned count = 0;
+    unsigned at(unsigned page, unsigned place) const { return byteOf[pageOf[page]][place]; }
+
+    Ready ready[256] = {};
+    unsigned char pageOf[0x10000 / kPage] = {};
+    unsigned char byteOf[kPages][kPage] = {};  // 0 for what has none
 };
 
 const SingleByte& tableOf(const Codec& codec) {
@@ -47,33 +42,40 @@ const SingleByte& tableOf(const Codec& codec) {
 }
 
 uint32_t codeOf(const Codec& codec, char32_t c) {
-    if (c < 0x80) return c;
-    const SingleByte& table = tableOf(codec);
-    const auto* const end = table.reverse + table.count;
-    const auto* const hit =
-        std::lower_bound(table.reverse, end, c,
-                         [](SingleByte::Reverse row, char32_t value) { return row.c < value; });
-    return hit != end && hit->c == c ? hit->byte : 0;
+    constexpr unsigned kPage = SingleByte::kPage;
+    return c < 0x80 ? c : c > 0xFFFF ? 0 : tableOf(codec).at(c / kPage, c % kPage);
+}
+
+// Blocks of 8: ASCII as it is, others byte by byte without a look at what they are.
+void decodeBlocks(const Ready* ready, Source& in, Output& out) {
+    constexpr size_t kBlock = 8, kRoom = 3 * kBlock + 1;
+    while (in.size() >= kBlock && out.spare() >= kRoom) {
+        if (copyAscii8(in.p, out.at) == kBlock) {
+            out.at += kBlock;
+        } else {
+            unsigned char* at = out.at;
+            for (size_t i = 0; i < kBlock; ++i) copyReady(ready[in.p[i]], at);
+            out.at = at;
+        }
+        in.p += kBlock;
+    }
 }
 
 bool decode(const Codec& codec, Source in, Output& out) {
-    const auto& ready = tableOf(codec).ready;
-    while (!in.isEmpty()) {
-        if (*in.p < 0x80) {
-            if (!copyAscii(in, out)) return false;
-            continue;
-        }
-        if (!out.room(4)) return false;
-        const SingleByte::Ready& text = ready[*in.p++ - 0x80];
-        __builtin_memcpy(out.at, &text, 4);
-        out.at += text.length;
+    const Ready* const ready = tableOf(codec).ready;
+    for (;;) {
+        decodeBlocks(ready, in, out);
+        if (in.isEmpty()) return true;
+        if (!out.room(sizeof(Ready))) return false;
+        copyReady(ready[*in.p++], out.at);
     }
-    return true;
 }
 
 bool encode(const Codec& codec, Source in, Output& out) {
-    return encodePlain(
-        in, out, [&codec](Source& rest) { return codeOf(codec, utf8::next(rest.p, rest.end)); });
+    const SingleByte& table = tableOf(codec);
+    return encodePlain<1>(
+        in, out, [&table](unsigned page, unsigned place) { return table.at(page, place); },
+        [&codec](Source& rest) { return codeOf(codec, utf8::next(rest.p, rest.end)); });
 }
 
 template <const char16_t (&Points)[128]>

@@ -10,7 +10,7 @@
 #include <iterator>
 
 #include "foundation/bytes/ByteSet.h"
-#include "foundation/charset/codecs.h"
+#include "foundation/charset/runs.h"
 
 namespace mimetree::inner::charset {
 namespace {
@@ -57,6 +57,7 @@ struct CodedSet {
     const char* escape;
     char32_t (*single)(unsigned byte);
     CharacterAt pair;
+    const ReadyPairs* ready = nullptr;  // of `pair`
 };
 
 // JIS X 0201: ASCII but for two characters.
@@ -79,8 +80,8 @@ char32_t inJisForm(unsigned row, unsigned column) {
 constexpr CodedSet kJapaneseSets[] = {
     {"(B", nullptr, nullptr},
     {"(J", romanCharacter, nullptr},
-    {"$@", nullptr, jis0208Character},
-    {"$B", nullptr, jis0208Character},
+    {"$@", nullptr, jis0208Character, &kJisPairs},
+    {"$B", nullptr, jis0208Character, &kJisPairs},
     {"(I", kanaCharacter, nullptr},
     {"(H", romanCharacter, nullptr},
     {"$(@", nullptr, jis0208Character},
@@ -116,7 +117,8 @@ bool decodeJapanese(const Codec&, Source in, Output& out) {
     while (!in.isEmpty()) {
         if (set == kAscii && !copyPlain(in, out, kIsoPlain)) return false;
         if (in.isEmpty()) break;
-        if (!out.room(4)) return false;
+        if (!out.room(kAhead)) return false;
+        if (set->ready && decodeRun7(*set->ready, in, out)) continue;
         const unsigned char byte = *in.p;
         if (byte == kShiftOut || byte == kShiftIn) {
             set = byte == kShiftOut ? kKana : kAscii;
@@ -140,7 +142,8 @@ bool decodeKorean(const Codec&, Source in, Output& out) {
     while (!in.isEmpty()) {
         if (!isShifted && !copyPlain(in, out, kIsoPlain)) return false;
         if (in.isEmpty()) break;
-        if (!out.room(4)) return false;
+        if (!out.room(kAhead)) return false;
+        if (isShifted && decodeRun7(kKsPairs, in, out)) continue;
         const unsigned char byte = *in.p;
         if (byte == kShiftOut || byte == kShiftIn) {
             isShifted = byte == kShiftOut;
@@ -184,7 +187,8 @@ bool decodeHz(const Codec&, Source in, Output& out) {
     while (!in.isEmpty()) {
         if (!isShifted && !copyPlain(in, out, kHzPlain)) return false;
         if (in.isEmpty()) break;
-        if (!out.room(4)) return false;
+        if (!out.room(kAhead)) return false;
+        if (isShifted && decodeRun7(kGbPairs, in, out)) continue;
         if (*in.p == '\n') isShifted = false;
         if (*in.p == '~') {
             readTilde(in, out, isShifted);

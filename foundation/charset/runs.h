@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The loops of the table-driven codecs, for the text that makes up nearly all of what is
+// converted: ASCII, characters whose UTF-8 stands ready, and codes that one table gives.  A run
+// ends at anything else, and a few bytes before input or room end; the codec then takes one
+// character with care and comes back.
+
+#include <cstring>
+
+#include "foundation/charset/codecs.h"
+
+namespace mimetree::inner::charset {
+
+// The UTF-8 of a byte or a pair of bytes.  All four bytes are copied, `length` of them count;
+// 0 for what is not of the common kind.
+struct Ready {
+    unsigned char utf8[3] = {};
+    unsigned char length = 0;
+};
+
+// For 0, surrogates and characters of four bytes there is none.
+constexpr Ready makeReady(char32_t c) {
+    Ready ready;
+    if (c == 0 || c > 0xFFFF || (c & 0xF800) == 0xD800) return ready;
+    ready.length = static_cast<unsigned char>(utf8::put(c, ready.utf8) - ready.utf8);
+    return ready;
+}
+
+// The pairs of a charset by both bytes, but for the highest bit of the first.
+struct ReadyPairs {
+    // `pointOf` gives the character of a pair, or 0.
+    template <class PointOf>
+    constexpr explicit ReadyPairs(PointOf pointOf) {
+        for (unsigned lead = 0x81; lead <= 0xFE; ++lead)
+            for (unsigned trail = 0x40; trail <= 0xFE; ++trail)
+                at[(lead & 0x7F) << 8 | trail] = makeReady(pointOf(lead, trail));
+    }
+
+    const Ready& of(unsigned lead, unsigned trail) const { return at[(lead & 0x7F) << 8 | trail]; }
+
+    Ready at[0x8000] = {};
+};
+
+// JIS X 0208, KS X 1001 with what 949 adds, and GB2312 with what GB18030 adds, by bytes from 0x81
+// and 0x40 on.
+extern const ReadyPairs kJisPairs, kKsPairs, kGbPairs;
+
+// What the loops may read and write beyond their place.
+constexpr size_t kAhead = 16;
+
+// Copies 8 bytes, and tells how many of them are the ASCII at the start.
+inline size_t copyAscii8(const unsigned char* p, unsigned char* at) {
+    uint64_t bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    std::memcpy(at, &bytes, sizeof bytes);
+    bytes &= 0x8080808080808080u;
+    if (bytes == 0) return sizeof bytes;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return static_cast<size_t>(__builtin_clzll(bytes)) / 8;
+#else
+    return static_cast<size_t>(__builtin_ctzll(bytes)) / 8;
+#endif
+}
+
+inline void copyReady(const Ready& ready, unsigned char*& at) {
+    std::memcpy(at, &ready, sizeof ready);
+    at += ready.length;
+}
+
+// Where a run has to end that writes no more than `room` bytes had room for.
+inline const unsigned char* runEnd(const Source& in, size_t room) {
+    const size_t n = in.size() < room ? in.size() : room;
+    return n < kAhead ? in.p : in.p + (n - kAhead);
+}
+
+// ASCII and pairs, of which two bytes become three at most.
+inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
+    const unsigned char* const end = runEnd(in, out.spare() / 3 * 2);
+    const unsigned char* p = in.p;
+    unsigned char* at = out.at;
+    while (p < end) {
+        if (*p < 0x80) {
+            const size_t n = copyAscii8(p, at);
+            p += n;
+            at += n;
+            if (n == 8) continue;
+        }
+        const Ready& ready = pairs.of(p[0], p[1]);
+        if (ready.length == 0) break;
+        copyReady(ready, at);
+        p += 2;
+    }
+    in.p = p;
+    out.at = at;
+}
+
+// Pairs of seven bits, but for those that begin with a tilde; false when there is none.
+inline bool decodeRun7(const ReadyPairs& pairs, Source& in, Output& out) {
+    constexpr unsigned kFirst = 0x21, kLeads = 93, kTrails = 94;
+    const unsigned char* const before = in.p;
+    while (in.size() >= 2 && out.spare() >= sizeof(Ready)) {
+        if (in.p[0] - kFirst >= kLeads || in.p[1] - kFirst >= kTrails) break;
+        const Ready& ready = pairs.of(in.p[0], in.p[1] | 0x80u);
+        if (ready.length == 0) break;
+        copyReady(ready, out.at);
+        in.p += 2;
+    }
+    return in.p != before;
+}
+
+// The four bytes at p as a number, the first one lowest.
+inline uint32_t fourBytes(const unsigned char* p) {
+    return p[0] | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
+}
+
+// Characters of two and of three bytes: what tells them, and where they stand in the tables by
+// page.  Surrogates pass, but have no code.
+struct TwoBytes {
+    static constexpr unsigned kSize = 2;
+    static bool isAt(uint32_t bytes) { return (bytes & 0xC0E0) == 0x80C0 && (bytes & 0x1E) != 0; }
+    static unsigned page(uint32_t bytes) { return bytes & 0x1F; }
+    static unsigned place(uint32_t bytes) { return bytes >> 8 & 0x3F; }
+};
+
+struct ThreeBytes {
+    static constexpr unsigned kSize = 3;
+    static bool isAt(uint32_t bytes) {
+        return (bytes & 0xC0C0F0) == 0x8080E0 && (bytes & 0x200F) != 0;
+    }
+    static unsigned page(uint32_t bytes) { return (bytes & 0xF) << 6 | (bytes >> 8 & 0x3F); }
+    static unsigned place(uint32_t bytes) { return bytes >> 16 & 0x3F; }
+};
+
+// Characters of one length with codes of `Size` bytes; false when one of them has none.
+template <class Character, unsigned Size, class CodeAt>
+bool encodeWord(const unsigned char*& p, const unsigned char* end, unsigned char*& at,
+                CodeAt codeAt) {
+    for (; p < end; p += Character::kSize) {
+        const uint32_t bytes = fourBytes(p);
+        if (!Character::isAt(bytes)) return true;
+        const unsigned code = codeAt(Character::page(bytes), Character::place(bytes));
+        if (code == 0) return false;
+        if (Size == 2) *at++ = static_cast<unsigned char>(code >> 8);
+        *at++ = static_cast<unsigned char>(code);
+    }
+    return true;
+}
+
+// ASCII and characters with a code; codeAt(page, place) gives that, or 0.  Words are mostly of
+// one length: a step whose length hangs on each character would wait for it.
+template <unsigned Size, class CodeAt>
+void encodeRun(Source& in, Output& out, CodeAt codeAt) {
+    const unsigned char* const end = runEnd(in, out.spare());
+    const unsigned char* p = in.p;
+    unsigned char* at = out.at;
+    while (p < end) {
+        if (*p < 0x80) {
+            const size_t n = copyAscii8(p, at);
+            p += n;
+            at += n;
+            if (n == 8) continue;
+        }
+        const unsigned char* const before = p;
+        if (!encodeWord<ThreeBytes, Size>(p, end, at, codeAt) ||
+            !encodeWord<TwoBytes, Size>(p, end, at, codeAt) || (p == before && *p >= 0x80))
+            break;
+    }
+    in.p = p;
+    out.at = at;
+}
+
+// The text behind a byte order mark, or the text as it is when none leads it.  The mark says
+// nothing in a charset that lacks the character.
+Source behindMark(Source in);
+
+// Encodes with codes of one to four bytes that leave ASCII as it is.  `takeCode` reads a
+// character of any kind.
+template <unsigned Size, class CodeAt, class TakeCode>
+bool encodePlain(Source in, Output& out, CodeAt codeAt, TakeCode takeCode) {
+    if (Source mark = in; behindMark(in).p != in.p && takeCode(mark) == 0) in = mark;
+    while (!in.isEmpty()) {
+        encodeRun<Size>(in, out, codeAt);
+        if (in.isEmpty()) break;
+        if (!out.room(kAhead)) return false;
+        if (*in.p < 0x80) *out.at++ = *in.p++;
+        else out.putCode(takeCode(in));
+    }
+    return true;
+}
+
+}  // namespace mimetree::inner::charset
