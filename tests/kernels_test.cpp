@@ -113,6 +113,7 @@ std::vector<Twins> allTwins() {
         {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},
         {TWINS(base64, encode, encode64), {""}},
         {TWINS(base64, decode, decode64), {kBase64, spaced, damaged, "QUJD \n", ""}},
+        {TWINS(quoted_printable, countEscapes, run), {lightQp, ""}},
         {TWINS(quoted_printable, encode, encodeQp), {"ab", lightQp, "a\xC3=. \r\n", "From ", ""}},
         {TWINS(quoted_printable, decode, decodeQp), {lightQp, "= \t\r\n4aG", "=C3A", ""}},
         {"LF to CRLF",

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Quoted-printable over bytes, called by ContentCoding.cpp.  Both directions alternate
-// between a plain run, which is copied as it is, and the one odd byte behind it.  Only the
-// copying of runs is done in two ways, the Runs of the two templates.
+// Quoted-printable over bytes, called by ContentCoding.cpp.  Decoding alternates between runs of
+// the usual form and the odd place behind each, encoding goes line by line; the runs and the
+// lines have plain forms here and vectorised ones in simd/quoted_printable.inc.
 
 #include "foundation/coding/quoted_printable.h"
 
@@ -10,11 +10,7 @@
 
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
-
-#if defined(__SSE2__) && defined(__GNUC__)
-#define QP_SSE2 1
-#include <emmintrin.h>
-#endif
+#include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::quoted_printable {
 namespace {
@@ -25,8 +21,8 @@ constexpr size_t kLineChars = 76;
 // What stands for itself.  RFC 2045 6.7 would let "^" stand as well; see ContentCoding.h.
 constexpr ByteSet kPlain = ByteSet("\t").range(' ', '~').without("=^");
 
-// What the blocks of a run may write behind the end of the encoded text.
-constexpr size_t kSlack = 32;
+// What the vectorised loops may write behind the end of the encoded text.
+constexpr size_t kSlack = 128;
 
 // The byte for two hexadecimal digits of either case, or a number above 255.
 struct HexPairs {
@@ -63,127 +59,26 @@ struct DecodePlace {
     bool afterBlank() const { return p != begin && bytes::isBlank(p[-1]); }
 };
 
-struct ScalarRuns {
-    static void copyEncoded(DecodePlace& at) {
-        const char* p = at.p;
-        char* out = at.out;
-        bool blank = at.afterBlank();
-        for (; p != at.end && *p != '='; ++p) {
-            if (blank && (*p == '\n' || *p == '\r')) break;
-            blank = bytes::isBlank(*p);
-            *out++ = *p;
-        }
-        at.p = p;
-        at.out = out;
-    }
+}  // namespace
 
-    // Copies up to `most` bytes that stand for themselves, and gives their number.
-    static size_t copyPlain(const char* p, size_t most, const char*, char* out) {
-        size_t n = 0;
-        for (; n < most && kPlain.has(p[n]); ++n) out[n] = p[n];
-        return n;
-    }
-};
+namespace scalar {
 
-#ifdef QP_SSE2
-// 32 bytes as two registers, and the questions asked about them as masks of 32 bits.
-struct Block {
-    __m128i low, high;
+static void copyEncoded(DecodePlace& at) {
+    const char* p = at.p;
+    char* out = at.out;
+    bool blank = at.afterBlank();
+    for (; p != at.end && *p != '='; ++p) {
+        if (blank && (*p == '\n' || *p == '\r')) break;
+        blank = bytes::isBlank(*p);
+        *out++ = *p;
+    }
+    at.p = p;
+    at.out = out;
+}
 
-    explicit Block(const char* p)
-        : low(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))),
-          high(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16))) {}
+}  // namespace scalar
 
-    void store(char* out) const {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), low);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), high);
-    }
-    static uint32_t mask(__m128i a, __m128i b) {
-        return static_cast<uint32_t>(_mm_movemask_epi8(a)) |
-               static_cast<uint32_t>(_mm_movemask_epi8(b)) << 16;
-    }
-    uint32_t equal(char c) const {
-        const __m128i all = _mm_set1_epi8(c);
-        return mask(_mm_cmpeq_epi8(low, all), _mm_cmpeq_epi8(high, all));
-    }
-    uint32_t equal(char c, char d) const {
-        const __m128i c16 = _mm_set1_epi8(c), d16 = _mm_set1_epi8(d);
-        return mask(_mm_or_si128(_mm_cmpeq_epi8(low, c16), _mm_cmpeq_epi8(low, d16)),
-                    _mm_or_si128(_mm_cmpeq_epi8(high, c16), _mm_cmpeq_epi8(high, d16)));
-    }
-    // Signed: bytes from 0x80 on are below every character of ASCII.
-    uint32_t below(char c) const {
-        const __m128i all = _mm_set1_epi8(c);
-        return mask(_mm_cmplt_epi8(low, all), _mm_cmplt_epi8(high, all));
-    }
-};
-
-unsigned lowestBit(uint32_t mask) { return static_cast<unsigned>(__builtin_ctz(mask)); }
-
-struct BlockRuns {
-    // Takes the odd bytes of the usual forms as well, so that one look at a block serves all
-    // that it holds.  The last of them may reach 2 bytes beyond it, and 32 are copied behind.
-    static void copyEncoded(DecodePlace& at) {
-        uint32_t blankBefore = at.afterBlank();
-        while (at.end - at.p >= 34 + 32) {
-            const Block block(at.p);
-            const uint32_t blanks = block.equal(' ', '\t');
-            const uint32_t stops =
-                block.equal('=') | (block.equal('\n', '\r') & (blanks << 1 | blankBefore));
-            block.store(at.out);
-            if (!copyBetween(at, stops)) return;
-            blankBefore = blanks >> 31;
-        }
-        ScalarRuns::copyEncoded(at);
-    }
-
-    // What lies between the stops of the block at `at.p`, and escapes and soft breaks of the
-    // usual form, "=C3" and "=\r\n".  Both are three characters, so that they are told apart
-    // without a branch, which would often be guessed wrong; the byte written for a soft
-    // break does not count.  False when it came to a stop of another kind.
-    static bool copyBetween(DecodePlace& at, uint32_t stops) {
-        const char* const block = at.p;
-        unsigned done = 0;
-        char* out = at.out;
-        for (; stops; stops &= stops - 1) {
-            const unsigned stop = lowestBit(stops);
-            const char* const p = block + stop;
-            out += stop - done;
-            const unsigned value = kHexPairs.value(p[1], p[2]);
-            const bool isSoftBreak = (p[1] == '\r') & (p[2] == '\n');
-            if ((*p != '=') | ((value > 255) & !isSoftBreak)) {
-                at.p = p;
-                at.out = out;
-                return false;
-            }
-            *out = static_cast<char>(value);
-            out += !isSoftBreak;
-            done = stop + 3;
-            Block(p + 3).store(out);
-        }
-        const unsigned next = done < 32 ? 32 : done;
-        at.p = block + next;
-        at.out = out + (next - done);
-        return true;
-    }
-
-    // `end` is that of the data, up to which blocks may be read.
-    static size_t copyPlain(const char* p, size_t most, const char* end, char* out) {
-        size_t n = 0;
-        while (n < most && end - (p + n) >= 32) {
-            const Block block(p + n);
-            block.store(out + n);
-            const uint32_t odd = (block.below(' ') & ~block.equal('\t')) | block.equal('=', '^') |
-                                 block.equal('\x7F');
-            n += odd ? lowestBit(odd) : 32;
-            if (odd) return n < most ? n : most;
-        }
-        return n < most ? n + ScalarRuns::copyPlain(p + n, most - n, end, out + n) : most;
-    }
-};
-#else
-using BlockRuns = ScalarRuns;
-#endif
+namespace {
 
 // -- Decoding
 
@@ -232,11 +127,11 @@ void decodeLineEnd(DecodePlace& at) {
     *at.out++ = *at.p++;
 }
 
-template <class Runs>
+template <void (*CopyEncoded)(DecodePlace& at)>
 unsigned char* decodeWith(const char* text, size_t n, unsigned char* out) {
     DecodePlace at = {text, text, text + n, reinterpret_cast<char*>(out)};
     for (;;) {
-        Runs::copyEncoded(at);
+        CopyEncoded(at);
         if (at.p == at.end) break;
         *at.p == '=' ? decodeEscape(at) : decodeLineEnd(at);
     }
@@ -270,22 +165,42 @@ bool needsEscape(const char* p, const char* end) {
     return !kPlain.has(*p) || (p + 1 == end && bytes::isBlank(*p));
 }
 
-// One line of the input, without its CRLF, as one or more lines.
-template <class Runs>
-char* encodeLine(const char* p, const char* end, const char* dataEnd, char* out) {
-    size_t column = 0;
+// The next CRLF, or `end`.
+const char* findLineBreak(const char* p, const char* end) {
+    for (; p != end; ++p) {
+        p = static_cast<const char*>(std::memchr(p, '\r', distance(p, end)));
+        if (p == nullptr) break;
+        if (end - p >= 2 && p[1] == '\n') return p;
+    }
+    return end;
+}
+
+using LineEncoder = char*(const char* p, const char* end, const char* dataEnd, char* out);
+
+template <LineEncoder Encode>
+char* encodeWith(const unsigned char* data, size_t n, char* out) {
+    const auto* p = reinterpret_cast<const char*>(data);
+    const char* const end = p + n;
     while (p != end) {
-        const bool harmful = column == 0 && isHarmfulAsLine(p, end);
-        if (!harmful) {
-            // The last byte is left to the steps below, which know what only that may do.
-            const size_t left = distance(p, end) - 1;
-            const size_t room = kLineChars - 1 - column;
-            const size_t run = Runs::copyPlain(p, left < room ? left : room, dataEnd, out);
-            p += run;
-            out += run;
-            column += run;
-        }
-        const bool escape = harmful || needsEscape(p, end);
+        const char* const lineEnd = findLineBreak(p, end);
+        out = Encode(p, lineEnd, end, out);
+        p = lineEnd;
+        if (p == end) break;
+        std::memcpy(out, p, 2);
+        out += 2;
+        p += 2;
+    }
+    return out;
+}
+
+}  // namespace
+
+namespace scalar {
+
+// One line of the input, without its CRLF, as one or more lines.
+static char* encodeLine(const char* p, const char* end, const char*, char* out) {
+    for (size_t column = 0; p != end;) {
+        const bool escape = needsEscape(p, end) || (column == 0 && isHarmfulAsLine(p, end));
         const size_t limit = p + 1 == end ? kLineChars : kLineChars - 1;
         if (column + (escape ? 3 : 1) > limit) {
             out = putSoftBreak(out);
@@ -300,61 +215,47 @@ char* encodeLine(const char* p, const char* end, const char* dataEnd, char* out)
     return out;
 }
 
-// The next CRLF, or `end`.
-const char* findLineBreak(const char* p, const char* end) {
-    for (; p != end; ++p) {
-        p = static_cast<const char*>(std::memchr(p, '\r', distance(p, end)));
-        if (p == nullptr) break;
-        if (end - p >= 2 && p[1] == '\n') return p;
-    }
-    return end;
+size_t countEscapes(const char* p, size_t n) {
+    size_t count = 0;
+    for (size_t i = 0; i < n; ++i) count += !kPlain.has(p[i]);
+    return count;
 }
 
-template <class Runs>
-char* encodeWith(const unsigned char* data, size_t n, char* out) {
-    const auto* p = reinterpret_cast<const char*>(data);
-    const char* const end = p + n;
-    while (p != end) {
-        const char* const lineEnd = findLineBreak(p, end);
-        out = encodeLine<Runs>(p, lineEnd, end, out);
-        p = lineEnd;
-        if (p == end) break;
-        std::memcpy(out, p, 2);
-        out += 2;
-        p += 2;
-    }
-    return out;
+char* encode(const unsigned char* data, size_t n, char* out) {
+    return encodeWith<encodeLine>(data, n, out);
 }
+
+unsigned char* decode(const char* text, size_t n, unsigned char* out) {
+    return decodeWith<copyEncoded>(text, n, out);
+}
+
+}  // namespace scalar
+
+namespace {
+
+#define SIMD_KERNELS "foundation/simd/quoted_printable.inc"
+#include "foundation/simd/each_level.inc"
+
+constexpr auto kCountEscapes = SIMD_KERNEL(countEscapes);
+constexpr auto kEncode = SIMD_KERNEL(encode);
+constexpr auto kDecode = SIMD_KERNEL(decode);
 
 }  // namespace
+
+size_t countEscapes(const char* p, size_t n) { return kCountEscapes.now()(p, n); }
 
 // A line that ends in a soft break holds 73 characters or more, of which at most 2 come from
 // an escape for its place; 3 are the break itself.  The other escapes for a place come once
 // in a line of the input: CR and LF are counted as escapes, which leaves 4 for them.
 uint64_t encodedBound(const unsigned char* data, size_t n) {
-    uint64_t chars = n;
-    for (size_t i = 0; i < n; ++i) chars += kPlain.has(static_cast<char>(data[i])) ? 0U : 2U;
+    const uint64_t chars = n + 2 * uint64_t{countEscapes(reinterpret_cast<const char*>(data), n)};
     return chars + (chars / 71 + 1) * 5 + 4 + kSlack;
 }
 
-namespace scalar {
-
-char* encode(const unsigned char* data, size_t n, char* out) {
-    return encodeWith<ScalarRuns>(data, n, out);
-}
+char* encode(const unsigned char* data, size_t n, char* out) { return kEncode.now()(data, n, out); }
 
 unsigned char* decode(const char* text, size_t n, unsigned char* out) {
-    return decodeWith<ScalarRuns>(text, n, out);
-}
-
-}  // namespace scalar
-
-char* encode(const unsigned char* data, size_t n, char* out) {
-    return encodeWith<BlockRuns>(data, n, out);
-}
-
-unsigned char* decode(const char* text, size_t n, unsigned char* out) {
-    return decodeWith<BlockRuns>(text, n, out);
+    return kDecode.now()(text, n, out);
 }
 
 }  // namespace mimetree::inner::quoted_printable
