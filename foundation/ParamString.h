@@ -21,6 +21,8 @@ public:
     const char* getParam(int index) const;
 
 private:
+    bool holds(const char* p) const;
+
     StringBuffer m_text;
     ExtPtrArraySb m_quoted;
 };

@@ -27,6 +27,7 @@ public:
 
     void copy(const _zqCharset& other) { *this = other; }
     void clear();
+    bool holds(const char* p) const { return m_name.owns(p); }  // a pointer into the name
 
     // The code page of a name as for setByName; 0 when it is not known.
     static int codePageOf(const char* name, unsigned int length);

@@ -33,6 +33,9 @@ public:
     void buildMimeHeaderValue(StringBuffer& out, const _zqCharset& charset, bool reserved1,
                               bool reserved2, LogBase& log) const;
 
+    // True for a pointer into one of the texts.
+    bool holds(const char* p) const;
+
     StringBuffer m_type;          // "text/plain", as written
     StringBuffer m_name;          // name
     StringBuffer m_protocol;      // protocol (RFC 1847)

@@ -19,7 +19,7 @@ void require(bool law) {
     if (!law) std::abort();
 }
 
-constexpr unsigned kTooLarge = 1u << 16;
+constexpr unsigned kTooLarge = 1u << 14;
 
 const char* const kTexts[] = {
     nullptr,

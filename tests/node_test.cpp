@@ -191,6 +191,12 @@ TEST(Node, CharsetsForTextAndMessageOnly) {
 }
 
 TEST(Node, BodiesAndSignedDataFromTheNodeItself) {
+    _zqContentType type;
+    _zqCharset charset;
+    type.m_name.setString("a/b; charset=koi8-r; boundary=\"a text that lies on the heap\"");
+    type.loadFromMimeHeaderValue(type.m_name.getString(), charset, noLog);
+    EXPECT_EQ(str(type.m_type) + charset.getName() + str(type.m_boundary),
+              "a/bkoi8-ra text that lies on the heap");
     const NodePtr node = leaf("A: 1", "0123456789");
     DataBuffer out = db("old");
     node->copyMimeBody(out, noLog);

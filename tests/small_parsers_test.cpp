@@ -37,6 +37,16 @@ const TextRow kQuotedRows[] = {
 TEST(ParamString, Rows) { expectRows(kQuotedRows, quotedParts); }
 
 // Would take minutes if each part looked for its end in the rest of the text.
+TEST(ParamString, TakesItsOwnText) {
+    ParamString params;
+    params.setString("a=\"b=\\\"a text that lies on the heap\\\" c\"", true);
+    params.setString(params.getParam(0), true);
+    EXPECT_EQ(params.getString() + std::string(params.getParam(0)),
+              "b=<[[0]]> ca text that lies on the heap");
+    params.setString(params.getString(), true);
+    EXPECT_STREQ(params.getString(), "b=<[[0]]> c");
+}
+
 TEST(ParamString, HostileQuotes) {
     for (const char* end : {"", "=\""}) {
         ParamString params;

@@ -79,7 +79,18 @@ void appendUnescaped(const char* p, const char* end, StringBuffer& out) {
 
 }  // namespace
 
+bool ParamString::holds(const char* p) const {
+    for (int i = 0; i < m_quoted.getSize(); ++i)
+        if (m_quoted.elementAt(i)->owns(p)) return true;
+    return m_text.owns(p);
+}
+
 void ParamString::setString(const char* text, bool) {
+    StringBuffer copy;
+    if (holds(text)) {
+        copy.setString(text);
+        text = copy.getString();
+    }
     m_text.clear();
     m_quoted.removeAllSbs();
     if (!text) return;

@@ -81,8 +81,12 @@ bool ContentCoding::decodeStarEncoded(const StringBuffer& value, const char* cha
         nameSize = static_cast<unsigned>(std::strlen(name));
         codePage = isUtf8 ? 65001 : 1252;
     }
-    if (raw.isEmpty()) return outCharset.appendN(name, nameSize);
-    if (!EncodingConvert::EncConvert(codePage, 65001, raw.getData2(), raw.getSize(), utf8, log))
+    StringBuffer usedName;  // the outputs may be what is read
+    if (!usedName.setStringN(name, nameSize) ||
+        !EncodingConvert::EncConvert(codePage, 65001, raw.getData2(), raw.getSize(), utf8, log) ||
+        !outText.append(utf8))
         return false;
-    return outText.append(utf8) && outCharset.appendN(name, nameSize);
+    if (outCharset.append(usedName)) return true;
+    outText.shorten(utf8.getSize());
+    return false;
 }

@@ -221,7 +221,18 @@ void _zqContentType::copyFrom(const _zqContentType& other) {
     m_formatFlowed = other.m_formatFlowed;
 }
 
+bool _zqContentType::holds(const char* p) const {
+    for (const Param& param : kParams)
+        if (param.field && (this->*param.field).owns(p)) return true;
+    return m_type.owns(p);
+}
+
 void _zqContentType::loadFromMimeHeaderValue(const char* value, _zqCharset& charset, LogBase& log) {
+    StringBuffer copy;
+    if (charset.holds(value) || holds(value)) {
+        copy.setString(value);
+        value = copy.getString();
+    }
     clear();
     charset.clear();
     if (!value) return;

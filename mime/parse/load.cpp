@@ -60,14 +60,8 @@ private:
 
 // Whether `p` points into one of the strings of the node, which all may change in a load.
 bool MimeMessage2::isWithinString(const char* p) const {
-    const _zqContentType& type = m_contentType;
-    for (const StringBuffer* own :
-         {&type.m_type, &type.m_name, &type.m_protocol, &type.m_micalg, &type.m_boundary,
-          &type.m_smimeType, &type.m_subType, &type.m_reportType, &m_disposition,
-          &m_contentTransferEncoding, &m_filename, &m_contentId})
-        if (own->owns(p)) return true;
-    const char* const charset = m_charset.getName();
-    return p >= charset && p <= charset + std::strlen(charset);
+    return m_contentType.holds(p) || m_charset.holds(p) || m_disposition.owns(p) ||
+           m_contentTransferEncoding.owns(p) || m_filename.owns(p) || m_contentId.owns(p);
 }
 
 // -- Entry points
