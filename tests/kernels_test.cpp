@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "foundation/EncodingConvert.h"
+#include "foundation/LogNull.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/line_ends.h"
 #include "foundation/bytes/utf8.h"
@@ -82,6 +84,25 @@ std::string crlf(std::string_view in) {
     return std::string(room.data(), room.size());
 }
 
+// Texts in charsets of one byte a character, some characters of which take three bytes of UTF-8 and
+// some are not in the other charset.
+template <int From, int To>
+std::string converted(std::string_view in) {
+    DataBuffer out;
+    LogNull log;
+    EncodingConvert::EncConvert(From, To, raw(in), static_cast<unsigned>(in.size()), out, log);
+    return str(out);
+}
+
+template <int From, int To>
+std::string convertedPlainly(std::string_view in) {
+    const simd::Level before = simd::g_level;
+    simd::force(simd::Level::Plain);
+    const std::string out = converted<From, To>(in);
+    simd::force(before);
+    return out;
+}
+
 // `sets` are the alphabets that inputs are made of, a random one for each; "" is all bytes.
 struct Twins {
     const char* name;
@@ -98,6 +119,7 @@ std::string mostly(std::string_view plain, std::string_view odd, size_t times) {
     return set + std::string(odd);
 }
 
+#define CONVERTED(from, to) #from " to " #to, converted < from, to>, convertedPlainly < from, to>
 #define TWINS(space, name, through) #name, through < space::name>, through < space::scalar::name>
 
 std::vector<Twins> allTwins() {
@@ -116,6 +138,10 @@ std::vector<Twins> allTwins() {
         {TWINS(quoted_printable, countEscapes, run), {lightQp, ""}},
         {TWINS(quoted_printable, encode, encodeQp), {"ab", lightQp, "a\xC3=. \r\n", "From ", ""}},
         {TWINS(quoted_printable, decode, decodeQp), {lightQp, "= \t\r\n4aG", "=C3A", ""}},
+        {CONVERTED(1251, 65001), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
+        {CONVERTED(1251, 1251), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
+        {CONVERTED(1252, 1253), {ascii, ""}},
+        {CONVERTED(65001, 1251), {"\xD0\xB0", "\xD0\xB0\xE2\x80\x93 a", ""}},
         {"LF to CRLF",
          crlf<countIncomplete, complete, BareCr::Stays>,
          crlf<scalar::countIncomplete, scalar::complete, BareCr::Stays>,

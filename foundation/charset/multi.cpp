@@ -104,7 +104,8 @@ bool decodePairs(const Codec&, Source in, Output& out) {
 template <uint32_t (*CodeAt)(unsigned, unsigned), uint32_t (*TakeCode)(Source&)>
 bool encodePairs(const Codec&, Source in, Output& out) {
     const auto codeAt = [](unsigned page, unsigned place) { return CodeAt(page, place); };
-    return encodePlain<2>(in, out, codeAt, TakeCode);
+    const auto encodeCommon = [&](Source& rest, Output& to) { encodeRun<2>(rest, to, codeAt); };
+    return encodePlain(in, out, encodeCommon, TakeCode);
 }
 
 template <uint32_t (*CodeOf)(char32_t)>

@@ -174,13 +174,13 @@ void encodeRun(Source& in, Output& out, CodeAt codeAt) {
 // nothing in a charset that lacks the character.
 Source behindMark(Source in);
 
-// Encodes with codes of one to four bytes that leave ASCII as it is.  `takeCode` reads a
-// character of any kind.
-template <unsigned Size, class CodeAt, class TakeCode>
-bool encodePlain(Source in, Output& out, CodeAt codeAt, TakeCode takeCode) {
+// Encodes with codes of one to four bytes that leave ASCII as it is.  `encodeCommon` takes runs of
+// what is common, `takeCode` reads a character of any kind.
+template <class EncodeCommon, class TakeCode>
+bool encodePlain(Source in, Output& out, EncodeCommon encodeCommon, TakeCode takeCode) {
     if (Source mark = in; behindMark(in).p != in.p && takeCode(mark) == 0) in = mark;
     while (!in.isEmpty()) {
-        encodeRun<Size>(in, out, codeAt);
+        encodeCommon(in, out);
         if (in.isEmpty()) break;
         if (!out.room(kAhead)) return false;
         if (*in.p < 0x80) *out.at++ = *in.p++;

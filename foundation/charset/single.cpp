@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "foundation/charset/runs.h"
+#include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::charset {
 namespace {
@@ -24,6 +25,7 @@ struct SingleByte {
         for (unsigned i = 0; i < 128; ++i) {
             const char16_t c = points[i];
             ready[128 + i] = makeReady(c ? c : kReplacement);
+            for (unsigned k = 0; k < 3; ++k) planes[k][i] = ready[128 + i].utf8[k];
             if (c == 0) continue;
             if (pageOf[c / kPage] == 0) pageOf[c / kPage] = static_cast<unsigned char>(pages++);
             byteOf[pageOf[c / kPage]][c % kPage] = static_cast<unsigned char>(128 + i);
@@ -33,6 +35,7 @@ struct SingleByte {
     unsigned at(unsigned page, unsigned place) const { return byteOf[pageOf[page]][place]; }
 
     Ready ready[256] = {};
+    unsigned char planes[3][128] = {};  // the bytes of UTF-8 of 0x80 to 0xFF
     unsigned char pageOf[0x10000 / kPage] = {};
     unsigned char byteOf[kPages][kPage] = {};  // 0 for what has none
 };
@@ -46,36 +49,53 @@ uint32_t codeOf(const Codec& codec, char32_t c) {
     return c < 0x80 ? c : c > 0xFFFF ? 0 : tableOf(codec).at(c / kPage, c % kPage);
 }
 
+struct CodeAt {
+    const SingleByte& table;
+    unsigned operator()(unsigned page, unsigned place) const { return table.at(page, place); }
+};
+
+namespace scalar {
+
 // Blocks of 8: ASCII as it is, others byte by byte without a look at what they are.
-void decodeBlocks(const Ready* ready, Source& in, Output& out) {
+void decodeText(const SingleByte& table, Source& in, Output& out) {
     constexpr size_t kBlock = 8, kRoom = 3 * kBlock + 1;
     while (in.size() >= kBlock && out.spare() >= kRoom) {
-        if (copyAscii8(in.p, out.at) == kBlock) {
-            out.at += kBlock;
-        } else {
-            unsigned char* at = out.at;
-            for (size_t i = 0; i < kBlock; ++i) copyReady(ready[in.p[i]], at);
-            out.at = at;
-        }
+        unsigned char* at = out.at;
+        if (copyAscii8(in.p, at) == kBlock) at += kBlock;
+        else
+            for (size_t i = 0; i < kBlock; ++i) copyReady(table.ready[in.p[i]], at);
+        out.at = at;
         in.p += kBlock;
     }
 }
 
+void encodeText(const SingleByte& table, Source& in, Output& out) {
+    encodeRun<1>(in, out, CodeAt{table});
+}
+
+}  // namespace scalar
+
+#define SIMD_KERNELS "foundation/simd/single_byte.inc"
+#include "foundation/simd/each_level.inc"
+
+constexpr auto kDecodeText = SIMD_KERNEL(decodeText);
+constexpr auto kEncodeText = SIMD_KERNEL(encodeText);
+
 bool decode(const Codec& codec, Source in, Output& out) {
-    const Ready* const ready = tableOf(codec).ready;
+    const SingleByte& table = tableOf(codec);
     for (;;) {
-        decodeBlocks(ready, in, out);
+        kDecodeText.now()(table, in, out);
         if (in.isEmpty()) return true;
-        if (!out.room(sizeof(Ready))) return false;
-        copyReady(ready[*in.p++], out.at);
+        if (!out.room(kAhead)) return false;
+        copyReady(table.ready[*in.p++], out.at);
     }
 }
 
 bool encode(const Codec& codec, Source in, Output& out) {
     const SingleByte& table = tableOf(codec);
-    return encodePlain<1>(
-        in, out, [&table](unsigned page, unsigned place) { return table.at(page, place); },
-        [&codec](Source& rest) { return codeOf(codec, utf8::next(rest.p, rest.end)); });
+    const auto encodeCommon = [&](Source& rest, Output& to) { kEncodeText.now()(table, rest, to); };
+    return encodePlain(in, out, encodeCommon,
+                       [&](Source& rest) { return codeOf(codec, utf8::next(rest.p, rest.end)); });
 }
 
 template <const char16_t (&Points)[128]>
