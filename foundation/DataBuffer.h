@@ -20,7 +20,9 @@ public:
     DataBuffer(DataBuffer&& other) noexcept;
     DataBuffer& operator=(const DataBuffer& other);
     DataBuffer& operator=(DataBuffer&& other) noexcept;
-    ~DataBuffer();
+    ~DataBuffer() {
+        if (m_data || m_shared) dropStorage();
+    }
 
     // -- Reading
 
@@ -87,7 +89,11 @@ public:
     char* release(unsigned int& capacity);
     void swap(DataBuffer& other) noexcept;
     void shorten(unsigned int n);  // drops the last n bytes, or all of them
-    void clear();                  // gives the storage back
+    void clear() {                 // gives the storage back
+        if (m_data || m_shared) dropStorage();
+        m_size = m_capacity = 0;
+        m_failed = false;
+    }
 
     // Writes the bytes to the file named by the UTF-8 `path`, created or overwritten.
     // False when that did not work out; `log`, which may be null, has the reason.

@@ -9,6 +9,12 @@
 // answers false and marks the buffer (failed()) until it is cleared or set anew.  Nothing
 // throws.  Pointers given to a member may point into the buffer itself; null counts as
 // empty text.  Comparisons and searches work on all bytes of the buffer.
+//
+// Small members stand here so that they cost no call: a message makes thousands of buffers,
+// most of which never hold anything.
+
+#include <cstdlib>
+#include <cstring>
 
 #include "foundation/VantrelObject.h"
 #include "foundation/export.h"
@@ -18,12 +24,16 @@ class LogBase;
 
 class MIMETREE_API StringBuffer : public VantrelObject {
 public:
-    StringBuffer();
+    StringBuffer() { resetInline(); }
     StringBuffer(const StringBuffer& other);
     StringBuffer(StringBuffer&& other) noexcept;
     StringBuffer& operator=(const StringBuffer& other);
     StringBuffer& operator=(StringBuffer&& other) noexcept;
-    ~StringBuffer() override;
+    // The store must happen although the object ends here: isValidObject may look at it later.
+    ~StringBuffer() override {
+        if (onHeap()) std::free(heapData());
+        static_cast<volatile char&>(m_inline[kInlineBytes - 1]) = 0;
+    }
 
     // A heap buffer that holds `s`; the caller owns it.  Null when memory is exhausted.
     static StringBuffer* createNewSB(const char* s);
@@ -94,8 +104,16 @@ public:
     bool takeFromDb(DataBuffer& d);
     void swap(StringBuffer& other) noexcept;
 
-    void clear();      // gives the storage back
-    void weakClear();  // keeps it, for buffers that are reused in loops
+    // Gives the storage back.
+    void clear() {
+        if (onHeap()) std::free(heapData());
+        resetInline();
+    }
+    // Keeps it, for buffers that are reused in loops.
+    void weakClear() {
+        setTag(static_cast<unsigned char>(tag() & ~kFailed));
+        setSize(0);
+    }
 
     // -- Editing in place
 
@@ -137,11 +155,22 @@ private:
     unsigned char tag() const { return static_cast<unsigned char>(m_inline[kInlineBytes - 1]); }
     void setTag(unsigned char t) { m_inline[kInlineBytes - 1] = static_cast<char>(t); }
     bool onHeap() const { return (tag() & kHeap) != 0; }
-    char* heapData() const;
+    char* heapData() const {
+        char* block;
+        std::memcpy(&block, m_inline + 4, sizeof block);
+        return block;
+    }
     unsigned int capacity() const;
     void adoptHeap(char* block, unsigned int capacity);
-    void setSize(unsigned int n);
-    void resetInline();
+    void setSize(unsigned int n) {
+        m_size = n;
+        getString_rw()[n] = '\0';
+    }
+    void resetInline() {
+        m_size = 0;
+        m_inline[0] = '\0';
+        setTag(kAlive);
+    }
     bool refuse();
     bool grow(unsigned int needed);
     bool replaceAll(const char* from, unsigned fromSize, const char* to, unsigned toSize,
@@ -153,9 +182,3 @@ private:
 
 // A buffer of 32 bytes is what keeps a node below its memory bound.
 static_assert(sizeof(void*) != 8 || sizeof(StringBuffer) == 32, "StringBuffer has grown");
-
-inline char* StringBuffer::heapData() const {
-    char* block;
-    __builtin_memcpy(&block, m_inline + 4, sizeof block);
-    return block;
-}

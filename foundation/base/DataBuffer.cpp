@@ -55,8 +55,6 @@ DataBuffer& DataBuffer::operator=(DataBuffer&& other) noexcept {
     return *this;
 }
 
-DataBuffer::~DataBuffer() { dropStorage(); }
-
 void DataBuffer::swap(DataBuffer& other) noexcept {
     std::swap(m_data, other.m_data);
     std::swap(m_shared, other.m_shared);
@@ -74,12 +72,6 @@ void DataBuffer::dropStorage() const {
     }
     m_data = nullptr;
     m_shared = nullptr;
-}
-
-void DataBuffer::clear() {
-    dropStorage();
-    m_size = m_capacity = 0;
-    m_failed = false;
 }
 
 bool DataBuffer::makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n) {

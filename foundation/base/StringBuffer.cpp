@@ -34,8 +34,6 @@ size_t lengthOf(const char* s) { return s ? std::strlen(s) : 0; }
 
 // -- Storage
 
-StringBuffer::StringBuffer() { resetInline(); }
-
 StringBuffer::StringBuffer(const StringBuffer& other) : VantrelObject() {
     resetInline();
     setString(other);
@@ -59,24 +57,12 @@ StringBuffer& StringBuffer::operator=(StringBuffer&& other) noexcept {
     return *this;
 }
 
-// The store must happen although the object ends here: isValidObject may look at it later.
-StringBuffer::~StringBuffer() {
-    if (onHeap()) std::free(heapData());
-    static_cast<volatile char&>(m_inline[kInlineBytes - 1]) = 0;
-}
-
 bool StringBuffer::isValidObject() const {
     const char t = static_cast<const volatile char&>(m_inline[kInlineBytes - 1]);
     return (static_cast<unsigned char>(t) & ~(kHeap | kFailed)) == kAlive;
 }
 
 size_t StringBuffer::heapUsage() const { return onHeap() ? size_t(capacity()) + 1 : 0; }
-
-void StringBuffer::resetInline() {
-    m_size = 0;
-    m_inline[0] = '\0';
-    setTag(kAlive);
-}
 
 unsigned int StringBuffer::capacity() const {
     if (!onHeap()) return kInlineSize;
@@ -89,11 +75,6 @@ void StringBuffer::adoptHeap(char* block, unsigned int capacity) {
     std::memcpy(m_inline, &capacity, sizeof capacity);
     std::memcpy(m_inline + 4, &block, sizeof block);
     setTag(static_cast<unsigned char>(tag() | kHeap));
-}
-
-void StringBuffer::setSize(unsigned int n) {
-    m_size = n;
-    getString_rw()[n] = '\0';
 }
 
 bool StringBuffer::refuse() {
@@ -128,16 +109,6 @@ char* StringBuffer::extend(unsigned int n) {
     const unsigned int at = m_size;
     setSize(m_size + n);
     return getString_rw() + at;
-}
-
-void StringBuffer::clear() {
-    if (onHeap()) std::free(heapData());
-    resetInline();
-}
-
-void StringBuffer::weakClear() {
-    setTag(static_cast<unsigned char>(tag() & ~kFailed));
-    setSize(0);
 }
 
 void StringBuffer::swap(StringBuffer& other) noexcept {

@@ -30,7 +30,7 @@ MimeMessage2::MimeMessage2() : m_magic(kMagic) {}
 // looks at it.
 MimeMessage2::~MimeMessage2() {
     if (!isAlive()) return;
-    clear();
+    if (m_subParts.getSize() != 0) deleteTrees(m_subParts);
     static_cast<volatile uint32_t&>(m_magic) = 0;
 }
 

@@ -119,6 +119,7 @@ Loader::~Loader() {
 
 bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
     if (!data) size = 0;
+    root.clear();
     SourceText source(data, data + size);
     return finishLevels(openNode(root, source, data, size));
 }
@@ -223,7 +224,6 @@ Loader::Progress Loader::openNode(MimeMessage2& node, SourceText& source, const 
 
 Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const char* data,
                                   unsigned size) {
-    node.clear();
     if (!data) return Progress::Failed;
     if (const unsigned skip = mboxLineLength(data, size)) {
         m_log.verboseInfo("Skipping MBOX leading From line...");
