@@ -24,7 +24,6 @@
 #include <cstdint>
 
 #include "foundation/DataBuffer.h"
-#include "foundation/export.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/LogBase.h"
 #include "foundation/MimeHeader.h"
@@ -33,6 +32,7 @@
 #include "foundation/XString.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqContentType.h"
+#include "foundation/export.h"
 
 class ClsXml;
 class TreeNode;
@@ -200,7 +200,9 @@ public:
 
     // -- End of the header --------------------------------------------- header_end.cpp
 
-    // Finds the blank line that ends a header.  Where the line ends had to be repaired, *data
+    // Finds the blank line that ends a header in the sizeInOut bytes at *data; an end that is
+    // there already is only moved by what comes before all else.  *terminator is set where it
+    // is not CRLF CRLF in the text as it came.  Where the line ends had to be repaired, *data
     // and sizeInOut become those of a copy in one of the two buffers.
     void findEndOfHeader2(const char** data, unsigned int size, bool lenientLineEndings,
                           LogBase& log, bool reserved, StringBuffer& repairBuf,
@@ -367,8 +369,19 @@ public:
 private:
     friend class mimetree::inner::Loader;  // load.cpp: loads a tree without recursion
 
-    // What a body setter found out about the label of a text.
-    enum class Label { Right, ReallyWindows1252 };
+    // What a setter made of a body: UTF-8 because the caller said so; bytes that are no text;
+    // text that it left as it came; or what it converted.
+    enum class Stored : uint8_t { AsUtf8, NoText, AsItCame, Converted, ConvertedFrom1252 };
+
+    // How a body became what is stored, so that what was only read is written as it came.
+    // Void once another body is set.
+    struct Received {
+        Stored stored = Stored::AsUtf8;
+        int label = 0;        // code page of the node's charset when a load had stored the body
+        StringBuffer coding;  // and its transfer coding, where it is text that was left
+        int codePage = 0;     // from which it was converted
+        DataBuffer bytes;     // from which it was converted, kept where no way leads back to them
+    };
 
     class Held;
     bool isWithinString(const char* p) const;
@@ -385,13 +398,22 @@ private:
     void captureMainValue(const char* name, StringBuffer& out, LogBase& log) const;
     void cacheDispositionParams(const StringBuffer& field, LogBase& log);
     void recacheField(const StringBuffer& name, LogBase& log);
-    Label decodeBody(const char* encoding, const void* data, unsigned int size,
-                     const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
-    Label decodeQP(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
-                   LogBase& log);
-    void uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
-                      LogBase& log);
-    void convertBodyToUtf8(int codePage, LogBase& log);
+    Stored decodeBody(const char* encoding, const void* data, unsigned int size,
+                      const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
+    Stored decodeBase64(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                        LogBase& log);
+    Stored decodeQP(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                    LogBase& log);
+    Stored uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                        LogBase& log);
+    Stored store8bit(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+                     LogBase& log);
+    Stored convertBodyToUtf8(int codePage, LogBase& log);
+    void noteReceived(Stored stored);
+    bool isToBeConverted(int codePage, bool isText) const;
+    bool isReadAsText() const;
+    int wireCodePage(bool isText) const;
+    bool readsAsReceived(int codePage, LogBase& log) const;
     void appendPreamble(StringBuffer& out) const;
     bool loadPieces(const char* headerText, unsigned int headerSize, const unsigned char* body,
                     unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8, LogBase& log);
@@ -405,6 +427,8 @@ private:
 
     // Links nodes that wait for deletion, which must not need memory of its own.
     MimeMessage2* m_nextDoomed = nullptr;
+
+    Received m_received;
 
 public:
     uint32_t m_magic;      // validity marker, 0xa4ee21fb while the node lives

@@ -230,6 +230,11 @@ const TextRow kFooterRows[] = {
     {"joined encodings", "QQ==\r\nQUI=\r\nQUJD\r\n", "AABABC"},
     {"joined in one line", "QQ==Qg==", "AB"},
     {"joined, then a footer", "QQ==\nQg==\n___\nxxxx", "AB"},
+    {"white space is no footer", "QQ== \r\nQg==\t\r\n\x1A Qw== RE VG", "ABCDEF"},
+    {"one word behind padding", "QQ==\r\nSent\r\n", "A"},
+    {"prose behind no padding", "QUJD\r\nREVG\r\n\r\nFooter\r\nof this list\r\n", "ABCDEF"},
+    {"one word behind no padding", "QUJD\r\nbye\r\n", "ABCo'"},
+    {"prose alone is read all the same", "Sent by a robot", "I\xE9\xEDo&\xAB\xA1\xBA-"},
     {"junk in front of the padding is skipped", "Q*Q=\r\n", "A"},
 };
 

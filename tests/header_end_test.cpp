@@ -67,6 +67,9 @@ constexpr SearchRow kSearchRows[] = {
     {false, "A: 1\r\n\rb\n\r\n", nullptr, 4, "2", "\r\n\r"},
     {false, "A: 1\n\r\nb\n\n", nullptr, 4, "3", "\n\r\n"},
     {false, "A: 1\n\nb\n\r\n", nullptr, 4, "3!", "\n\n"},
+    {false, "A: 1\n\n\r\nb", nullptr, 4, "3!", "\n\n"},
+    // Behind a repair the search ends at a zero byte.
+    {false, "A: \0\nB: 2\n\nb"sv, nullptr, -1, "l"},
     {true, "A\n\r\nb\n\n", "A||b||", 1, "dma"},
     {false, "A: 1\r\r\nB: 2\r\r\n\r\r\nb\rc", nullptr, 12, "1", "\r\n\r\r\n"},
     {false, "A\r\r\r\nB: 2\r\r\nb\rc", "A|||\nB: 2||\nb|c", 1, "fr"},
@@ -100,6 +103,20 @@ TEST(HeaderEnd, Search) {
     }
 }
 
+// The end that the caller knows stays, and with it the terminator; sizeInOut bounds all.
+TEST(HeaderEnd, WhatTheCallerKnows) {
+    MimeMessage2 node;
+    StringBuffer buffers[2];
+    const char text[] = "A: 1\r\n\r\nb", *data = text, *end = text + 2, *terminator = "x";
+    for (unsigned size : {9u, 5u}) {
+        node.findEndOfHeader2(&data, 9, false, noLog, false, buffers[0], buffers[1], size, &end,
+                              &terminator);
+        EXPECT_EQ(end ? end - text : -1, size == 9 ? 2 : -1);
+        EXPECT_STREQ(terminator, size == 9 ? "x" : "\r\n\r\n");
+        end = nullptr;
+    }
+}
+
 TEST(HeaderEnd, OfACString) {
     MimeMessage2 node;
     EXPECT_STREQ(node.findEndOfHeader("A\r\rB\n\nC\r\n\r\nD"), "\r\n\r\nD");
@@ -110,7 +127,7 @@ TEST(HeaderEnd, OfACString) {
 }
 
 struct LoadRow {
-    const char *in, *out;
+    std::string_view in, out;
     bool isText = false;
 };
 
@@ -130,6 +147,7 @@ constexpr LoadRow kLoadRows[] = {
     {"From a|", "From a||"},
     {"From a|From b|A: 1||b", "From -|From b|A: 1||b"},
     {"From a||From b||b", "From -|From b||b"},
+    {"From \0|A: 1||b"sv, "From -|From \0|A: 1||b"sv},
     {"from a|A: 1||b", "from a|A: 1||b"},
     {"From: a|A: 1||b", "From: a|A: 1||b"},
     {"From a||body", "body||"},
@@ -137,7 +155,6 @@ constexpr LoadRow kLoadRows[] = {
 
 TEST(Load, HeaderAndBody) {
     for (const LoadRow& row : kLoadRows) {
-        SCOPED_TRACE(row.in);
         const std::string in = crlf(row.in);
         EXPECT_EQ(barred(written(*(row.isText ? fromText(in) : fromBytes(in)))), row.out);
     }
@@ -169,6 +186,11 @@ TEST(Load, EntryPoints) {
         EXPECT_EQ(linesOf(log), error);
         large.appendChar('a');
     }
+    // An empty text has no charset, but says so.
+    node = fromBytes("Content-Type: text/plain; charset=koi8-r\r\n\r\n");
+    StringBuffer nothing;
+    EXPECT_TRUE(node->loadMimeComplete(nothing, noLog, false));
+    EXPECT_STREQ(node->getCharset(), "");
 }
 
 TEST(Load, Utf8FlagAndClueReachTheHeaders) {

@@ -84,7 +84,7 @@ TEST(UuDecodeAttachment, OnlyOfThatCoding) {
     static constexpr const char* kRows[][4] = {
         // Coding, body; coding and body then.
         {"x-uuencode", "begin 644 cat.txt\r\n#0V%T\r\n`\r\nend\r\n", "base64", "Cat"},
-        {"X-UUencode", "no begin line", "base64", ""},
+        {"X-UUencode", "no begin line", "base64", "no begin line"},
         {"uuencode", "begin", "uuencode", "begin"},
     };
     for (const auto& [coding, body, newCoding, newBody] : kRows) {

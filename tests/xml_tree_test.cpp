@@ -61,17 +61,16 @@ std::string meaningOf(const std::string& name, const std::string& value) {
 }
 
 // All that must survive, a line each.  An attachment has the charset that its header names
-// only when it is read from XML; its bytes tell whether that does any harm.
+// only when it is read from XML; what is read again tells whether that does any harm.
 std::string factsOf(MimeMessage2& root) {
     std::string out;
     for (MimeMessage2* node : nodesOf(root)) {
-        DataBuffer wire;
-        node->getMimeBodyEncodedDb(wire, noLog);
+        const std::string again = node->isMultipart() ? "" : bodyOf(*fromBytes(written(*node)));
         out += std::string(node->getContentType()) + "|" +
                (node->isAttachment(noLog) ? "" : node->getCharset()) + "|" +
                node->getContentEncoding() + "|" + node->getDisposition() + "|" +
                escaped(str(node->m_filename) + "|" + str(node->m_contentType.m_name) + "|" +
-                       bodyOf(*node) + "|" + str(wire)) +
+                       bodyOf(*node) + "|" + again) +
                std::to_string(node->getNumParts());
         for (int i = 0; i < node->getNumHeaderFields(); ++i) {
             StringBuffer name, value;

@@ -7,13 +7,11 @@
 #include "foundation/ContentCoding.h"
 
 #include <cstdint>
-#include <cstring>
 
-#include "foundation/bytes/ByteSet.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/coding/base64.h"
-#include "foundation/bytes/bytes.h"
+#include "foundation/coding/base64_footer.h"
 #include "foundation/coding/quoted_printable.h"
 
 using namespace mimetree::inner;
@@ -61,24 +59,6 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
     return true;
 }
 
-constexpr ByteSet kBase64Bytes = ByteSet("+/=").range('A', 'Z').range('a', 'z').range('0', '9');
-
-// Tolerated: plain text behind the padding, which mailing lists append to a body whatever its
-// coding.  Encodings that were joined go on behind their padding; a line that holds anything
-// but base64 does not belong to one.  Gives the size without such text.
-size_t sizeOfBase64(const char* text, size_t size) {
-    const char* const end = text + size;
-    const char* p = text;
-    while ((p = static_cast<const char*>(std::memchr(p, '=', static_cast<size_t>(end - p))))) {
-        while (p != end && (*p == '=' || bytes::isSpace(*p))) ++p;
-        const char* const line = p;
-        while (p != end && kBase64Bytes.has(*p)) ++p;
-        if (p != end && *p != '\r' && *p != '\n') return static_cast<size_t>(line - text);
-        if (p != line && p[-1] == '=') --p;
-    }
-    return size;
-}
-
 }  // namespace
 
 bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuffer& out) const {
@@ -86,7 +66,7 @@ bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuff
 }
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
-    const auto used = static_cast<unsigned int>(text ? sizeOfBase64(text, size) : 0);
+    const auto used = static_cast<unsigned int>(text ? base64::sizeWithoutFooter(text, size) : 0);
     return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
 }
 

@@ -87,11 +87,17 @@ MimeMessage2* MimeMessage2::getAppleDoubleAttachment(LogBase&) {
 }
 
 // Kept on purpose: the node is not marked modified.
+// Tolerated: a body that is not uuencoded after all; it stays as it is.
 void MimeMessage2::uuDecodeAttachment(LogBase& log) {
     if (!isAlive() || !m_contentTransferEncoding.equalsIgnoreCase("X-UUencode")) return;
     StringBuffer text;
-    text.takeFromDb(m_mimeBody);
-    Uu().uu_decode(text, m_mimeBody, log);
+    text.append(m_mimeBody);
+    DataBuffer decoded;
+    if (Uu().uu_decode(text, decoded, log)) {
+        clearMimeBody();
+        m_mimeBody.takeData(decoded);
+        noteReceived(Stored::NoText);
+    }
     LogNull silent;
     m_contentTransferEncoding.setString("base64");
     m_mimeHeader.replaceMimeFieldUtf8("Content-Transfer-Encoding", "base64", silent);

@@ -104,7 +104,7 @@ void MimeMessage2::urlEncodeBody(const char* charsetName, LogBase& log) {
     text.append(m_mimeBody);
     if (charset.getCodePage() != codepage::kUtf8)
         text.convertEncoding(codepage::kUtf8, charset.getCodePage(), log);
-    m_mimeBody.clear();
+    clearMimeBody();
     m_mimeBody.append(text);
     StringBuffer encoded;
     _zqUrlEncode::urlEncode3(m_mimeBody.getData2(), m_mimeBody.getSize(), encoded);

@@ -2,13 +2,16 @@
 
 // Reading a body in wire form: the stored UTF-8 is converted to the code page in which it is
 // to be sent, then the transfer coding is applied.  The six readers differ in what they count
-// as text and where the code page comes from.  serialize.cpp uses getMimeBodyEncodedDb.
+// as text and where the code page comes from.  serialize.cpp uses getMimeBodyEncodedDb.  A body
+// that was loaded and is unchanged is sent as it came.
 
 #include <atomic>
 #include <cstring>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/EncodingConvert.h"
+#include "foundation/LogNull.h"
+#include "foundation/_zqUtf.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
@@ -28,23 +31,18 @@ class WireBytes {
 public:
     explicit WireBytes(const DataBuffer& stored) : m_bytes(&stored) {}
 
-    // RFC 2781 4.3: UTF-16 is taken for big-endian when neither the name nor a mark tells the
-    // order.  Reading drops one mark: text that begins with its own gets another.
-    void writeMark(const _zqCharset& charset, LogBase& log) {
-        static constexpr unsigned char kMark[] = {0xEF, 0xBB, 0xBF};
-        const int codePage = charset.getCodePage();
-        const bool hasMark = m_bytes->getSize() >= sizeof kMark &&
-                             std::memcmp(m_bytes->getData2(), kMark, sizeof kMark) == 0;
-        if (charset.needsByteOrderMark() || (hasMark && codepage::isUtf16Or32(codePage)))
-            EncodingConvert::EncConvert(codepage::kUtf8, codePage, kMark, sizeof kMark, m_converted,
-                                        log);
-    }
+    void take(const DataBuffer& received) { m_bytes = &received; }
 
     void convertTo(int codePage, LogBase& log) {
         if (!EncodingConvert::EncConvert(codepage::kUtf8, codePage, m_bytes->getData2(),
                                          m_bytes->getSize(), m_converted, log))
             m_converted.markFailed();
         m_bytes = &m_converted;
+    }
+
+    void convertLabelled(const _zqCharset& charset, int codePage, LogBase& log) {
+        writeMark(charset, log);
+        convertTo(codePage, log);
     }
 
     // Marks `out` when memory ran out on the way to its bytes.
@@ -64,16 +62,68 @@ public:
     }
 
 private:
+    // RFC 2781 4.3: UTF-16 is taken for big-endian when neither the name nor a mark tells the
+    // order.  Reading drops one mark: text that begins with its own gets another.
+    void writeMark(const _zqCharset& charset, LogBase& log) {
+        static constexpr unsigned char kMark[] = {0xEF, 0xBB, 0xBF};
+        const int codePage = charset.getCodePage();
+        const bool hasMark = m_bytes->getSize() >= sizeof kMark &&
+                             std::memcmp(m_bytes->getData2(), kMark, sizeof kMark) == 0;
+        if (charset.needsByteOrderMark() || (hasMark && codepage::isUtf16Or32(codePage)))
+            EncodingConvert::EncConvert(codepage::kUtf8, codePage, kMark, sizeof kMark, m_converted,
+                                        log);
+    }
+
     const DataBuffer* m_bytes;
     DataBuffer m_converted;
 };
 
+}  // namespace
+
+// The code page in which the body is sent; UTF-8 where the stored bytes go out as they are.
 // Kept on purpose: US-ASCII goes out as ISO-8859-1, so that no byte is lost.
-int wireCodePage(int codePage) {
-    return codePage == codepage::kAscii ? codepage::kLatin1 : codePage;
+int MimeMessage2::wireCodePage(bool isText) const {
+    int codePage = m_charset.getCodePage();
+    if (codePage == codepage::kNone) return codepage::kUtf8;
+    if (codePage == codepage::kAscii) codePage = codepage::kLatin1;
+    return isToBeConverted(codePage, isText) ? codePage : codepage::kUtf8;
 }
 
-}  // namespace
+// Kept on purpose: "text/" anywhere in the field makes a loader read text, whatever the type.
+bool MimeMessage2::isReadAsText() const {
+    if (isMultipart()) return true;
+    StringBuffer field;
+    LogNull silent;
+    m_mimeHeader.getMimeFieldUtf8("content-type", field, silent);
+    return declaresText(field);
+}
+
+// What was read is sent as it was read while label and coding are still the same.  With other
+// ones, bytes that were kept are converted where that loses nothing.
+bool MimeMessage2::isToBeConverted(int codePage, bool isText) const {
+    const Stored stored = m_received.stored;
+    const bool isSameLabel = m_received.label == m_charset.getCodePage();
+    if (stored == Stored::AsUtf8) return isText;
+    if (stored != Stored::NoText && stored != Stored::AsItCame)
+        return isText || (isSameLabel && isReadAsText());
+    const bool isSameCoding =
+        stored == Stored::NoText || m_received.coding.equalsIgnoreCase(m_contentTransferEncoding);
+    if (!isText || (isSameLabel && isSameCoding)) return false;
+    const unsigned char* const body = m_mimeBody.getData2();
+    const unsigned size = m_mimeBody.getSize();
+    return _zqUtf::isValidUtf8(body, size, 0) &&
+           EncodingConvert::canHold(codePage, reinterpret_cast<const char*>(body), size);
+}
+
+// True when the body is still what its bytes, as they came in this code page, say.
+bool MimeMessage2::readsAsReceived(int codePage, LogBase& log) const {
+    const DataBuffer& bytes = m_received.bytes;
+    DataBuffer utf8;
+    return !bytes.isEmpty() && m_received.codePage == codePage &&
+           EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(), bytes.getSize(),
+                                       utf8, log) &&
+           utf8.equals(m_mimeBody);
+}
 
 // Kept on purpose: "text/" counts only in lower case; other XML types and JSON do not count.
 void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
@@ -87,10 +137,11 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
         codePage != codepage::kNone &&
         (type.beginsWith("text/") || type.containsSubstringNoCase("application/xml"));
     WireBytes wire(m_mimeBody);
-    if (isText && codePage != codepage::kUtf8) {
+    const int wireCp = isText ? wireCodePage(isText) : codepage::kUtf8;
+    if (wireCp != codepage::kUtf8) {
         log.verboseInfo("Converting MIME body from utf-8..");
-        wire.writeMark(m_charset, log);
-        wire.convertTo(wireCodePage(codePage), log);
+        if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
+        else wire.convertLabelled(m_charset, wireCp, log);
     }
     const Coding coding = codingOf(m_contentTransferEncoding);
     if (coding == Coding::None) {
@@ -112,10 +163,11 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
                         (type.beginsWith("text/") || type.containsSubstringNoCase("xml") ||
                          type.containsSubstringNoCase("json"));
     WireBytes wire(m_mimeBody);
-    if (isText && codePage != codepage::kUtf8) {
+    const int wireCp = wireCodePage(isText);
+    if (wireCp != codepage::kUtf8) {
         log.verboseInfo("Converting text from stored utf-8 to target code page.");
-        wire.writeMark(m_charset, log);
-        wire.convertTo(wireCodePage(codePage), log);
+        if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
+        else wire.convertLabelled(m_charset, wireCp, log);
     }
     const Coding coding = codingOf(m_contentTransferEncoding);
     if (coding == Coding::None) {

@@ -11,6 +11,7 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/Uu.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
@@ -97,6 +98,27 @@ bool looksLike1252(const DataBuffer& body) {
     return false;
 }
 
+// Tolerated: text labelled UTF-16LE that plainly is not.
+bool isPlainlyNoUtf16(const DataBuffer& body) {
+    return body.is7bit(k7bitProbe) && !body.containsChar('\0');
+}
+
+bool isAsciiText(const DataBuffer& body) {
+    return bytes::isAscii(reinterpret_cast<const char*>(body.getData2()), body.getSize());
+}
+
+// True where what was read tells no more what it was read from: bytes that are not valid, which
+// all become U+FFFD; 8-bit bytes in a charset of 7 bits, which are read by guess; a byte order
+// that may be another than the charset says.
+bool leadsNoWayBack(int codePage, const DataBuffer& received, const DataBuffer& utf8) {
+    if (codepage::isUtf16Or32(codePage)) {
+        if (markOf(received)) return true;
+    } else if (!EncodingConvert::keepsAscii(codePage) && !isAsciiText(received)) {
+        return true;
+    }
+    return utf8.containsSubstring("\xEF\xBF\xBD", utf8.getSize());
+}
+
 }  // namespace
 
 // -- By encoding
@@ -107,9 +129,9 @@ void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data,
     if (isAlive()) decodeBody(encoding, data, size, charset, isText, bIsUtf8, log);
 }
 
-MimeMessage2::Label MimeMessage2::decodeBody(const char* encoding, const void* data,
-                                             unsigned int size, const _zqCharset& declared,
-                                             bool isText, bool bIsUtf8, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* data,
+                                              unsigned int size, const _zqCharset& declared,
+                                              bool isText, bool bIsUtf8, LogBase& log) {
     OperationContext context(log, "setMimeBodyByEncoding");
     StringBuffer coding;
     coding.setString(encoding);
@@ -122,19 +144,25 @@ MimeMessage2::Label MimeMessage2::decodeBody(const char* encoding, const void* d
     m_modified = true;
     if (coding.equalsIgnoreCase2("quoted-printable", 16))
         return decodeQP(data, size, charset, isText, log);
-    if (coding.equalsIgnoreCase2("base64", 6)) {
-        setMimeBodyBase64(data, size, charset, isText, log);
-    } else if (coding.equalsIgnoreCase2("uuencode", 8)) {
-        uudecodeBody(data, size, charset, isText, log);
-    } else {
-        if (bIsUtf8) charset.setByCodePage(codepage::kUtf8);
-        setMimeBody8Bit_2(data, size, charset, isText, log);
-        // RFC 2046 5.2.1: an attached message may not be labelled binary.
-        if (coding.equalsIgnoreCase2("binary", 6) &&
-            m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
-            setContentEncoding("8bit", log);
-    }
-    return Label::Right;
+    if (coding.equalsIgnoreCase2("base64", 6))
+        return decodeBase64(data, size, charset, isText, log);
+    if (coding.equalsIgnoreCase2("uuencode", 8))
+        return uudecodeBody(data, size, charset, isText, log);
+    if (bIsUtf8) charset.setByCodePage(codepage::kUtf8);
+    const Stored stored = store8bit(data, size, charset, isText, log);
+    // RFC 2046 5.2.1: an attached message may not be labelled binary.
+    if (coding.equalsIgnoreCase2("binary", 6) &&
+        m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
+        setContentEncoding("8bit", log);
+    return bIsUtf8 ? Stored::AsUtf8 : stored;
+}
+
+// A body that was loaded is written without another thought: as it was stored when it was
+// not converted, and in its charset when it was, whatever the type.
+void MimeMessage2::noteReceived(Stored stored) {
+    m_received.stored = stored;
+    m_received.label = m_charset.getCodePage();
+    if (stored == Stored::AsItCame) m_received.coding.setString(m_contentTransferEncoding);
 }
 
 void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const StringBuffer& text,
@@ -153,18 +181,22 @@ void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const Str
 
 void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (!isAlive()) return;
+    if (isAlive()) decodeBase64(data, size, charset, isText, log);
+}
+
+MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size,
+                                                const _zqCharset& charset, bool isText,
+                                                LogBase& log) {
     OperationContext context(log, "setMimeBodyBase64");
     m_modified = true;
     const int codePage = charset.getCodePage();
     const NewBody fresh(m_mimeBody);
+    m_received = Received();
     ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
-    if (!isText || codePage == codepage::kNone || codePage == codepage::kUtf8) return;
-    // Tolerated: text labelled UTF-16LE that plainly is not.
-    if (codePage == codepage::kUtf16LE && m_mimeBody.is7bit(k7bitProbe) &&
-        !m_mimeBody.containsChar('\0'))
-        return;
-    convertBodyToUtf8(codePage, log);
+    if (!isText) return Stored::NoText;
+    if (codePage == codepage::kNone || codePage == codepage::kUtf8) return Stored::AsItCame;
+    if (codePage == codepage::kUtf16LE && isPlainlyNoUtf16(m_mimeBody)) return Stored::AsItCame;
+    return convertBodyToUtf8(codePage, log);
 }
 
 void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset,
@@ -172,64 +204,76 @@ void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqC
     if (isAlive()) decodeQP(data, size, charset, isText, log);
 }
 
-MimeMessage2::Label MimeMessage2::decodeQP(const void* data, unsigned int size,
-                                           const _zqCharset& charset, bool isText, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
+                                            const _zqCharset& charset, bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyQP");
     m_modified = true;
     const int codePage = charset.getCodePage();
     log.verboseLong("cp", codePage);
     const NewBody fresh(m_mimeBody);
+    m_received = Received();
     ContentCoding coding;
     if (isText && !codepage::isUtf16Or32(codePage)) coding.setTextBody(true);
     coding.decodeQuotedPrintable(static_cast<const char*>(data), size, m_mimeBody);
     if (!isText) {
         log.verboseInfo("Set quoted-printable non-text MIME body.");
-        return Label::Right;
+        return Stored::NoText;
     }
     if (const ByteOrderMark* mark = markOf(m_mimeBody)) {
         if (mark->message) log.verboseInfo(mark->message);
-        return Label::Right;
+        return Stored::AsItCame;
     }
     const QpText treatment = treatmentOf(codePage);
-    if (treatment == QpText::Keep) return Label::Right;
-    Label label = Label::Right;
+    if (treatment == QpText::Keep) return Stored::AsItCame;
     if (treatment == QpText::Examine && m_mimeBody.getSize() >= 2) {
-        if (namesAndIsUtf8(m_mimeBody)) return Label::Right;
+        if (namesAndIsUtf8(m_mimeBody)) return Stored::AsItCame;
         if (codePage == codepage::kLatin1 && looksLike1252(m_mimeBody)) {
             log.logError("Has invalid iso-8859-1 bytes..");
             std::atomic_ref<bool>(b_WasReally1252).store(true, std::memory_order_relaxed);
-            label = Label::ReallyWindows1252;
+            convertBodyToUtf8(codepage::kWindows1252, log);
+            return Stored::ConvertedFrom1252;
         }
     }
-    convertBodyToUtf8(label == Label::Right ? codePage : codepage::kWindows1252, log);
-    return label;
+    return convertBodyToUtf8(codePage, log);
 }
 
 // The body goes on as base64: uuencode is no MIME coding (RFC 2045 6).
-void MimeMessage2::uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset,
-                                bool isText, LogBase& log) {
+// Tolerated: a body that is not uuencoded after all; it stays as it is.
+MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int size,
+                                                const _zqCharset& charset, bool isText,
+                                                LogBase& log) {
     StringBuffer text;
     text.appendN(static_cast<const char*>(data), size);
     DataBuffer decoded;
-    Uu().uu_decode2(text.getString(), false, decoded, log);
-    setMimeBody8Bit_2(decoded.getData2(), decoded.getSize(), charset, isText, log);
+    if (!Uu().uu_decode(text, decoded, log)) decoded.append(text);
+    // As base64 it will be read by that rule, too.
+    const bool keeps = charset.getCodePage() == codepage::kUtf16LE && isPlainlyNoUtf16(decoded);
+    const Stored stored =
+        store8bit(decoded.getData2(), decoded.getSize(), charset, isText && !keeps, log);
     setContentEncoding("base64", log);
+    return stored;
 }
 
 void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (!isAlive()) return;
+    if (isAlive()) store8bit(data, size, charset, isText, log);
+}
+
+MimeMessage2::Stored MimeMessage2::store8bit(const void* data, unsigned int size,
+                                             const _zqCharset& charset, bool isText, LogBase& log) {
     m_modified = true;
     int codePage = charset.getCodePage();
     const NewBody fresh(m_mimeBody);
+    m_received = Received();
     m_mimeBody.append(data, size);
-    if (!isText || codePage == codepage::kUtf8) return;
+    if (!isText) return Stored::NoText;
+    if (codePage == codepage::kUtf8) return Stored::AsItCame;
     const bool is7bit = m_mimeBody.is7bit(k7bitProbe);
     if (codePage == codepage::kNone) {
-        if (is7bit) return;
+        if (is7bit) return Stored::AsItCame;
         if (_zqUtf::isValidUtf8(m_mimeBody.getData2(), m_mimeBody.getSize(), 0)) {
             setCharset("utf-8", log);
-            return;
+            return Stored::AsItCame;
         }
         codePage = codepage::kLatin1;
     }
@@ -238,19 +282,28 @@ void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const 
         codePage == codepage::kAscii || isIso8859(codePage) || isWindows125x(codePage);
     if (isSingleByte && !is7bit && m_mimeBody.isReallyUtf8(codePage)) {
         setCharset("utf-8", log);
-        return;
+        return Stored::AsItCame;
     }
-    convertBodyToUtf8(codePage, log);
+    return convertBodyToUtf8(codePage, log);
 }
 
-void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
-    if (EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit()) return;
+// Kept on purpose: US-ASCII is read as ISO-8859-1, which is what it is written as.
+MimeMessage2::Stored MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
+    if (codePage == codepage::kAscii) codePage = codepage::kLatin1;
+    if (EncodingConvert::keepsAscii(codePage) && isAsciiText(m_mimeBody)) return Stored::Converted;
     DataBuffer utf8;
-    if (EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
-                                    m_mimeBody.getSize(), utf8, log))
-        m_mimeBody.takeData(utf8);
-    else m_mimeBody.markFailed();
+    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
+                                     m_mimeBody.getSize(), utf8, log)) {
+        m_mimeBody.markFailed();
+        return Stored::AsItCame;
+    }
+    m_mimeBody.swap(utf8);
+    if (leadsNoWayBack(codePage, utf8, m_mimeBody)) {
+        m_received.codePage = codePage;
+        m_received.bytes.takeData(utf8);
+    }
     m_mimeBody.shrinkToFit();
+    return Stored::Converted;
 }
 
 // -- Without a transfer coding
@@ -258,8 +311,8 @@ void MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
 void MimeMessage2::setMimeBodyString_Unencoded(const StringBuffer& text, const _zqCharset& charset,
                                                bool, LogBase& log) {
     if (!isAlive()) return;
+    clearMimeBody();
     m_modified = true;
-    m_mimeBody.clear();
     m_mimeBody.append(text);
     const int codePage = charset.getCodePage();
     if (codePage != codepage::kNone && codePage != codepage::kUtf8)
@@ -268,8 +321,8 @@ void MimeMessage2::setMimeBodyString_Unencoded(const StringBuffer& text, const _
 
 void MimeMessage2::setMimeBodyString(XString& text, LogBase&) {
     if (!isAlive()) return;
+    clearMimeBody();
     m_modified = true;
-    m_mimeBody.clear();
     m_mimeBody.append(text.getUtf8Sb());
 }
 
@@ -297,12 +350,15 @@ void MimeMessage2::setMimeBodyBinary2(const unsigned char* data, unsigned int si
     if (!isAlive()) return;
     m_modified = true;
     const NewBody fresh(m_mimeBody);
+    m_received = Received();
     m_mimeBody.append(data, size);
 }
 
 // Kept on purpose: this does not mark the node modified.
 void MimeMessage2::clearMimeBody() {
-    if (isAlive()) m_mimeBody.clear();
+    if (!isAlive()) return;
+    m_mimeBody.clear();
+    m_received = Received();
 }
 
 // -- The coding

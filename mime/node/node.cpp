@@ -53,7 +53,7 @@ void MimeMessage2::clear() {
     m_contentTransferEncoding.weakClear();
     m_filename.weakClear();
     m_mimeHeader.clear(5);
-    m_mimeBody.clear();
+    clearMimeBody();
     deleteTrees(m_subParts);
 }
 
@@ -135,6 +135,7 @@ void MimeMessage2::takeMimeMessage(MimeMessage2& source, LogBase& log) {
     m_filename.setString(source.m_filename);
     m_mimeHeader.copyMimeHeaderFrom(source.m_mimeHeader, log);
     m_mimeBody.append(source.m_mimeBody);
+    m_received = source.m_received;
     m_modified = source.m_modified;
     for (int i = 0; i < source.m_subParts.getSize(); ++i) {
         VantrelObject* child = source.m_subParts.elementAt(i);
@@ -178,7 +179,9 @@ void MimeMessage2::copyMimeBody(DataBuffer& out, LogBase&) const {
 }
 
 void MimeMessage2::extractMimeBody(DataBuffer& out, LogBase&) {
-    if (isAlive()) out.takeData(m_mimeBody);
+    if (!isAlive() || &out == &m_mimeBody) return;
+    out.takeData(m_mimeBody);
+    clearMimeBody();
 }
 
 const char* MimeMessage2::getContentType() const {

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <new>
 
-#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/_zqHtmlHelp.h"
+#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
 #include "mime/parse/loader.h"
@@ -35,9 +35,7 @@ bool hasZeroByte(const char* body, unsigned size) {
 // it is UTF-16.
 bool isTextBody(const StringBuffer& contentType, int codePage, const char* body, unsigned size) {
     if (contentType.isEmpty()) return !hasZeroByte(body, size);
-    if (!contentType.containsSubstringNoCase("text/") &&
-        !contentType.containsSubstringNoCase("application/xml"))
-        return false;
+    if (!declaresText(contentType)) return false;
     if (codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE) return true;
     return !hasZeroByte(body, size);
 }
@@ -90,7 +88,7 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
             return Progress::Failed;
         }
         m_log.verboseInfo("No boundary found -- loading the body with all that follows.");
-        node.setMimeBody8Bit_2(body, size, node.m_charset, true, m_log);
+        node.noteReceived(node.store8bit(body, size, node.m_charset, true, m_log));
         return Progress::Done;
     }
     m_log.verboseInfo("The boundary string was found, continuing to parse MIME...");
@@ -112,14 +110,14 @@ void Loader::noteCharsetClue(const _zqCharset& charset) {
     m_log.verboseData("charsetClue", m_charsetClue.getString());
 }
 
-// HTML that is stored already tells its charset itself; true when it must be decoded anew.
+// HTML that is stored already may tell its charset itself.
 // Tolerated: pages that claim UTF-16 without a single zero byte.
-bool Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
+void Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
     const char* const html = reinterpret_cast<const char*>(node.m_mimeBody.getData2());
     const unsigned size = node.m_mimeBody.getSize();
     StringBuffer name;
     _zqHtmlHelp::getCharset(html, size, name);
-    if (name.isEmpty()) return false;
+    if (name.isEmpty()) return;
     m_log.verboseData("charsetFromMetaTag", name.getString());
     const bool claimsUtf16 = name.equalsIgnoreCase("unicode") || name.equalsIgnoreCase("utf-16");
     if (claimsUtf16 && !hasZeroByte(html, size < 1000 ? size : 1000)) {
@@ -127,7 +125,7 @@ bool Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
         name.setString("windows-1252");
     }
     node.setCharset(name.getString(), m_log);
-    return charset.setByName(name.getString());
+    charset.setByName(name.getString());
 }
 
 void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
@@ -150,8 +148,8 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
     const bool isText = !isAttachment && isTextBody(contentType, codePage, body, size);
 
     // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
-    _zqCharset charset(node.m_charset);
-    if (codePage == codepage::kAscii) charset.setByCodePage(codepage::kLatin1);
+    _zqCharset charset;
+    charset.setByCodePage(codePage == codepage::kAscii ? codepage::kLatin1 : codePage);
     std::atomic_ref<bool>(b_WasReally1252).store(false, std::memory_order_relaxed);
     StringBuffer coding;  // a setter may change the node's own
     coding.setString(encoding);
@@ -162,22 +160,23 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
                                m_log);
     };
 
-    MimeMessage2::Label label = MimeMessage2::Label::Right;
-    bool isStored = false;
     if (!isAttachment && codePage == codepage::kNone &&
         contentType.containsSubstringNoCase("text/html")) {
         m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
-        label = store();
-        isStored = !takeCharsetFromHtml(node, charset);
+        store();
+        takeCharsetFromHtml(node, charset);
+        node.m_mimeBody.clear();
     }
     m_log.verboseData("encoding", coding.getString());
     m_log.verboseLong("entireBodyLen", static_cast<long>(size));
     m_log.verboseData("charset", charset.getName());
     m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
     m_log.verboseLong("isText", isText);
-    if (!isStored) label = store();
-    m_log.verboseLong("wasReally1252", label == MimeMessage2::Label::ReallyWindows1252);
-    if (label == MimeMessage2::Label::ReallyWindows1252) node.setCharset("windows-1252", m_log);
+    const MimeMessage2::Stored stored = store();
+    const bool wasReally1252 = stored == MimeMessage2::Stored::ConvertedFrom1252;
+    m_log.verboseLong("wasReally1252", wasReally1252);
+    if (wasReally1252) node.setCharset("windows-1252", m_log);
+    node.noteReceived(stored);
     if (beginsWithXHtml(body, size)) node.setContentType("text/html", true, m_log);
 }
 

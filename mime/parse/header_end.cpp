@@ -30,9 +30,9 @@ HeaderEndSearch::HeaderEndSearch(SourceText& source, const char* data, unsigned 
 // Order is behaviour: each form is tried only where the ones above it were not found.
 void HeaderEndSearch::run() {
     OperationContext context(m_log, "findEndOfHeader2");
-    const bool isPlain = atStart() || atDoubleCrlf();
+    if (!atStart() && !m_end) atDoubleCrlf();
     if (m_lineEndings == LineEndings::Lenient) lookForBareBreaks();
-    else if (isPlain) atEarlierLfLf();
+    else if (m_doubleCrlf) atEarlierLfLf();
     const bool mustRewrite = m_end && (m_hasDoubleCr || m_hasLfLf);
     if (m_end && !mustRewrite) return;
     if (mustRewrite && rewriteAll()) return;
@@ -61,28 +61,25 @@ bool HeaderEndSearch::atStart() {
     return true;
 }
 
-bool HeaderEndSearch::atDoubleCrlf() {
-    m_end = find(Break::CrlfCrlf, m_data + m_size);
-    return m_end != nullptr;
+void HeaderEndSearch::atDoubleCrlf() {
+    m_end = m_doubleCrlf = find(Break::CrlfCrlf, m_data + m_size);
 }
 
 // "A: 1\nB: 2\n\nbody\r\n\r\n": the header ends before the first double CRLF.
-bool HeaderEndSearch::atEarlierLfLf() {
-    const char* lfLf = find(Break::LfLf, m_end);
-    if (!lfLf) return false;
+void HeaderEndSearch::atEarlierLfLf() {
+    const char* lfLf = find(Break::LfLf, m_doubleCrlf);
+    if (!lfLf) return;
     m_log.verboseInfo("Found LFLF prior to first double CRLF!");
     m_end = lfLf;
     m_terminator = textOf(Break::LfLf).text;
-    return true;
 }
 
 // Kept on purpose: in text, a double LF anywhere, the body included, makes the whole text be
 // rewritten, and so does a double CR in front of the first double CRLF.
 void HeaderEndSearch::lookForBareBreaks() {
     const char* const stop = m_data + m_size;
-    const bool hasCrlfCrlf = m_end && m_end != m_data;
     const char* crCr = find(Break::CrCr, stop);
-    if (crCr && (!hasCrlfCrlf || crCr < m_end)) {
+    if (crCr && (!m_doubleCrlf || crCr < m_doubleCrlf)) {
         m_log.verboseInfo("Using double CR for end of MIME header");
         m_end = crCr;
         m_hasDoubleCr = true;
@@ -97,11 +94,14 @@ void HeaderEndSearch::lookForBareBreaks() {
 }
 
 // Goes on in a copy with repaired line ends; true when its header ends somewhere.
+// Kept on purpose: a zero byte ends this search, and so the header's hope of a repair.
 bool HeaderEndSearch::settleIn(StringBuffer& repaired) {
     m_data = repaired.getString();
     m_size = repaired.getSize();
     m_terminator = textOf(Break::CrlfCrlf).text;
-    return atDoubleCrlf();
+    atDoubleCrlf();
+    if (m_end && std::memchr(m_data, 0, static_cast<size_t>(m_end - m_data))) m_end = nullptr;
+    return m_end != nullptr;
 }
 
 bool HeaderEndSearch::rewriteAll() {
@@ -112,12 +112,13 @@ bool HeaderEndSearch::rewriteAll() {
     return settleIn(m_convertBuf);
 }
 
-// "\r\n\r\r\n", "\r\n\r", "\n\r\n"; the last gives way to a "\n\n" in front of it.
+// "\r\n\r\r\n", "\r\n\r", "\n\r\n"; the last gives way to a "\n\n" that begins in front of it.
 bool HeaderEndSearch::atMixedBreaks() {
     if (takeIf(Break::CrlfCrCrlf, "Found CRLFCRCRLF.")) return true;
     if (takeIf(Break::CrlfCr, "Found CRLFCR.")) return true;
     if (!takeIf(Break::LfCrlf, "Found LFCRLF.")) return false;
-    if (const char* lfLf = find(Break::LfLf, m_end)) {
+    const char* const lfLf = find(Break::LfLf, m_data + m_size);
+    if (lfLf && lfLf < m_end) {
         m_log.logInfo("Using LFLF instead..");  // Kept on purpose: told to every log.
         m_end = lfLf;
         m_terminator = textOf(Break::LfLf).text;
@@ -159,16 +160,16 @@ bool HeaderEndSearch::rewriteBareCr() {
 
 // -- The node's face on it
 
-void MimeMessage2::findEndOfHeader2(const char** data, unsigned int size, bool lenientLineEndings,
+void MimeMessage2::findEndOfHeader2(const char** data, unsigned int, bool lenientLineEndings,
                                     LogBase& log, bool, StringBuffer& repairBuf,
                                     StringBuffer& convertBuf, unsigned int& sizeInOut,
                                     const char** endOfHeader, const char** terminator) {
     if (!isAlive() || !*data) return;
-    sizeInOut = size;
-    SourceText source(*data, *data + size);
-    HeaderEndSearch search(source, *data, size,
+    SourceText source(*data, *data + sizeInOut);
+    HeaderEndSearch search(source, *data, sizeInOut,
                            lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
                            repairBuf, convertBuf, log);
+    search.startFrom(*endOfHeader, *terminator);
     search.run();
     *data = search.data();
     sizeInOut = search.size();

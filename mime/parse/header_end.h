@@ -18,6 +18,11 @@ public:
     HeaderEndSearch(SourceText& source, const char* data, unsigned size, LineEndings lineEndings,
                     StringBuffer& repairBuf, StringBuffer& convertBuf, LogBase& log);
 
+    // What the caller knows of the end already; what is not found stays so.
+    void startFrom(const char* endOfHeader, const char* terminator) {
+        m_end = endOfHeader;
+        m_terminator = terminator;
+    }
     void run();
 
     const char* data() const { return m_data; }
@@ -28,8 +33,8 @@ public:
 
 private:
     bool atStart();
-    bool atDoubleCrlf();
-    bool atEarlierLfLf();
+    void atDoubleCrlf();
+    void atEarlierLfLf();
     void lookForBareBreaks();
     bool rewriteAll();
     bool atMixedBreaks();
@@ -51,6 +56,7 @@ private:
     const char* m_data;
     unsigned m_size;
     const char* m_end = nullptr;
+    const char* m_doubleCrlf = nullptr;
     const char* m_terminator = "\r\n\r\n";
     bool m_hasDoubleCr = false;
     bool m_hasLfLf = false;

@@ -19,11 +19,13 @@ namespace {
 constexpr unsigned kMaxHeaderSize = 20000000;
 
 // RFC 4155: the line that separates messages in an mbox file.  Gives how many bytes to skip.
+// Kept on purpose: a line with a zero byte in it is none.
 unsigned mboxLineLength(const char* data, unsigned size) {
     if (size < 5 || std::memcmp(data, "From ", 5) != 0) return 0;
     const auto isBreak = [&](unsigned i) { return data[i] == '\r' || data[i] == '\n'; };
     unsigned skip = 5;
-    while (skip < size && !isBreak(skip)) ++skip;
+    while (skip < size && !isBreak(skip) && data[skip] != '\0') ++skip;
+    if (skip == size || data[skip] == '\0') return 0;
     while (skip < size && isBreak(skip)) ++skip;
     return skip < size ? skip : 0;
 }
@@ -240,7 +242,9 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
     const char* text = search.data();
     const char* const end = text + search.size();
     const char* const headerEnd = search.endOfHeader();
-    if (!loadHeader(node, text, static_cast<unsigned>(headerEnd - text))) return Progress::Failed;
+    // Kept on purpose: behind an empty header the properties stay as clear() left them.
+    if (headerEnd != text && !loadHeader(node, text, static_cast<unsigned>(headerEnd - text)))
+        return Progress::Failed;
     const char* const body = behindLineBreak(behindLineBreak(headerEnd, end), end);
     if (body == end) return Progress::Done;
 
@@ -260,9 +264,7 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
     return progress;
 }
 
-// An empty header leaves the properties as clear() left them.
 bool Loader::loadHeader(MimeMessage2& node, const char* text, unsigned size) {
-    if (size == 0) return true;
     const int codePage = m_inputIsUtf8 ? codepage::kUtf8 : codepage::kNone;
     if (!node.m_mimeHeader.loadMimeHeaderBytes(text, size, codePage, m_charsetClue, m_log))
         return false;
@@ -280,7 +282,7 @@ Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* da
         node.m_mimeHeader.loadMimeHeaderBytes(kDefault, sizeof kDefault - 1, codepage::kNone,
                                               m_charsetClue, m_log);
         node.cacheAll(m_log);
-        node.setMimeBody8Bit_2(data, size, node.m_charset, true, m_log);
+        node.noteReceived(node.store8bit(data, size, node.m_charset, true, m_log));
         return Progress::Done;
     }
     m_log.verboseInfo("Assuming the entire MIME message is a header with no body.");
@@ -294,6 +296,12 @@ Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* da
 // -- From pieces
 
 namespace {
+
+// A zero byte in quoted-printable.  Kept on purpose: looked for up to the first plain one.
+bool holdsEncodedZero(const char* body, unsigned size) {
+    const char* const hit = bytes::find(body, size, "=00", 3);
+    return hit && !std::memchr(body, 0, static_cast<size_t>(hit - body));
+}
 
 bool containsAny(const StringBuffer& text, const char* const (&words)[4]) {
     for (const char* word : words)
@@ -332,19 +340,18 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
     m_mimeHeader.getMimeFieldUtf8("content-type", contentType, log);
     static const char* const kBinaryMedia[] = {"image/", "audio/", "video/", "application/"};
     if (m_charset.getCodePage() > 0 && containsAny(contentType, kBinaryMedia)) clearCharset(log);
-    const bool isText = contentType.containsSubstringNoCase("text/") ||
-                        contentType.containsSubstringNoCase("application/xml");
+    const bool isText = declaresText(contentType);
 
     _zqCharset bodyCharset;
     bodyCharset.copy(m_charset);
     if (inputIsUtf8) {
-        const bool isUtf16 =
-            m_charset.getCodePage() == codepage::kUtf16LE &&
-            bytes::find(reinterpret_cast<const char*>(body), bodySize, "=00", 3) != nullptr;
+        const bool isUtf16 = m_charset.getCodePage() == codepage::kUtf16LE &&
+                             holdsEncodedZero(reinterpret_cast<const char*>(body), bodySize);
         bodyCharset.setByCodePage(isUtf16 ? codepage::kUtf16LE : codepage::kUtf8);
     }
-    decodeBody(m_contentTransferEncoding.getString(), body, bodySize, bodyCharset, isText,
-               inputIsUtf8, log);
+    const Stored stored = decodeBody(m_contentTransferEncoding.getString(), body, bodySize,
+                                     bodyCharset, isText, inputIsUtf8, log);
+    noteReceived(inputIsUtf8 ? Stored::AsUtf8 : stored);
     for (int i = 0; i < newParts.getSize(); ++i) {
         VantrelObject* part = newParts.elementAt(i);
         if (part && m_subParts.appendPtr(part)) newParts.setAt(i, nullptr);

@@ -52,7 +52,7 @@ private:
     void parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
                    const char* body, unsigned size);
     void noteCharsetClue(const _zqCharset& charset);
-    bool takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
+    void takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
 
     const LineEndings m_lineEndings;
     const bool m_inputIsUtf8;
