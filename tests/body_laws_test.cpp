@@ -35,20 +35,12 @@ const std::vector<std::string> kLabels = wordsOf(R"(
 const std::vector<std::string> kCodings =
     wordsOf("7bit 8bit BINARY base64 quoted-printable uuencode x-uuencode x-unknown");
 
-const std::vector<std::string> kTypes{"",
-                                      "text/plain",
-                                      "text/html",
-                                      "TEXT/Xml",
-                                      "application/xml",
-                                      "application/json",
-                                      "application/soap+xml",
-                                      "application/x; name=\"a.xml\"",
-                                      "image/png",
-                                      "image/svg+xml",
-                                      "message/rfc822",
-                                      "message/x-json",
-                                      "message/x; a=\"text/\"",
-                                      "multipart/mixed; boundary=no"};
+// clang-format off
+const std::vector<std::string> kTypes{
+    "", "text/plain", "text/html", "TEXT/Xml", "application/xml", "application/json",
+    "application/soap+xml", "application/x; name=\"a.xml\"", "image/png", "image/svg+xml",
+    "message/rfc822", "message/x-json", "message/x; a=\"text/\"", "multipart/mixed; boundary=no"};
+// clang-format on
 
 const std::vector<std::string> kMarks{"\xFF\xFE", "\xFE\xFF", "\xEF\xBB\xBF", "\x1B$B", "~{"};
 

@@ -41,7 +41,7 @@ public:
     }
 
     void convertLabelled(const _zqCharset& charset, int codePage, LogBase& log) {
-        writeMark(charset, log);
+        if (!m_bytes->isEmpty()) writeMark(charset, log);
         convertTo(codePage, log);
     }
 

@@ -108,13 +108,14 @@ bool isAsciiText(const DataBuffer& body) {
 }
 
 // True where what was read tells no more what it was read from: bytes that are not valid, which
-// all become U+FFFD; 8-bit bytes in a charset of 7 bits, which are read by guess; a byte order
-// that may be another than the charset says.
+// all become U+FFFD; a byte order that may be another than the charset says; in charsets of 7
+// bits, 8-bit bytes, which are read by guess, and escapes that nothing follows.
 bool leadsNoWayBack(int codePage, const DataBuffer& received, const DataBuffer& utf8) {
     if (codepage::isUtf16Or32(codePage)) {
         if (markOf(received)) return true;
-    } else if (!EncodingConvert::keepsAscii(codePage) && !isAsciiText(received)) {
-        return true;
+    } else if (!EncodingConvert::keepsAscii(codePage)) {
+        if (!isAsciiText(received)) return true;
+        if (isAsciiText(utf8) && !received.equals(utf8)) return true;
     }
     return utf8.containsSubstring("\xEF\xBF\xBD", utf8.getSize());
 }
