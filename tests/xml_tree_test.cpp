@@ -6,6 +6,7 @@
 #include <pthread.h>
 
 #include "foundation/ClsXml.h"
+#include "foundation/EncodingConvert.h"
 #include "foundation/LogText.h"
 #include "foundation/TreeNode.h"
 #include "foundation/_zqEmailAddress.h"
@@ -60,17 +61,28 @@ std::string meaningOf(const std::string& name, const std::string& value) {
     return text.empty() ? value : text;
 }
 
+// What a leaf says when it is written and read again.  Nothing where only the bytes as they came
+// are safe: its charset cannot hold it or has 7 bits, or a zero byte in it makes it binary.
+std::string readAgain(const MimeMessage2& node) {
+    const std::string body = bodyOf(node);
+    const unsigned size = static_cast<unsigned>(body.size());
+    const int codePage = node.getCharsetCodePage();
+    const bool fits = codePage == 0 || (EncodingConvert::keepsAscii(codePage) &&
+                                        EncodingConvert::canHold(codePage, body.data(), size));
+    if (node.isMultipart() || !fits || body.find('\0') != body.npos) return "";
+    return bodyOf(*fromBytes(written(node)));
+}
+
 // All that must survive, a line each.  An attachment has the charset that its header names
 // only when it is read from XML; what is read again tells whether that does any harm.
 std::string factsOf(MimeMessage2& root) {
     std::string out;
     for (MimeMessage2* node : nodesOf(root)) {
-        const std::string again = node->isMultipart() ? "" : bodyOf(*fromBytes(written(*node)));
         out += std::string(node->getContentType()) + "|" +
                (node->isAttachment(noLog) ? "" : node->getCharset()) + "|" +
                node->getContentEncoding() + "|" + node->getDisposition() + "|" +
                escaped(str(node->m_filename) + "|" + str(node->m_contentType.m_name) + "|" +
-                       bodyOf(*node) + "|" + again) +
+                       bodyOf(*node) + "|" + readAgain(*node)) +
                std::to_string(node->getNumParts());
         for (int i = 0; i < node->getNumHeaderFields(); ++i) {
             StringBuffer name, value;
@@ -156,7 +168,8 @@ constexpr std::string_view kTypes =
     "text/html; charset=koi8-r\r\nContent-Disposition: attachment|"
     "text/plain; charset=iso-2022-jp\r\nContent-Disposition: attachment";
 constexpr std::string_view kXmlText =
-    "\n|\r\n|&#13;|&#10;|&#xFEFF;|<![CDATA[\n]]>|<?mimetree-bytes 0D0A?>|Evil: x| |Evil|:|word|&#9;|"
+    "\n|\r\n|&#13;|&#10;|&#xFEFF;|<![CDATA[\n]]>|<?mimetree-bytes 0D0A?>|Evil: x| "
+    "|Evil|:|word|&#9;|"
     "=?x?8bit?Q?a=0A?=|=?x?8bit?a?=|=?u?Q?=0D=0AEvil:?=";
 constexpr std::string_view kTags =
     "To|from|Subject|_x_|_x_|_x54_o|A_x0A_Evil|_x20_Evil|_x09_B|B_x3A_|C_x0D__x0A_Evil_x3A_|D_x00_|"
