@@ -64,19 +64,6 @@ void Output::abandon() {
     at = m_end = nullptr;
 }
 
-// Most runs in text that is not English are a few bytes long, too short to be worth a call.
-bool copyAscii(Source& in, Output& out) {
-    constexpr size_t kShort = 16;
-    if (!out.room(kShort)) return false;
-    const unsigned char* const stop = in.size() < kShort ? in.end : in.p + kShort;
-    while (in.p != stop && *in.p < 0x80) *out.at++ = *in.p++;
-    if (in.isEmpty() || *in.p >= 0x80) return true;
-    const size_t run = bytes::asciiRun(reinterpret_cast<const char*>(in.p), in.size());
-    if (!out.append(in.p, run)) return false;
-    in.p += run;
-    return true;
-}
-
 Source behindMark(Source in) {
     constexpr size_t kSize = 3;
     const bool hasMark = in.size() >= kSize && std::memcmp(in.p, "\xEF\xBB\xBF", kSize) == 0;

@@ -93,9 +93,6 @@ CodecList multiByteCodecs();
 CodecList statefulCodecs();
 CodecList unicodeCodecs();
 
-// Copies the run of ASCII at the start of `in`, and moves `in` behind it.
-bool copyAscii(Source& in, Output& out);
-
 // The character sets of multi.cpp as stateful.cpp sees them: rows and columns
 // are counted from 0 to 93, codes have both high bits clear (0x2121 to 0x7E7E), 0 is "none".
 char32_t jis0208Character(unsigned row, unsigned column);

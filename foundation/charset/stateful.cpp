@@ -57,7 +57,7 @@ struct CodedSet {
     const char* escape;
     char32_t (*single)(unsigned byte);
     CharacterAt pair;
-    const ReadyPairs* ready = nullptr;  // of `pair`
+    const ReadyPairs* ready = nullptr;  // most of what `pair` gives
 };
 
 // JIS X 0201: ASCII but for two characters.
@@ -84,8 +84,8 @@ constexpr CodedSet kJapaneseSets[] = {
     {"$B", nullptr, jis0208Character, &kJisPairs},
     {"(I", kanaCharacter, nullptr},
     {"(H", romanCharacter, nullptr},
-    {"$(@", nullptr, jis0208Character},
-    {"$(B", nullptr, jis0208Character},
+    {"$(@", nullptr, jis0208Character, &kJisPairs},
+    {"$(B", nullptr, jis0208Character, &kJisPairs},
     {"$(D", nullptr, jis0212Character},
     {"$A", nullptr, inJisForm<gb2312Character>},
     {"$(C", nullptr, inJisForm<ks1001Character>},
