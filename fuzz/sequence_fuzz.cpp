@@ -19,7 +19,7 @@ void require(bool law) {
     if (!law) std::abort();
 }
 
-constexpr unsigned kTooLarge = 1u << 14;
+constexpr unsigned kTooLarge = 1u << 15;
 
 const char* const kTexts[] = {
     nullptr,
@@ -434,6 +434,13 @@ constexpr Step kSteps[] = {
     },
 };
 
+size_t sizeOf(const MimeMessage2& node) {
+    size_t size = sizeof node + node.m_mimeBody.getSize() + node.m_signedData.getSize();
+    for (int i = 0; i < node.getNumParts(); ++i)
+        if (node.getPart(i)) size += sizeOf(*node.getPart(i));
+    return size;
+}
+
 // Bodies that are appended to themselves double.
 bool Sequence::isTooLarge() {
     if (m_outBytes.getSize() > kTooLarge) m_outBytes.clear();
@@ -442,7 +449,7 @@ bool Sequence::isTooLarge() {
     LogNull silent;
     DataBuffer text;
     root.getMimeTextDb(text, false, silent);
-    return text.getSize() > kTooLarge;
+    return text.getSize() + sizeOf(root) > kTooLarge;
 }
 
 void Sequence::checkWriting() {
