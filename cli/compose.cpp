@@ -11,6 +11,8 @@
 #include <stdexcept>
 
 #include "foundation/EncodingConvert.h"
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/coding/EncodedWords.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/Psdk.h"
 #include "foundation/_zqEmailAddress.h"
@@ -123,21 +125,63 @@ std::string mistakeIn(const ComposeOptions& options) {
 
 // -- Addresses
 
+constexpr ByteSet kLetters = ByteSet().range('a', 'z').range('A', 'Z').range('0', '9');
+constexpr ByteSet kPlainName = kLetters.with(" -'_");
+constexpr ByteSet kCharset = kLetters.with("-_+.:");
+constexpr ByteSet kWordText = kLetters.with("!*+-/=_");
+constexpr ByteSet kAtoms = kLetters.with("!#$%&'*+-/=?^_`{|}~.").range('\x80', '\xFF');
+constexpr ByteSet kLiteral = kLetters.with(".:-");
+constexpr ByteSet kQuotable = ByteSet().range(' ', '~').range('\x80', '\xFF').without("\"\\");
+
+bool consistsOf(std::string_view text, const ByteSet& set) {
+    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
+}
+
+// RFC 2047 2, 5 (3): "=?charset?Q?text?=" with nothing in it that a phrase does not allow.
+bool isEncodedWord(std::string_view word) {
+    if (!word.starts_with("=?") || !word.ends_with("?=") || word.size() < 8) return false;
+    word = word.substr(2, word.size() - 4);
+    const size_t mark = word.find('?');
+    if (mark == 0 || mark + 2 >= word.size() || word[mark + 2] != '?') return false;
+    return consistsOf(word.substr(0, mark), kCharset) &&
+           std::string_view("BbQq").find(word[mark + 1]) != std::string_view::npos &&
+           consistsOf(word.substr(mark + 3), kWordText);
+}
+
+bool isAllEncoded(std::string_view name) {
+    size_t end = 0;
+    for (; (end = name.find(' ')) != std::string_view::npos; name.remove_prefix(end + 1))
+        if (!isEncodedWord(name.substr(0, end))) return false;
+    return isEncodedWord(name);
+}
+
 // RFC 5322 3.4: a name of plain words stands as it is, any other between quotes.  Encoded
-// words would not be read between quotes.
+// words would not be read between quotes; only what is nothing else is safe without.
 std::string displayName(std::string_view name) {
-    const auto isPlain = [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-               c == ' ' || c == '-' || c == '\'' || c == '_';
-    };
-    const bool isEncoded = name.starts_with("=?") && name.ends_with("?=");
-    if (isEncoded || std::all_of(name.begin(), name.end(), isPlain)) return std::string(name);
+    if (isAllEncoded(name) || consistsOf(name, kPlainName)) return std::string(name);
     std::string quoted = "\"";
     for (const char c : name) {
         if (c == '"' || c == '\\') quoted += '\\';
         quoted += c;
     }
     return quoted + "\"";
+}
+
+bool isEnclosed(std::string_view text, char open, char close, const ByteSet& set) {
+    return text.size() > 2 && text.front() == open && text.back() == close &&
+           consistsOf(text.substr(1, text.size() - 2), set);
+}
+
+// RFC 5322 3.4.1: what every reader takes for one address.  Tolerated: a local part alone,
+// and dots anywhere.
+bool isAddress(std::string_view spec) {
+    const size_t at = std::min(spec.rfind('@'), spec.size());
+    const std::string_view local = spec.substr(0, at);
+    const std::string_view domain = spec.substr(std::min(at + 1, spec.size()));
+    return !local.empty() && (at == spec.size()) == domain.empty() &&
+           spec.find("=?") == std::string_view::npos &&
+           (consistsOf(local, kAtoms) || isEnclosed(local, '"', '"', kQuotable)) &&
+           (consistsOf(domain, kAtoms) || isEnclosed(domain, '[', ']', kLiteral));
 }
 
 std::string mailbox(const _zqEmailAddress& address) {
@@ -153,11 +197,13 @@ std::string addressList(const std::vector<std::string>& arguments, LogBase& log)
     for (const std::string& argument : arguments) {
         ExtPtrArray found;
         _zqEmailAddress::parseAndLoadList(headerText(argument, log).c_str(), found, 0, log);
-        if (found.getSize() == 0) fail("\"" + argument + "\"", "no address");
+        bool isGood = found.getSize() != 0;
         for (int i = 0; i < found.getSize(); ++i) {
             const auto& address = *static_cast<const _zqEmailAddress*>(found.elementAt(i));
+            isGood = isGood && isAddress(view(address.m_address.getUtf8Sb()));
             list += (list.empty() ? "" : ", ") + mailbox(address);
         }
+        if (!isGood) fail("\"" + argument + "\"", "no address");
     }
     return list;
 }
@@ -216,6 +262,7 @@ private:
     void chooseCharset(MimeMessage2& part, const std::string& path, const StringBuffer& text);
     void chooseCoding(MimeMessage2& part, const std::string& path);
     Part filePart(const std::string& path, const char* disposition);
+    void setFileName(MimeMessage2& part, const char* disposition, const StringBuffer& name);
     Part inlinePart(const std::string& path);
     void linkInlineFiles(StringBuffer& html) const;
     Part wrap(Parts parts, NewMultipart newMultipart);
@@ -313,11 +360,29 @@ Part Composer::filePart(const std::string& path, const char* disposition) {
     part->setContentType(type.c_str(), /*refresh*/ true, m_log);
     part->setMimeBodyBinary2(bytes.getData2(), bytes.getSize(), m_log);
     part->setContentEncoding("base64", m_log);
+    setFileName(*part, disposition, buffer(name));
+    return part;
+}
+
+// RFC 2231 first.  Tolerated: readers that know nothing but encoded words in the name of the
+// content type, against RFC 2047 5 (3).  A quote is escaped within them, as some decode them
+// before they look for the end of the value.
+void Composer::setFileName(MimeMessage2& part, const char* disposition, const StringBuffer& name) {
     // setContentDisposition would put the name between quotes, whatever it holds.
     StringBuffer value = buffer(disposition);
-    appendHeaderParam("filename", buffer(name), value);
-    part->addReplaceHeaderFieldUtf8("Content-Disposition", value.getString(), m_log);
-    return part;
+    appendHeaderParam("filename", name, value);
+    part.addReplaceHeaderFieldUtf8("Content-Disposition", value.getString(), m_log);
+    if (!value.containsSubstring("filename*")) return;
+    constexpr unsigned kColumn = sizeof " name=\"" - 1;
+    StringBuffer type, text(name);
+    text.replaceAllOccurances("\"", "\\\"");
+    part.getHeaderFieldUtf8("Content-Type", type, m_log);
+    type.append("; name=\"");
+    appendEncodedWords(text.getString(), text.getSize(), codepage::kUtf8, kColumn,
+                       /*forPhrase*/ true, type);
+    type.appendChar('"');
+    if (type.failed() || text.failed()) throw std::bad_alloc();
+    part.addReplaceHeaderFieldUtf8("Content-Type", type.getString(), m_log);
 }
 
 Part Composer::inlinePart(const std::string& path) {

@@ -58,6 +58,12 @@ for line in 'To: b@x, "C, D" <c@x>, e@x' 'Cc: f@x' 'Bcc: g@x' 'Subject: s' 'X-A:
     ok "compose: $line" field "$line"
 done
 ok "compose: Message-ID" grep -qE '^Message-ID: <[0-9a-f.]+@example\.org>' out
+run compose --to '"=?a, evil@x, ?=" <a@b>, =?utf-8?Q?=C3=A9?= =?utf-8?Q?b?= <c@d>, =?x?Q?a b?= <e@f>'
+ok "compose: quotes but for encoded words" \
+    field 'To: "=?a, evil@x, ?=" <a@b>, =?utf-8?Q?=C3=A9?= =?utf-8?Q?b?= <c@d>, "=?x?Q?a b?=" <e@f>'
+cp a $'\303\251".x'
+run compose --attach $'\303\251".x'
+ok "compose: file name for old readers" has 'name="=?utf-8?B?w6lcIi54?="'
 TZ=XYZ-5:45 run compose
 ok "compose: local zone" grep -qE '^Date: (Mon|Tue|Wed|Thu|Fri|Sat|Sun), [0-9]{2} [A-Z][a-z]{2} [0-9]{4} [0-9:]{8} \+0545' out
 run compose --header 'Date: Mon, 1 Jan 2001 00:00:00 +0000' --header 'message-id: <a@b>'
@@ -97,7 +103,9 @@ fails 1 "not in UTF-8" compose --text latin1
 fails 1 "us-ascii cannot hold" compose --text text --charset us-ascii
 fails 1 "7bit cannot hold" compose --text text --encoding 7bit
 fails 1 "998 bytes" compose --text long --encoding 7bit
-fails 1 "no address" compose --to ''
+for address in '' 'Name <>' '<a,b@x>' 'two words'; do
+    fails 1 "no address" compose --to "$address"
+done
 fails 1 "needs 8 bits" compose --from $'\303\274@x'
 fails 2 'no charset "x-none"' compose --charset x-none
 fails 2 "--encoding" compose --encoding binary
