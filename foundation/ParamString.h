@@ -4,8 +4,8 @@
 // Protects the quoted parts of a parameter list while the list is split: each is replaced by
 // a token that holds no separator.
 
-#include "foundation/ExtPtrArraySb.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/export.h"
 
 class MIMETREE_API ParamString {
@@ -24,5 +24,6 @@ private:
     bool holds(const char* p) const;
 
     StringBuffer m_text;
-    ExtPtrArraySb m_quoted;
+    StringBuffer m_parts;  // the quoted parts, a NUL behind each
+    mimetree::inner::GrowArray<unsigned> m_starts;
 };

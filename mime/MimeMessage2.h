@@ -396,7 +396,7 @@ private:
     void applyParam(StringBuffer& field, const char* text, LogBase& log);
     bool decodedField(const char* name, StringBuffer& out, LogBase& log) const;
     void captureMainValue(const char* name, StringBuffer& out, LogBase& log) const;
-    void cacheDispositionParams(const StringBuffer& field, LogBase& log);
+    void cacheDispositionParams(StringBuffer& field, LogBase& log);
     void recacheField(const StringBuffer& name, LogBase& log);
     Stored decodeBody(const char* encoding, const void* data, unsigned int size,
                       const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);

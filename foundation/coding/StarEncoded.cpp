@@ -13,6 +13,7 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/charset/code_pages.h"
 
 #include <cstring>
 
@@ -41,21 +42,33 @@ const char* textBegin(const char* p, const char* end, unsigned& charsetSize) {
     return second + 1;
 }
 
+bool isEscape(const char* p, const char* end) {
+    return *p == '%' && end - p > 2 && bytes::hexValue(p[1]) >= 0 && bytes::hexValue(p[2]) >= 0;
+}
+
+unsigned decodedSize(const char* p, const char* end) {
+    unsigned size = 0;
+    for (; p != end; ++size) p += isEscape(p, end) ? 3 : 1;
+    return size;
+}
+
 // A "%" without two hexadecimal digits stands.
 bool decodePercent(const char* p, const char* end, DataBuffer& out) {
     if (p == end) return true;
-    const unsigned room = static_cast<unsigned>(end - p);
-    unsigned char* const first = out.extend(room);
-    if (!first) return false;
-    unsigned char* to = first;
+    unsigned char* to = out.extend(decodedSize(p, end));
+    if (!to) return false;
     while (p != end) {
-        const int high = *p == '%' && end - p > 2 ? bytes::hexValue(p[1]) : -1;
-        const int low = high < 0 ? -1 : bytes::hexValue(p[2]);
-        *to++ = static_cast<unsigned char>(low < 0 ? *p : high * 16 + low);
-        p += low < 0 ? 1 : 3;
+        const bool escaped = isEscape(p, end);
+        const int byte = escaped ? bytes::hexValue(p[1]) * 16 + bytes::hexValue(p[2]) : *p;
+        *to++ = static_cast<unsigned char>(byte);
+        p += escaped ? 3 : 1;
     }
-    out.shorten(room - static_cast<unsigned>(to - first));
     return true;
+}
+
+// Appends UTF-8, which costs no copy where that is all.
+bool take(DataBuffer& utf8, StringBuffer& out) {
+    return out.isEmpty() ? out.takeFromDb(utf8) : out.append(utf8);
 }
 
 }  // namespace
@@ -75,18 +88,23 @@ bool ContentCoding::decodeStarEncoded(const StringBuffer& value, const char* cha
     DataBuffer raw, utf8;
     if (!decodePercent(text, end, raw)) return false;
     int codePage = _zqCharset::codePageOf(name, nameSize);
-    if (!EncodingConvert::isKnown(codePage)) {
-        const bool isUtf8 = _zqUtf::isValidUtf8(raw.getData2(), raw.getSize(), 0);
+    const bool isKnown = EncodingConvert::isKnown(codePage);
+    const bool isUtf8 = (!isKnown || codePage == codepage::kUtf8) &&
+                        _zqUtf::isValidUtf8(raw.getData2(), raw.getSize(), 0);
+    if (!isKnown) {
         name = isUtf8 ? "utf-8" : "windows-1252";
         nameSize = static_cast<unsigned>(std::strlen(name));
-        codePage = isUtf8 ? 65001 : 1252;
+        codePage = isUtf8 ? codepage::kUtf8 : codepage::kWindows1252;
     }
     StringBuffer usedName;  // the outputs may be what is read
     if (!usedName.setStringN(name, nameSize) ||
-        !EncodingConvert::EncConvert(codePage, 65001, raw.getData2(), raw.getSize(), utf8, log) ||
-        !outText.append(utf8))
+        (!isUtf8 && !EncodingConvert::EncConvert(codePage, codepage::kUtf8, raw.getData2(),
+                                                 raw.getSize(), utf8, log)))
         return false;
+    DataBuffer& decoded = isUtf8 ? raw : utf8;
+    const unsigned added = decoded.getSize();
+    if (!take(decoded, outText)) return false;
     if (outCharset.append(usedName)) return true;
-    outText.shorten(utf8.getSize());
+    outText.shorten(added);
     return false;
 }

@@ -209,10 +209,9 @@ namespace {
 
 // One of the parameters name*0, name*0*, name*1 ... of a value.
 struct Piece {
-    unsigned number;
-    unsigned offset;
-    unsigned size;
-    bool isEncoded;
+    unsigned number : 31;
+    unsigned isEncoded : 1;
+    unsigned offset;  // of its text; the next one's begins behind it
 };
 
 // What stands behind the name of a parameter.
@@ -227,7 +226,7 @@ public:
     bool join(StringBuffer& out) const;
 
 private:
-    bool appendPiece(const Piece& piece, StringBuffer& out) const;
+    bool appendPiece(unsigned index, StringBuffer& out) const;
 
     StringBuffer m_text;
     GrowArray<Piece> m_pieces;
@@ -242,10 +241,11 @@ Form formOf(const StringBuffer& param, const char* name, size_t nameSize, Piece&
     if (p == end) return Form::Plain;
     if (*p++ != '*') return Form::Other;
     if (p == end) return Form::Extended;
-    piece.number = 0;
+    unsigned number = 0;
     const char* const digits = p;
     while (p != end && bytes::isDigit(*p) && p - digits < 8)
-        piece.number = piece.number * 10 + static_cast<unsigned>(*p++ - '0');
+        number = number * 10 + static_cast<unsigned>(*p++ - '0');
+    piece.number = number & 0x7FFFFFFFu;
     piece.isEncoded = p != end && *p == '*';
     const char* const stop = piece.isEncoded ? p + 1 : p;
     return p != digits && stop == end ? Form::Numbered : Form::Other;
@@ -253,36 +253,58 @@ Form formOf(const StringBuffer& param, const char* name, size_t nameSize, Piece&
 
 bool PieceCollector::add(const HeaderParams& params, Piece piece) {
     piece.offset = m_text.getSize();
-    piece.size = params.value().getSize();
     return m_text.append(params.value()) && m_pieces.push(piece);
 }
 
 // With n pieces, only the numbers below n can follow one another without a gap.
 bool PieceCollector::join(StringBuffer& out) const {
-    const unsigned n = m_pieces.size();
-    GrowArray<const Piece*> byNumber;
-    for (unsigned i = 0; i < n; ++i)
-        if (!byNumber.push(nullptr)) return false;
-    for (const Piece& piece : m_pieces)
-        if (piece.number < n && !byNumber[piece.number]) byNumber[piece.number] = &piece;
-    for (unsigned i = 0; i < n && byNumber[i]; ++i)
-        if (!appendPiece(*byNumber[i], out)) return false;
-    return n != 0 && byNumber[0];
+    const unsigned n = m_pieces.size(), kNone = n;
+    GrowArray<unsigned> byNumber;
+    if (!byNumber.reserve(n) || !out.reserve(m_text.getSize())) return false;
+    for (unsigned i = 0; i < n; ++i) byNumber.push(kNone);
+    for (unsigned i = 0; i < n; ++i) {
+        const unsigned number = m_pieces[i].number;
+        if (number < n && byNumber[number] == kNone) byNumber[number] = i;
+    }
+    for (unsigned i = 0; i < n && byNumber[i] != kNone; ++i)
+        if (!appendPiece(byNumber[i], out)) return false;
+    return n != 0 && byNumber[0] != kNone;
 }
 
 // RFC 2231 4.1: the first piece names the charset, if it is an encoded one.  The apostrophes
 // and plain percent signs of the others are protected from being taken for one or for escapes.
-bool PieceCollector::appendPiece(const Piece& piece, StringBuffer& out) const {
-    if (piece.number == 0 && piece.isEncoded)
-        return out.appendN(m_text.getString() + piece.offset, piece.size);
-    bool ok = true;
+bool PieceCollector::appendPiece(unsigned index, StringBuffer& out) const {
+    const Piece& piece = m_pieces[index];
+    const bool isLast = index + 1 == m_pieces.size();
     const char* p = m_text.getString() + piece.offset;
-    for (const char* const end = p + piece.size; p != end; ++p) {
+    const char* const end =
+        m_text.getString() + (isLast ? m_text.getSize() : m_pieces[index + 1].offset);
+    if (piece.number == 0 && piece.isEncoded) return out.appendN(p, sizeOf(p, end));
+    bool ok = true;
+    for (; p != end; ++p) {
         if (*p == '\'') ok = out.append("%27") && ok;
         else if (*p == '%' && !piece.isEncoded) ok = out.append("%25") && ok;
         else ok = out.appendChar(*p) && ok;
     }
     return ok;
+}
+
+// Takes the value of a parameter as it is written; what that needs is given back behind it.
+Form takeWritten(const char* value, unsigned size, const char* name, StringBuffer& out) {
+    const size_t nameSize = std::strlen(name);
+    HeaderParams params(value, size);
+    PieceCollector pieces;
+    bool hasExtended = false;
+    while (params.next()) {
+        Piece piece = {};
+        const Form form = formOf(params.name(), name, nameSize, piece);
+        if (form == Form::Numbered && !pieces.add(params, piece)) return Form::Other;
+        if (form == Form::Plain || (form == Form::Extended && !hasExtended))
+            out.swap(params.value_rw());
+        if (form == Form::Plain) return form;
+        hasExtended = hasExtended || form == Form::Extended;
+    }
+    return hasExtended || pieces.join(out) ? Form::Extended : Form::Other;
 }
 
 bool decodeExtended(const StringBuffer& value, StringBuffer& out) {
@@ -296,27 +318,12 @@ bool decodeExtended(const StringBuffer& value, StringBuffer& out) {
 }  // namespace
 
 bool findHeaderParam(const char* value, unsigned int size, const char* name, StringBuffer& out) {
-    const size_t nameSize = std::strlen(name);
-    HeaderParams params(value, size);
-    PieceCollector pieces;
-    StringBuffer extended;
-    bool hasExtended = false;
-    while (params.next()) {
-        Piece piece = {};
-        switch (formOf(params.name(), name, nameSize, piece)) {
-            case Form::Plain: return out.setString(params.value());
-            case Form::Extended:
-                if (!hasExtended && !extended.setString(params.value())) return false;
-                hasExtended = true;
-                break;
-            case Form::Numbered:
-                if (!pieces.add(params, piece)) return false;
-                break;
-            default: break;
-        }
-    }
-    if (!hasExtended && !pieces.join(extended)) return false;
-    return decodeExtended(extended, out);
+    StringBuffer written;
+    const Form form = takeWritten(value, size, name, written);
+    if (written.failed() || form == Form::Other) return false;
+    if (form == Form::Extended) return decodeExtended(written, out);
+    out.swap(written);
+    return true;
 }
 
 // -- Writing

@@ -135,8 +135,7 @@ public:
 
     // `text` starts at the first ";".
     void run(const char* text, unsigned size) {
-        HeaderParams params(text, size);
-        while (params.next()) take(params);
+        for (HeaderParams params(text, size); params.next();) take(params);
         for (unsigned i = 0; i < kParamCount; ++i)
             if (m_extended >> i & 1u) takeExtended(text, size, i);
     }

@@ -4,10 +4,13 @@
 // disposition with file name, transfer encoding.  load.cpp fills all four behind every header
 // that it loads; fields.cpp and properties.cpp refill the one whose field they changed.
 
+#include <cstring>
+
 #include "foundation/ContentCoding.h"
 #include "foundation/LogNull.h"
 #include "foundation/ParamString.h"
 #include "foundation/ParseEngine.h"
+#include "foundation/base/quoted_parts.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
@@ -76,34 +79,116 @@ void MimeMessage2::cacheDisposition(LogBase& log) {
     if (decodedField("content-disposition", value, log)) cacheDispositionParams(value, log);
 }
 
-// Kept on purpose: blanks outside quotes go, so that an unquoted file name loses its blanks;
-// a plain file name wins over an RFC 2231 one wherever it stands.
-void MimeMessage2::cacheDispositionParams(const StringBuffer& field, LogBase& log) {
-    ParamString quoted;
-    quoted.setString(field.getString(), true);
-    ParseEngine cursor;
-    cursor.setString(quoted.getString());
-    cursor.eliminateChar(' ');
-    cursor.eliminateChar('\t');
-    cursor.captureToNextChar(';', m_disposition);
-    cursor.skipChars(";");
-    StringBuffer name, value, starEncoded;
-    while (!cursor.atEnd()) {
-        name.weakClear();
-        value.weakClear();
-        cursor.captureToNextChar('=', name);
-        cursor.skipChars("=");
-        cursor.captureToNextChar(';', value);
-        cursor.skipChars(";");
-        if (value.beginsWith("<[["))
-            value.setString(quoted.getParam(zqIntValue(value.getString() + 3)));
-        if (name.equalsIgnoreCase("filename")) {
-            m_filename.setString(value);
-            return;
-        }
-        if (name.equalsIgnoreCase("filename*0*")) starEncoded.setString(value);
-        else if (name.beginsWithIgnoreCase("filename*")) starEncoded.append(value);
+namespace {
+
+// Walks over a disposition as if it were a copy in which the quoted parts are replaced by the
+// tokens of ParamString and all other blanks are dropped: a hostile one is too big for that.
+class DispositionReader {
+public:
+    explicit DispositionReader(const StringBuffer& text)
+        : m_text(text.getString()),
+          m_at(m_text),
+          m_end(m_text + std::strlen(m_text)),
+          m_closing(m_text, m_end) {}
+
+    bool atEnd() {
+        while (m_at != m_end && bytes::isBlank(*m_at)) ++m_at;
+        return m_at == m_end;
     }
+
+    void skip(char c) {
+        while (!atEnd() && *m_at == c) ++m_at;
+    }
+
+    // Moves to the next `stop` outside quotes, and appends the text up to it unless `out` is
+    // null; of a name only as much as tells those that count.
+    void capture(char stop, StringBuffer* out);
+    void captureName(StringBuffer& name);
+
+    // The same up to a ";"; a quoted part at the start is the whole value.
+    void captureValue(StringBuffer& out);
+
+private:
+    void captureUnit(char stop, StringBuffer* out);  // a quoted part, or plain text
+    const char* closePart();
+
+    const char* m_text;
+    const char* m_at;
+    const char* const m_end;
+    ClosingQuotes m_closing;
+    int m_parts = 0;        // those in front of m_at
+    ParamString m_byIndex;  // filled when a value refers to one
+    bool m_isIndexed = false;
+};
+
+void DispositionReader::captureUnit(char stop, StringBuffer* out) {
+    if (*m_at == '"') {
+        if (out) appendPartToken(m_parts, *out);
+        closePart();
+        return;
+    }
+    const char* const begin = m_at;
+    while (m_at != m_end && *m_at != stop && *m_at != '"' && !bytes::isBlank(*m_at)) ++m_at;
+    if (out) out->appendN(begin, static_cast<unsigned>(m_at - begin));
+}
+
+// Steps over the quoted part at m_at; gives where its text ends.
+const char* DispositionReader::closePart() {
+    const char* const close = m_closing.find(m_at + 1);
+    m_at = close == m_end ? close : close + 1;
+    ++m_parts;
+    return close;
+}
+
+void DispositionReader::capture(char stop, StringBuffer* out) {
+    while (!atEnd() && *m_at != stop) captureUnit(stop, out);
+}
+
+void DispositionReader::captureName(StringBuffer& name) {
+    constexpr unsigned kEnough = sizeof "filename*0*";
+    while (!atEnd() && *m_at != '=' && name.getSize() < kEnough) captureUnit('=', &name);
+    capture('=', nullptr);
+}
+
+void DispositionReader::captureValue(StringBuffer& out) {
+    if (!atEnd() && *m_at == '"') {
+        const char* const begin = m_at + 1;
+        const char* const close = closePart();
+        appendQuotedPart(begin, close, out);
+        return capture(';', nullptr);
+    }
+    const unsigned before = out.getSize();
+    capture(';', &out);
+    const char* const value = out.getString() + before;
+    if (zqStrNCmp(value, kPartToken, sizeof kPartToken - 1) != 0) return;
+    const int index = zqIntValue(value + sizeof kPartToken - 1);
+    if (!m_isIndexed) m_byIndex.setString(m_text, true);
+    m_isIndexed = true;
+    out.shorten(out.getSize() - before);
+    out.append(m_byIndex.getParam(index));
+}
+
+}  // namespace
+
+// Kept on purpose: blanks outside quotes go, so that an unquoted file name loses its blanks;
+// a plain file name wins over an RFC 2231 one wherever it stands; and a value that looks like
+// the token of a quoted part is that part.
+void MimeMessage2::cacheDispositionParams(StringBuffer& field, LogBase& log) {
+    StringBuffer name, starEncoded;
+    {
+        DispositionReader reader(field);
+        for (reader.capture(';', &m_disposition); !reader.atEnd();) {
+            reader.skip(';');
+            name.weakClear();
+            reader.captureName(name);
+            reader.skip('=');
+            if (name.equalsIgnoreCase("filename")) return reader.captureValue(m_filename);
+            if (name.equalsIgnoreCase("filename*0*")) starEncoded.weakClear();
+            if (name.beginsWithIgnoreCase("filename*")) reader.captureValue(starEncoded);
+            else reader.capture(';', nullptr);
+        }
+    }
+    field.clear();
     if (starEncoded.isEmpty()) return;
     ContentCoding coding;
     StringBuffer charset;
