@@ -71,6 +71,22 @@ std::string headerText(const std::string& argument, LogBase& log) {
     return text;
 }
 
+// Encoded words of so few bytes that each fits on a line with ' name="' in front of it.
+std::string encodedWords(std::string_view text) {
+    constexpr size_t kBytes = 39;
+    StringBuffer words;
+    while (!text.empty()) {
+        size_t n = std::min(kBytes, text.size());
+        while (n < text.size() && (text[n] & 0xC0) == 0x80) --n;
+        if (!words.isEmpty()) words.appendChar(' ');
+        appendEncodedWords(text.data(), static_cast<unsigned>(n), codepage::kUtf8, /*column*/ 0,
+                           /*forPhrase*/ true, words);
+        text.remove_prefix(n);
+    }
+    if (words.failed()) throw std::bad_alloc();
+    return std::string(view(words));
+}
+
 // -- Mistakes in the arguments
 
 std::string nameOf(const std::string& header) { return header.substr(0, header.find(':')); }
@@ -373,14 +389,10 @@ void Composer::setFileName(MimeMessage2& part, const char* disposition, const St
     appendHeaderParam("filename", name, value);
     part.addReplaceHeaderFieldUtf8("Content-Disposition", value.getString(), m_log);
     if (!value.containsSubstring("filename*")) return;
-    constexpr unsigned kColumn = sizeof " name=\"" - 1;
     StringBuffer type, text(name);
     text.replaceAllOccurances("\"", "\\\"");
     part.getHeaderFieldUtf8("Content-Type", type, m_log);
-    type.append("; name=\"");
-    appendEncodedWords(text.getString(), text.getSize(), codepage::kUtf8, kColumn,
-                       /*forPhrase*/ true, type);
-    type.appendChar('"');
+    type.append3("; name=\"", encodedWords(view(text)).c_str(), "\"");
     if (type.failed() || text.failed()) throw std::bad_alloc();
     part.addReplaceHeaderFieldUtf8("Content-Type", type.getString(), m_log);
 }

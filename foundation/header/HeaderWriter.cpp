@@ -674,14 +674,18 @@ void writeValue(FieldGrammar grammar, const char* begin, const char* end, size_t
     const Breaks breaks = breaksOf(grammar);
     LineFolder lines(out, column, kMaxColumns, breaks);
     LineFolder wordLines(out, column, kMaxWordColumns, breaks);
-    if (!needsCoding(begin, end)) grammar = FieldGrammar::Structured;
+    const bool isParams = grammar == FieldGrammar::Params && !lines.fits(sizeOf(begin, end));
+    if (!isParams && !needsCoding(begin, end)) grammar = FieldGrammar::Structured;
     switch (grammar) {
         case FieldGrammar::Unstructured:
             return UnstructuredWriter(begin, end, codePage, wordLines).write();
         case FieldGrammar::Addresses:
         case FieldGrammar::XmlAddresses:
             return AddressWriter(begin, end, codePage, wordLines).write();
-        case FieldGrammar::Params: return ParamsWriter(begin, end, lines).write();
+        case FieldGrammar::Params: {
+            const bool hasWords = bytes::find(begin, sizeOf(begin, end), "=?", 2) != nullptr;
+            return ParamsWriter(begin, end, hasWords ? wordLines : lines).write();
+        }
         default: return lines.appendFolded(begin, end);
     }
 }
