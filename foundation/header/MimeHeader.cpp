@@ -445,9 +445,16 @@ bool MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
         appendUnfolded(p, end, out);
         return !out.failed();
     }
-    StringBuffer value, utf8;
-    appendUnfolded(p, end, value);
-    return !value.failed() && appendHighBytes(value, field.codePage, utf8) && out.append(utf8);
+    StringBuffer unfolded, utf8;
+    if (findByte(p, end, '\n')) {
+        appendUnfolded(p, end, unfolded);
+        p = unfolded.getString();
+        end = p + unfolded.getSize();
+    }
+    if (unfolded.failed() || !appendHighBytes(p, end, field.codePage, utf8)) return false;
+    if (!out.isEmpty()) return out.append(utf8);
+    out.swap(utf8);
+    return true;
 }
 
 bool MimeHeader::getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const {

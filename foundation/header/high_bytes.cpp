@@ -155,13 +155,14 @@ bool mimetree::inner::readHighBytes(const char* line, unsigned int size, int giv
 }
 
 // Tolerated: raw bytes within an encoded word, which are in its charset.
-bool mimetree::inner::appendHighBytes(const StringBuffer& value, int codePage, StringBuffer& out) {
-    const char* const text = value.getString();
-    for (Pieces piece(text, text + value.getSize()); piece.next();) {
+bool mimetree::inner::appendHighBytes(const char* value, const char* end, int codePage,
+                                      StringBuffer& out) {
+    for (Pieces piece(value, end); piece.next();) {
         DataBuffer utf8;
         if (piece.isWord) appendEscaped(piece.first, piece.last, out);
         else if (!convert(codePage, piece.first, piece.last, utf8)) return false;
-        out.append(utf8);
+        if (out.isEmpty()) out.takeFromDb(utf8);
+        else out.append(utf8);
     }
     return !out.failed();
 }

@@ -25,6 +25,6 @@ bool readHighBytes(const char* line, unsigned int size, int given, const int (&c
 
 // Appends a value in UTF-8.  Such bytes within encoded words become escapes.  False when memory
 // is exhausted.
-bool appendHighBytes(const StringBuffer& value, int codePage, StringBuffer& out);
+bool appendHighBytes(const char* value, const char* end, int codePage, StringBuffer& out);
 
 }  // namespace mimetree::inner
