@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Line ends made CRLF, 16 bytes at a time where SSE2 is there, which every x86-64 has.
+// Line ends made CRLF.  The plain forms stand here, the vectorised ones in simd/line_ends.inc.
 
 #include "foundation/bytes/line_ends.h"
 
-#include <cstring>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::line_ends {
 
@@ -57,77 +53,22 @@ void complete(const char* p, size_t n, BareCr bareCr, char* out) {
 
 }  // namespace scalar
 
-#if defined(__SSE2__)
-
 namespace {
 
-__m128i load(const char* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+#define SIMD_KERNELS "foundation/simd/line_ends.inc"
+#include "foundation/simd/each_level.inc"
 
-// 0xFF where the byte is `c`.
-__m128i equal(const char* p, char c) { return _mm_cmpeq_epi8(load(p), _mm_set1_epi8(c)); }
-
-// Where the 16 line breaks at p lack their other half; p[-1] and p[16] are looked at too.
-__m128i incompleteAt(const char* p, BareCr bareCr) {
-    const __m128i bareLf = _mm_andnot_si128(equal(p - 1, '\r'), equal(p, '\n'));
-    if (bareCr == BareCr::Stays) return bareLf;
-    return _mm_or_si128(bareLf, _mm_andnot_si128(equal(p + 1, '\n'), equal(p, '\r')));
-}
-
-size_t sumOfBytes(__m128i counts) {
-    const __m128i halves = _mm_sad_epu8(counts, _mm_setzero_si128());
-    return static_cast<size_t>(_mm_cvtsi128_si32(halves)) +
-           static_cast<size_t>(_mm_cvtsi128_si32(_mm_srli_si128(halves, 8)));
-}
-
-unsigned maskOf(__m128i found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
+constexpr auto kCountIncomplete = SIMD_KERNEL(countIncomplete);
+constexpr auto kComplete = SIMD_KERNEL(complete);
 
 }  // namespace
 
-// The counters of a byte each are emptied before they can pass 255.
 size_t countIncomplete(const char* p, size_t n, BareCr bareCr) {
-    constexpr size_t kBlocks = 255;
-    if (n < 32) return scalar::countIncomplete(p, n, bareCr);
-    size_t count = p[0] == '\n' || (bareCr != BareCr::Stays && p[0] == '\r' && p[1] != '\n');
-    size_t i = 1;
-    while (n - i > 16) {
-        __m128i counts = _mm_setzero_si128();
-        for (size_t block = 0; block < kBlocks && n - i > 16; ++block, i += 16)
-            counts = _mm_sub_epi8(counts, incompleteAt(p + i, bareCr));
-        count += sumOfBytes(counts);
-    }
-    for (; i < n; ++i) {
-        count += p[i] == '\n' && p[i - 1] != '\r';
-        count += bareCr != BareCr::Stays && p[i] == '\r' && (i + 1 == n || p[i + 1] != '\n');
-    }
-    return count;
+    return kCountIncomplete.now()(p, n, bareCr);
 }
 
 void complete(const char* p, size_t n, BareCr bareCr, char* out) {
-    Step step{p, p + n, bareCr, p, out};
-    while (step.end - step.p >= 16) {
-        const unsigned cr = maskOf(equal(step.p, '\r'));
-        const unsigned lf = maskOf(equal(step.p, '\n'));
-        const unsigned crInFront = step.p != p && step.p[-1] == '\r';
-        const unsigned odd = bareCr == BareCr::Stays ? lf & ~(cr << 1 | crInFront) : lf | cr;
-        std::memcpy(step.out, step.p, 16);
-        const unsigned plain = odd ? static_cast<unsigned>(__builtin_ctz(odd)) : 16;
-        step.p += plain;
-        step.out += plain;
-        if (odd) step.one();
-    }
-    step.until(step.end);
+    kComplete.now()(p, n, bareCr, out);
 }
-
-#else
-
-size_t countIncomplete(const char* p, size_t n, BareCr bareCr) {
-    return scalar::countIncomplete(p, n, bareCr);
-}
-
-void complete(const char* p, size_t n, BareCr bareCr, char* out) {
-    scalar::complete(p, n, bareCr, out);
-}
-
-#endif
 
 }  // namespace mimetree::inner::line_ends

@@ -7,6 +7,7 @@
 
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/codecs.h"
+#include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::charset {
 namespace {
@@ -86,12 +87,29 @@ char32_t read32(Source& in, Order order) {
     return c > 0x10FFFF || isHighSurrogate(c) || isLowSurrogate(c) ? kReplacement : c;
 }
 
+namespace scalar {
+
+// The vectorised forms take what they can; the plain one leaves it all to decodeUnits().
+void decodeText(bool, Source&, Output&) {}
+
+}  // namespace scalar
+
+#define SIMD_KERNELS "foundation/simd/utf16.inc"
+#include "foundation/simd/each_level.inc"
+
+constexpr auto kDecodeText = SIMD_KERNEL(decodeText);
+
+// Behind what vectors leave, a surrogate as a rule, come a few units one by one.
 template <unsigned Size, char32_t (*Read)(Source& in, Order order)>
 bool decodeUnits(const Codec& codec, Source in, Output& out) {
+    constexpr size_t kOneByOne = 8;
     const Order order = skipMark<Size>(in, orderOf(codec));
     while (in.size() >= Size) {
-        if (!out.room(4)) return false;
-        out.put(Read(in, order));
+        if (Size == 2) kDecodeText.now()(order.isBig, in, out);
+        for (size_t i = 0; i < kOneByOne && in.size() >= Size; ++i) {
+            if (!out.room(4)) return false;
+            out.put(Read(in, order));
+        }
     }
     if (in.isEmpty()) return true;
     if (!out.room(4)) return false;
