@@ -278,17 +278,6 @@ TEST(bytes, FindAgreesWithItsTwin) {
     }
 }
 
-TEST(bytes, AsciiRunAgreesWithItsTwin) {
-    for (size_t size = 0; size < 80; ++size)
-        for (size_t high = 0; high <= size; ++high) {
-            std::string text(size, 'a');
-            if (high < size) text[high] = '\x80';
-            const Exact exact(text);
-            ASSERT_EQ(bytes::asciiRun(exact.data(), size), high);
-            ASSERT_EQ(bytes::scalar::asciiRun(exact.data(), size), high);
-        }
-}
-
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
     for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
         text.replace(at, from.size(), to);

@@ -294,26 +294,6 @@ TEST(Convert, ReadsItsOwnOutput) {
     EXPECT_EQ(str(out), "x\xE9x\u00E9");
 }
 
-TEST(Utf8, FastIsPlain) {
-    const std::string_view pieces[] = {"a", "abcdefgh", "\u00E9", "\u4E2D", "\uE000", "\U0001F600",
-                                       "\xED\x9F\xBF", "\xE0\xA0\x80", "\xF4\x8F\xBF\xBF",
-                                       // and faults
-                                       "\xC1\x80", "\xE0\x9F\x80", "\xED\xA0\x80",
-                                       "\xF4\x90\x80\x80", "\xF0\x8F\x80\x80", "\xE4\xB8", "\x80",
-                                       "\xFF", "\xC2"};
-    std::mt19937 random(11);
-    for (int round = 0; round < 20000; ++round) {
-        std::string text;
-        for (auto n = random() % 12; n != 0; --n) text += pieces[random() % 9];
-        text += pieces[random() % std::size(pieces)];
-        for (auto n = random() % 12; n != 0; --n) text += pieces[random() % 9];
-        const Exact input(text);
-        const auto* p = reinterpret_cast<const unsigned char*>(input.data());
-        ASSERT_EQ(utf8::validPrefix(p, text.size()), utf8::scalar::validPrefix(p, text.size()))
-            << testing::PrintToString(text);
-    }
-}
-
 TEST(Utf8, ValidWithinALimit) {
     const auto valid = [](std::string_view text, unsigned limit) {
         return _zqUtf::isValidUtf8(raw(text), unsigned(text.size()), limit);

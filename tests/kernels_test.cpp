@@ -163,6 +163,7 @@ std::vector<Twins> allTwins() {
     static const std::string lightQp = mostly("abcdefg hijklmnop", "=\r\n", 2);
     static const std::string ascii = mostly("ab", "\x80\xFF", 60);
     static const std::string lines = mostly("ab", "\r\n", 8);
+    static const std::string surrogates = mostly("\x4E\x5F", "\xD8\xDC", 10);
     using namespace line_ends;
     return {
         {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
@@ -178,6 +179,8 @@ std::vector<Twins> allTwins() {
          {lightQp, "ab \xC3", ""},
          encodeQp<quoted_printable::scalar::encode>},
         {TWINS(quoted_printable, decode, decodeQp), {lightQp, "= \t\r\n4aG", "=C3A", ""}},
+        {CONVERTED(1200, 65001), {"ab\0"sv, "\0\x01\x07\xE9"sv, "\x4E\x7F\x08", "", surrogates}},
+        {CONVERTED(1201, 65001), {"ab\0"sv, "\0\x01\x07\xE9"sv, "\x4E\x7F\x08", "", surrogates}},
         {CONVERTED(1251, 65001), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
         {CONVERTED(1251, 1251), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
         {CONVERTED(1252, 1253), {ascii, ""}},
