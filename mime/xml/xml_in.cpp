@@ -218,7 +218,9 @@ MimeMessage2* XmlTreeBuilder::finish() {
                      reinterpret_cast<const unsigned char*>(text.getString()), text.getSize(),
                      m_open->parts, /*inputIsUtf8*/ true, m_log);
     node->m_mimeHeader.writeAnew();
-    if (hasAttribute(*m_open->body, kXmlBytes, kXmlAsReceived)) node->m_charset.clear();
+    node->noteReceived(hasAttribute(*m_open->body, kXmlBytes, kXmlAsReceived)
+                           ? MimeMessage2::Stored::NoText
+                           : MimeMessage2::Stored::Converted);
     keepSigned(*node);
     return node;
 }

@@ -44,13 +44,14 @@ bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
            (!isBodyAsReceived(log) || body->addAttributeUtf8(kXmlBytes, kXmlAsReceived));
 }
 
-// An attachment's bytes are kept, and its charset is not, whatever its header says.
+// A body whose bytes go out as they were received, whatever its header says of their charset.
 bool MimeMessage2::isBodyAsReceived(LogBase& log) const {
-    if (m_charset.getCodePage() != codepage::kNone) return false;
+    const bool isText = m_contentType.m_type.beginsWith("text/");
     StringBuffer value;
     _zqContentType type;
     _zqCharset declared;
-    if (!decodedField("content-type", value, log)) return false;
+    if (wireCodePage(isText) != codepage::kUtf8 || !decodedField("content-type", value, log))
+        return false;
     type.loadFromMimeHeaderValue(value.getString(), declared, log);
     const int codePage = declared.getCodePage();
     return codePage != codepage::kNone && codePage != codepage::kUtf8 &&
