@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "laws.h"
+
+#include <vector>
+
+#include "foundation/LogNull.h"
+#include "foundation/LogText.h"
+
+void load(MimeMessage2& message, const std::string& text, bool asText) {
+    LogText log;
+    StringBuffer clue;
+    message.loadMimeComplete2(text.data(), static_cast<unsigned>(text.size()), asText, clue, log,
+                              /*inputIsUtf8*/ false);
+}
+
+std::string written(const MimeMessage2& message) {
+    LogNull log;
+    DataBuffer out;
+    message.getMimeTextDb(out, /*bodyOnly*/ false, log);
+    return bytesOf(out);
+}
+
+void readAll(MimeMessage2& message) {
+    LogNull log;
+    ExtPtrArray addresses;
+    for (const char* name : {"From", "To", "Cc"}) message.getEmailAddresses(name, addresses, log);
+    StringBuffer out;
+    for (int i = 0; i < message.getNumHeaderFields(); ++i) {
+        message.getHeaderFieldName(i, out, log);
+        message.getHeaderFieldValue(i, /*decode*/ true, out, log);
+    }
+    message.getSubFieldUtf8("Content-Type", "name", out, log);
+    message.getMimeStructure(0, 0, out, log);
+    message.getHtmlBodyObject(log);
+    message.containsSignedParts(log);
+    message.containsEncryptedParts(log);
+    message.find8bitInfo(out);
+    message.isAttachment(log);
+    DataBuffer body;
+    message.getHtmlBody(body, log);
+}
+
+// Labels are added while text is read, delimiters may be made up by what stands around them: a
+// few rounds bring a message to rest, and then it stays.
+void checkWriting(const MimeMessage2& first, bool asText) {
+    std::string text = written(first);
+    for (int round = 0; round < 8; ++round) {
+        MimeMessage2 again;
+        load(again, text, asText);
+        std::string next = written(again);
+        if (next == text) return;
+        require(next.size() < 4 * text.size() + 4096, "what is written does not swell");
+        text.swap(next);
+    }
+}
+
+// Number of nodes, depth first, without recursion.
+static std::vector<int> shapeOf(const MimeMessage2& root) {
+    std::vector<int> shape;
+    std::vector<const MimeMessage2*> open{&root};
+    while (!open.empty()) {
+        const MimeMessage2* const node = open.back();
+        open.pop_back();
+        shape.push_back(node->getNumParts());
+        for (int i = node->getNumParts(); i-- > 0;) open.push_back(node->getPart(i));
+    }
+    return shape;
+}
+
+void checkXml(MimeMessage2& message) {
+    LogNull log;
+    StringBuffer xml;
+    require(message.getMimeXml(xml, log), "every tree has an XML form");
+    MimeMessage2* const back = MimeMessage2::createMimeFromXml(xml, "mime_message", false, log);
+    require(back != nullptr, "its XML form is read");
+    require(shapeOf(*back) == shapeOf(message), "XML gives back the parts");
+    VantrelObject::deleteObject(back);
+}
