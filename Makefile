@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench packages clean
+.PHONY: build run test bench fuzz packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -29,6 +29,12 @@ bench:
 	    -DMIMETREE_BUILD_BENCH=ON -DMIMETREE_BENCH_PEERS=ON >/dev/null
 	cmake --build build/bench
 	python3 bench/compare.py build/bench docs
+
+# Runs each fuzz target for a minute, or FUZZ_SECONDS.
+FUZZ_SECONDS ?= 60
+fuzz:
+	@cmake/install-packages.sh build fuzz
+	fuzz/run.sh $(FUZZ_SECONDS)
 
 packages:
 	@cmake/install-packages.sh build
