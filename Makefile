@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench fuzz packages clean
+.PHONY: build run test bench stress peers fuzz packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -23,12 +23,18 @@ test: build
 	ctest --preset release
 
 # Measures the engine beside other libraries; writes docs/benchmarks.md.
-bench:
+bench: peers
+	python3 bench/compare.py build/bench docs
+
+# Attacks it beside the same libraries; writes docs/robustness.md.
+stress: peers
+	python3 fuzz/stress.py build/bench docs
+
+peers:
 	@cmake/install-packages.sh build bench
 	@cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release -DMIMETREE_BUILD_TESTS=OFF \
 	    -DMIMETREE_BUILD_BENCH=ON -DMIMETREE_BENCH_PEERS=ON >/dev/null
 	cmake --build build/bench
-	python3 bench/compare.py build/bench docs
 
 # Runs each fuzz target for a minute, or FUZZ_SECONDS.
 FUZZ_SECONDS ?= 60

@@ -19,8 +19,11 @@ inline bool loadBytes(MimeMessage2& node, const char* data, unsigned size) {
                                   /*inputIsUtf8*/ false);
 }
 
+// Limit: messages are opened this deep within one another.  Each is a copy of what is left.
+constexpr int kMaxOpened = 100;
+
 // No recursion over parts: some of the mails are nested more deeply than a stack allows.
-inline uint64_t loadAndWalk(const char* data, size_t size) {
+inline uint64_t loadAndWalk(const char* data, size_t size, int level = 0) {
     MimeMessage2 root;
     if (!loadBytes(root, data, static_cast<unsigned>(size))) return 0;
     uint64_t decoded = 0;
@@ -32,8 +35,9 @@ inline uint64_t loadAndWalk(const char* data, size_t size) {
         if (node.getNumParts()) continue;
         const DataBuffer& body = node.getMimeBodyDb();
         const char* const type = node.getContentType();
-        if (type && strncasecmp(type, "message/rfc822", 14) == 0)
-            decoded += loadAndWalk(reinterpret_cast<const char*>(body.getData2()), body.getSize());
+        if (level < kMaxOpened && type && strncasecmp(type, "message/rfc822", 14) == 0)
+            decoded += loadAndWalk(reinterpret_cast<const char*>(body.getData2()), body.getSize(),
+                                   level + 1);
         else decoded += body.getSize();
     }
     return decoded;
