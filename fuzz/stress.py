@@ -112,13 +112,15 @@ def limits(library):
 def run(build, library, path):
     """One mail in a process of its own. `time` starts it, being small: the peak memory of a process
     begins with that of the one that it was forked from."""
-    done = subprocess.run(["/usr/bin/time", "-f", "%U %S %M", *program(build, library), path],
+    with subprocess.Popen(["/usr/bin/time", "-f", "%M", *program(build, library), path],
                           preexec_fn=limits(library), stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-                          env={**os.environ, "MIMETREE_BENCH_ONCE": "1"}, text=True)
-    user, system, memory = done.stderr.split()[-3:]
-    seconds = float(user) + float(system)
-    outcome = "ok" if done.returncode == 0 else "time" if seconds >= LIMIT - 1 else "crash"
-    return Run(outcome, seconds, int(memory) * 1024)
+                          env={**os.environ, "MIMETREE_BENCH_ONCE": "1"}, text=True) as process:
+        said = process.stderr.read()
+        _, status, used = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+    seconds, memory = used.ru_utime + used.ru_stime, int(said.split()[-1]) * 1024
+    outcome = "ok" if status == 0 else "time" if seconds >= LIMIT - 1 else "crash"
+    return Run(outcome, seconds, memory)
 
 
 def attack(build, libraries, make, folder):
