@@ -5,19 +5,15 @@
 // and no setter starts a header line of its own.
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
 #include "foundation/LogNull.h"
 #include "foundation/LogText.h"
 #include "mime/MimeMessage2.h"
+#include "target.h"
 
 namespace {
-
-void require(bool law) {
-    if (!law) std::abort();
-}
 
 constexpr unsigned kTooLarge = 1u << 15;
 
@@ -457,13 +453,13 @@ void Sequence::checkWriting() {
     DataBuffer text;
     root.getMimeTextDb(text, false, silent);
     MimeMessage2 again;
-    require(again.loadMimeCompleteDb(text, silent));
+    require(again.loadMimeCompleteDb(text, silent), "what is written loads again");
     StringBuffer head, clue;
     root.getMimeHeader(head, silent);
     MimeHeader fields;
     fields.loadMimeHeaderBytes(head.getString(), head.getSize(), 0, clue, silent);
-    require(fields.getNumFields() == root.getNumHeaderFields());
-    require(!head.containsSubstring("\r\n\r\n"));
+    require(fields.getNumFields() == root.getNumHeaderFields(), "no setter starts a field");
+    require(!head.containsSubstring("\r\n\r\n"), "no header ends early");
 }
 
 void Sequence::run() {
@@ -476,7 +472,4 @@ void Sequence::run() {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    Sequence(data, size).run();
-    return 0;
-}
+FUZZ_TARGET(sequence_fuzz) { Sequence(data, size).run(); }
