@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench stress peers fuzz packages clean
+.PHONY: build run test bench stress peers fuzz check-all packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -41,6 +41,13 @@ FUZZ_SECONDS ?= 60
 fuzz:
 	@cmake/install-packages.sh build fuzz
 	fuzz/run.sh $(FUZZ_SECONDS)
+
+# What takes longer than .ci/run may: everything in it, then each fuzz target for twenty minutes and
+# the search for input that costs more than linear time for thirty.
+check-all:
+	.ci/run
+	fuzz/run.sh 1200
+	build/release/fuzz/linear 1800
 
 packages:
 	@cmake/install-packages.sh build
