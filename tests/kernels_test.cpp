@@ -181,6 +181,8 @@ std::vector<Twins> allTwins() {
         {TWINS(quoted_printable, decode, decodeQp), {lightQp, "= \t\r\n4aG", "=C3A", ""}},
         {CONVERTED(1200, 65001), {"ab\0"sv, "\0\x01\x07\xE9"sv, "\x4E\x7F\x08", "", surrogates}},
         {CONVERTED(1201, 65001), {"ab\0"sv, "\0\x01\x07\xE9"sv, "\x4E\x7F\x08", "", surrogates}},
+        {CONVERTED(28591, 65001), {ascii, "ab\xE9\xB0", ""}},
+        {CONVERTED(1252, 65001), {ascii, "ab\xE9\xB0", "abcdefghijkl\xE9\x93", ""}},
         {CONVERTED(1251, 65001), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
         {CONVERTED(1251, 1251), {ascii, "\xE0\xE5\xEE\xF2 ,", "\xE0\xE5\xEE\xF2 \x96", ""}},
         {CONVERTED(1252, 1253), {ascii, ""}},
