@@ -8,7 +8,7 @@
 
 #include <atomic>
 
-#if defined(__GNUC__) && defined(__SSE2__)
+#if defined(__GNUC__) && defined(__x86_64__)
 #define SIMD_X86 1
 #elif defined(__GNUC__) && defined(__aarch64__) && !defined(__AARCH64EB__)
 #define SIMD_NEON 1
@@ -17,7 +17,7 @@
 namespace mimetree::inner::simd {
 
 // Each level has what those in front of it have.  Base is what every machine of its kind has:
-// SSE2 on x86, NEON on 64-bit ARM.  Avx512 means what came with Ice Lake and Zen 4: bytes
+// SSE2 on x86-64, NEON on 64-bit ARM.  Avx512 means what came with Ice Lake and Zen 4: bytes
 // looked up in tables of 128 and squeezed together (VBMI, VBMI2).
 enum class Level : unsigned char { Plain, Base, Avx2, Avx512 };
 constexpr unsigned kLevels = 4;
