@@ -16,6 +16,11 @@
 class ClsXml;
 class ExtPtrArray;
 class LogBase;
+class MimeMessage2;
+
+namespace mimetree::inner {
+class PlainValue;
+}
 
 class MIMETREE_API MimeHeader {
 public:
@@ -112,6 +117,16 @@ public:
     int getDetectedCP() const { return m_detectedCP; }
 
 private:
+    friend class MimeMessage2;  // cached_properties.cpp: reads the four fields that it caches
+
+    // Where the first of each stands in the list; -1: nowhere.
+    struct MimeFields {
+        int contentType = -1;
+        int contentId = -1;
+        int disposition = -1;
+        int transferEncoding = -1;
+    };
+
     // A field is m_text[start, start + size): name, blanks, colon and value, with CRLF at
     // its folds only.
     struct Field {
@@ -155,6 +170,9 @@ private:
     Field fieldOfLine(unsigned int start, unsigned int size) const;
     bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
     int indexOf(const char* name, unsigned int nameSize) const;
+    MimeFields findMimeFields() const;
+    bool getPlainValue(int index, mimetree::inner::PlainValue& value) const;
+    void findValue(const Field& field, const char*& begin, const char*& end) const;
     void appendHeader(int codePage, StringBuffer& out) const;
     bool appendValue(const Field& field, StringBuffer& out) const;
     bool makeField(const StringBuffer& name, const char* value, Field& field);

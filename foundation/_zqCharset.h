@@ -15,6 +15,7 @@ public:
     // standard are not known, since it does not decode them either: "iso-2022-cn",
     // "iso-2022-cn-ext", "replacement" and "x-user-defined".
     bool setByName(const char* name);
+    bool setByName(const char* name, unsigned int length);
 
     // Takes the canonical (IANA preferred MIME) name.  A code page that is not known keeps
     // its number with the name "cp" + number; 0 clears.

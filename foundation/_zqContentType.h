@@ -26,6 +26,10 @@ public:
     // follows, so that "C:\temp\report.doc" survives.
     void loadFromMimeHeaderValue(const char* value, _zqCharset& charset, LogBase& log);
 
+    // The same for `size` bytes, none of which is NUL and which are not the record's own.
+    void loadFromMimeHeaderValue(const char* value, unsigned int size, _zqCharset& charset,
+                                 LogBase& log);
+
     // Appends a value built from the fields, "text/plain" standing for an empty type, with a
     // charset parameter when `charset` holds one.  Values that are no tokens are quoted;
     // those that a quoted string cannot carry unchanged are written as RFC 2231 asks.  What
@@ -45,4 +49,8 @@ public:
     StringBuffer m_subType;       // type (RFC 2387)
     StringBuffer m_reportType;    // report-type (RFC 6522)
     bool m_formatFlowed = false;  // format=flowed (RFC 3676)
+
+private:
+    bool loadUsual(const char* p, const char* end, _zqCharset& charset);
+    bool storeUsual(unsigned int param, const char* p, const char* end, _zqCharset& charset);
 };

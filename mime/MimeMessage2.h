@@ -395,7 +395,10 @@ private:
     static void deleteTrees(ExtPtrArray& roots);
     void applyParam(StringBuffer& field, const char* text, LogBase& log);
     bool decodedField(const char* name, StringBuffer& out, LogBase& log) const;
-    void captureMainValue(const char* name, StringBuffer& out, LogBase& log) const;
+    bool decodedField(int index, StringBuffer& out, LogBase& log) const;
+    void captureMainValue(int index, StringBuffer& out, LogBase& log) const;
+    void cacheContentTypeOf(int index, LogBase& log);
+    void cacheDispositionOf(int index, LogBase& log);
     void cacheDispositionParams(StringBuffer& field, LogBase& log);
     void recacheField(const StringBuffer& name, LogBase& log);
     Stored decodeBody(const char* encoding, const void* data, unsigned int size,

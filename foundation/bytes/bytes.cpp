@@ -78,8 +78,26 @@ const char* findPair(const char* p, size_t n, char c) { return kFindPair.now()(p
 
 size_t asciiRun(const char* p, size_t n) { return kAsciiRun.now()(p, n); }
 
+namespace {
+
+// Eight bytes, ASCII letters among them in lower case: adding makes the high bit of those from
+// "A" on, and of those behind "Z".
+uint64_t lowerWord(const char* p) {
+    constexpr uint64_t kEach = 0x0101010101010101u;
+    uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    const uint64_t low = word & kEach * 0x7F;
+    const uint64_t fromA = low + kEach * (0x80 - 'A'), behindZ = low + kEach * (0x7F - 'Z');
+    return word | (fromA & ~behindZ & ~word & kEach * 0x80) >> 2;
+}
+
+}  // namespace
+
 bool equalIgnoreCase(const char* a, const char* b, size_t n) {
-    for (size_t i = 0; i < n; ++i)
+    size_t i = 0;
+    for (; n - i >= 8; i += 8)
+        if (lowerWord(a + i) != lowerWord(b + i)) return false;
+    for (; i < n; ++i)
         if (lower(a[i]) != lower(b[i])) return false;
     return true;
 }

@@ -605,7 +605,15 @@ std::string_view trimmed(std::string_view name) {
     return name;
 }
 
+// Nearly all mail is in these.
+constexpr CharsetRow kUsualRows[] = {
+    {"utf-8", 65001}, {"us-ascii", 20127}, {"iso-8859-1", 28591}, {"windows-1252", 1252}};
+
 int codePageOfTrimmed(std::string_view name) {
+    for (const CharsetRow& row : kUsualRows)
+        if (name.size() == row.name.size() &&
+            bytes::equalIgnoreCase(name.data(), row.name.data(), name.size()))
+            return row.codePage;
     char lower[kLongestName];
     if (name.empty() || name.size() > kLongestName) return 0;
     std::transform(name.begin(), name.end(), lower, bytes::lower);
@@ -617,8 +625,11 @@ int codePageOfTrimmed(std::string_view name) {
 }  // namespace
 
 bool _zqCharset::setByName(const char* name) {
-    if (!name) return false;
-    const std::string_view text = trimmed(name);
+    return name && setByName(name, static_cast<unsigned int>(std::strlen(name)));
+}
+
+bool _zqCharset::setByName(const char* name, unsigned int length) {
+    const std::string_view text = trimmed({name, length});
     const int codePage = codePageOfTrimmed(text);
     if (codePage == 0) return false;
     if (!m_name.setStringN(text.data(), static_cast<unsigned int>(text.size()))) return false;

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <string_view>
 
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
@@ -24,6 +25,7 @@
 #include "foundation/header/HeaderWriter.h"
 #include "foundation/header/header_fields.h"
 #include "foundation/header/high_bytes.h"
+#include "foundation/header/plain_value.h"
 
 using namespace mimetree::inner;
 
@@ -434,13 +436,47 @@ int MimeHeader::indexOf(const char* name, unsigned int nameSize) const {
     return -1;
 }
 
+// All four in one pass.
+MimeHeader::MimeFields MimeHeader::findMimeFields() const {
+    struct Row {
+        std::string_view name;
+        int MimeFields::*place;
+    };
+    static constexpr Row kRows[] = {{"content-type", &MimeFields::contentType},
+                                    {"content-id", &MimeFields::contentId},
+                                    {"content-disposition", &MimeFields::disposition},
+                                    {"content-transfer-encoding", &MimeFields::transferEncoding}};
+    MimeFields found;
+    for (unsigned i = m_fields.size(); i-- > 0;) {
+        const char* const name = m_text.getString() + m_fields[i].start;
+        if (m_fields[i].nameSize < kRows[1].name.size() || bytes::lower(*name) != 'c') continue;
+        for (const Row& row : kRows)
+            if (m_fields[i].nameSize == row.name.size() &&
+                bytes::equalIgnoreCase(name, row.name.data(), row.name.size()))
+                found.*row.place = static_cast<int>(i);
+    }
+    return found;
+}
+
 // Without the blanks at both ends; a line that is no field is value whole.
+void MimeHeader::findValue(const Field& field, const char*& begin, const char*& end) const {
+    begin = m_text.getString() + field.start;
+    end = begin + field.size;
+    if (field.nameSize) begin = findByte(begin + field.nameSize, end, ':') + 1;
+    while (begin != end && bytes::isSpace(*begin)) ++begin;
+    while (end != begin && bytes::isSpace(end[-1])) --end;
+}
+
+bool MimeHeader::getPlainValue(int index, PlainValue& value) const {
+    const Field& field = m_fields[static_cast<unsigned>(index)];
+    const char *p, *end;
+    findValue(field, p, end);
+    return field.codePage == 0 && value.set(p, end);
+}
+
 bool MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
-    const char* p = m_text.getString() + field.start;
-    const char* end = p + field.size;
-    if (field.nameSize) p = findByte(p + field.nameSize, end, ':') + 1;
-    while (p != end && bytes::isSpace(*p)) ++p;
-    while (end != p && bytes::isSpace(end[-1])) --end;
+    const char *p, *end;
+    findValue(field, p, end);
     if (field.codePage == 0) {
         appendUnfolded(p, end, out);
         return !out.failed();

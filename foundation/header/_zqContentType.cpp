@@ -7,6 +7,7 @@
 #include "foundation/_zqContentType.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
@@ -21,7 +22,7 @@ namespace {
 enum class Quotes { IfNeeded, Always };
 
 struct Param {
-    const char* name;
+    std::string_view name;
     StringBuffer _zqContentType::*field;  // null for the two that are no text of the record
     Quotes quotes;
 };
@@ -45,11 +46,16 @@ constexpr unsigned kCharset = 0, kFormat = 1, kBoundary = 5,
 // The place in kParams of a name; kParamCount for one that the record does not hold.
 unsigned indexOf(const char* name, size_t size) {
     unsigned i = 0;
-    while (i < kParamCount && (std::strlen(kParams[i].name) != size ||
-                               !bytes::equalIgnoreCase(kParams[i].name, name, size)))
+    while (i < kParamCount && (kParams[i].name.size() != size ||
+                               !bytes::equalIgnoreCase(kParams[i].name.data(), name, size)))
         ++i;
     return i;
 }
+
+// What is read without a second look.
+constexpr ByteSet kUsualNameBytes = kTokenBytes.without("*");
+constexpr ByteSet kUsualBytes = kTokenBytes.with("/?=:@");
+constexpr ByteSet kUsualCharsetBytes = kTokenBytes.without("'");
 
 unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
@@ -162,7 +168,7 @@ private:
 
     void takeExtended(const char* text, unsigned size, unsigned i) {
         StringBuffer value;
-        if (findHeaderParam(text, size, kParams[i].name, value)) store(i, value);
+        if (findHeaderParam(text, size, kParams[i].name.data(), value)) store(i, value);
     }
 
     // Takes the text out of `value`, which costs no copy.
@@ -196,15 +202,70 @@ bool isToken(const StringBuffer& value) {
 void appendParam(const Param& param, const StringBuffer& value, StringBuffer& out) {
     if (value.isEmpty()) return;
     if (param.quotes == Quotes::IfNeeded || !isToken(value)) {
-        appendHeaderParam(param.name, value, out);
+        appendHeaderParam(param.name.data(), value, out);
         return;
     }
-    out.append3("; ", param.name, "=\"");
+    out.append3("; ", param.name.data(), "=\"");
     out.append(value);
     out.appendChar('"');
 }
 
+// A value in quotes without a backslash, or a word; moves `p` behind it.  False for others.
+bool readUsualValue(const char*& p, const char* end, const char*& text, const char*& textEnd) {
+    text = p;
+    if (p != end && *p == '"') {
+        ++text;
+        textEnd = text;
+        while (textEnd != end && *textEnd != '"' && *textEnd != '\\') ++textEnd;
+        if (textEnd == end || *textEnd == '\\') return false;
+        p = textEnd + 1;
+        return true;
+    }
+    while (p != end && kUsualBytes.has(*p)) ++p;
+    textEnd = p;
+    return p != text;
+}
+
+const char* skipSpace(const char* p, const char* end) {
+    while (p != end && bytes::isSpace(*p)) ++p;
+    return p;
+}
+
 }  // namespace
+
+// RFC 2045 5.1 as nearly everybody writes it: type; name=word; name="text".  False, the record in
+// any state, for all else, which is read with all tolerance.
+bool _zqContentType::loadUsual(const char* p, const char* end, _zqCharset& charset) {
+    const char* const type = p;
+    while (p != end && !kEndsWord.has(*p)) ++p;
+    if (p == type || !m_type.setStringN(type, sizeOf(type, p))) return false;
+    for (unsigned seen = 0;;) {
+        p = skipSpace(p, end);
+        if (p == end) return true;
+        if (*p != ';') return false;
+        p = skipSpace(p + 1, end);
+        if (p == end) return true;
+        const char* const name = p;
+        while (p != end && kUsualNameBytes.has(*p)) ++p;
+        if (p == name || p == end || *p != '=') return false;
+        const unsigned i = indexOf(name, static_cast<size_t>(p - name));
+        const char *text, *textEnd;
+        if (!readUsualValue(++p, end, text, textEnd)) return false;
+        if (i == kParamCount || seen >> i & 1u) continue;
+        seen |= 1u << i;
+        if (!storeUsual(i, text, textEnd, charset)) return false;
+    }
+}
+
+bool _zqContentType::storeUsual(unsigned int param, const char* p, const char* end,
+                                _zqCharset& charset) {
+    if (kParams[param].field) return (this->*kParams[param].field).setStringN(p, sizeOf(p, end));
+    for (const char* q = p; q != end; ++q)
+        if (!kUsualCharsetBytes.has(*q)) return false;
+    if (param == kCharset) return charset.setByName(p, sizeOf(p, end));
+    m_formatFlowed = end - p == 6 && bytes::equalIgnoreCase(p, "flowed", 6);
+    return true;
+}
 
 void _zqContentType::clear() {
     m_type.clear();
@@ -232,10 +293,18 @@ void _zqContentType::loadFromMimeHeaderValue(const char* value, _zqCharset& char
         copy.setString(value);
         value = copy.getString();
     }
+    const char* const text = value ? value : "";
+    loadFromMimeHeaderValue(text, static_cast<unsigned>(std::strlen(text)), charset, log);
+}
+
+void _zqContentType::loadFromMimeHeaderValue(const char* value, unsigned int size,
+                                             _zqCharset& charset, LogBase& log) {
     clear();
     charset.clear();
-    if (!value) return;
-    const char* end = value + std::strlen(value);
+    const char* end = value + size;
+    if (loadUsual(value, end, charset)) return;
+    clear();
+    charset.clear();
     dropOuterQuotes(value, end);
     const char* rest = readType(value, end, m_type);
     if (rest == end) return;

@@ -11,22 +11,67 @@
 #include "foundation/ParamString.h"
 #include "foundation/ParseEngine.h"
 #include "foundation/base/quoted_parts.h"
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/bytes.h"
+#include "foundation/header/plain_value.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
 
+namespace {
+
+// RFC 2183 2 as nearly everybody writes it: a word, or a word and a file name in quotes or without
+// need of any; what stands behind that name does not matter.  False, the outputs in any state,
+// for all else.
+bool readUsualDisposition(const PlainValue& value, StringBuffer& disposition,
+                          StringBuffer& filename) {
+    const char* p = value.begin();
+    const char* const end = value.end();
+    while (p != end && kTokenBytes.has(*p)) ++p;
+    disposition.setStringN(value.begin(), static_cast<unsigned>(p - value.begin()));
+    if (p == end) return true;
+    if (*p != ';') return false;
+    ++p;
+    while (p != end && bytes::isBlank(*p)) ++p;
+    static constexpr char kName[] = "filename=";
+    constexpr unsigned kSize = sizeof kName - 1;
+    if (static_cast<size_t>(end - p) <= kSize || !bytes::equalIgnoreCase(p, kName, kSize))
+        return false;
+    p += kSize;
+    const bool isQuoted = *p == '"';
+    const char* const name = isQuoted ? ++p : p;
+    while (p != end && (isQuoted ? *p != '"' && *p != '\\' : kTokenBytes.has(*p))) ++p;
+    const bool isClosed = isQuoted ? p != end && *p == '"' : p == end || *p == ';';
+    if (!isClosed || p == name || p[-1] == '=' || bytes::isBlank(p[-1])) return false;
+    filename.setStringN(name, static_cast<unsigned>(p - name));
+    if (isQuoted) ++p;
+    return p == end || *p == ';';
+}
+
+}  // namespace
+
 bool MimeMessage2::decodedField(const char* name, StringBuffer& out, LogBase& log) const {
-    if (!m_mimeHeader.getMimeFieldUtf8(name, out, log)) return false;
+    return decodedField(m_mimeHeader.indexOf(name, static_cast<unsigned>(std::strlen(name))), out,
+                        log);
+}
+
+bool MimeMessage2::decodedField(int index, StringBuffer& out, LogBase& log) const {
+    if (!m_mimeHeader.getFieldValueUtf8(index, out, log)) return false;
     out.qbDecode(log);
     return true;
 }
 
 // The trimmed value of a field up to its first ";".
-void MimeMessage2::captureMainValue(const char* name, StringBuffer& out, LogBase& log) const {
+void MimeMessage2::captureMainValue(int index, StringBuffer& out, LogBase& log) const {
+    PlainValue plain;
+    if (index >= 0 && m_mimeHeader.getPlainValue(index, plain)) {
+        out.setStringN(plain.begin(), static_cast<unsigned>(plain.mainEnd() - plain.begin()));
+        return;
+    }
     StringBuffer value;
     out.clear();
-    if (!decodedField(name, value, log)) return;
+    if (!decodedField(index, value, log)) return;
     value.trim2();
     ParseEngine cursor;
     cursor.setString(value.getString());
@@ -44,39 +89,60 @@ void MimeMessage2::recacheField(const StringBuffer& name, LogBase& log) {
 // The order matters: cacheDisposition lower-cases the type that cacheContentType stored.
 void MimeMessage2::cacheAll(LogBase& log) {
     if (!isAlive()) return;
-    cacheContentType(log);
-    cacheContentId(log);
-    cacheDisposition(log);
-    cacheEncoding(log);
+    const MimeHeader::MimeFields fields = m_mimeHeader.findMimeFields();
+    LogNull silent;
+    cacheContentTypeOf(fields.contentType, log);
+    captureMainValue(fields.contentId, m_contentId, silent);
+    cacheDispositionOf(fields.disposition, log);
+    captureMainValue(fields.transferEncoding, m_contentTransferEncoding, log);
 }
 
 void MimeMessage2::cacheContentType(LogBase& log) {
-    if (!isAlive()) return;
+    if (isAlive()) cacheContentTypeOf(m_mimeHeader.findMimeFields().contentType, log);
+}
+
+void MimeMessage2::cacheContentTypeOf(int index, LogBase& log) {
+    PlainValue plain;
+    if (index >= 0 && m_mimeHeader.getPlainValue(index, plain)) {
+        m_contentType.loadFromMimeHeaderValue(plain.begin(), plain.size(), m_charset, log);
+        return;
+    }
     LogNull silent;
     StringBuffer value;
-    decodedField("content-type", value, silent);
+    decodedField(index, value, silent);
     m_contentType.loadFromMimeHeaderValue(value.getString(), m_charset, log);
 }
 
 void MimeMessage2::cacheContentId(LogBase&) {
     if (!isAlive()) return;
     LogNull silent;
-    captureMainValue("content-id", m_contentId, silent);
+    captureMainValue(m_mimeHeader.findMimeFields().contentId, m_contentId, silent);
 }
 
 void MimeMessage2::cacheEncoding(LogBase& log) {
-    if (isAlive()) captureMainValue("content-transfer-encoding", m_contentTransferEncoding, log);
+    if (!isAlive()) return;
+    captureMainValue(m_mimeHeader.findMimeFields().transferEncoding, m_contentTransferEncoding,
+                     log);
 }
 
 void MimeMessage2::cacheDisposition(LogBase& log) {
-    if (!isAlive()) return;
+    if (isAlive()) cacheDispositionOf(m_mimeHeader.findMimeFields().disposition, log);
+}
+
+void MimeMessage2::cacheDispositionOf(int index, LogBase& log) {
     m_disposition.clear();
     m_filename.clear();
     // Kept on purpose: reading the disposition lower-cases the content type, whether there is
     // a disposition or not; the tests on types elsewhere rely on it.
     m_contentType.m_type.toLowerCase();
+    PlainValue plain;
+    if (index >= 0 && m_mimeHeader.getPlainValue(index, plain) &&
+        readUsualDisposition(plain, m_disposition, m_filename))
+        return;
+    m_disposition.clear();
+    m_filename.clear();
     StringBuffer value;
-    if (decodedField("content-disposition", value, log)) cacheDispositionParams(value, log);
+    if (decodedField(index, value, log)) cacheDispositionParams(value, log);
 }
 
 namespace {
