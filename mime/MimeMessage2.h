@@ -40,6 +40,7 @@ class TreeNode;
 namespace mimetree::inner {
 class Loader;
 class XmlTreeBuilder;
+struct TypeTraits;
 }  // namespace mimetree::inner
 
 // Whether the body parsed last was labelled ISO-8859-1 but held windows-1252 text: reset
@@ -383,11 +384,15 @@ private:
         DataBuffer bytes;     // from which it was converted, kept where no way leads back to them
     };
 
+    enum class BodyCoding { None, Binary, Base64, QuotedPrintable, Uuencode };
+    static BodyCoding bodyCodingOf(const char* name);
+
     class Held;
     bool isWithinString(const char* p) const;
 
     bool isAlive() const;
     bool typeBeginsWith(const char* prefix) const;
+    mimetree::inner::TypeTraits typeTraits(LogBase& log) const;
     bool qualifiesAs8bitText() const;
     bool hasGroupWiseMark(LogBase& log) const;
     bool isGroupWiseMail(LogBase& log) const;
@@ -403,14 +408,12 @@ private:
     void recacheField(const StringBuffer& name, LogBase& log);
     Stored decodeBody(const char* encoding, const void* data, unsigned int size,
                       const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
-    Stored decodeBase64(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+    Stored decodeBase64(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
-    Stored decodeQP(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
-                    LogBase& log);
-    Stored uudecodeBody(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
+    Stored decodeQP(const void* data, unsigned int size, int codePage, bool isText, LogBase& log);
+    Stored uudecodeBody(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
-    Stored store8bit(const void* data, unsigned int size, const _zqCharset& charset, bool isText,
-                     LogBase& log);
+    Stored store8bit(const void* data, unsigned int size, int codePage, bool isText, LogBase& log);
     Stored convertBodyToUtf8(int codePage, LogBase& log);
     void noteReceived(Stored stored);
     bool isToBeConverted(int codePage, bool isText) const;

@@ -13,6 +13,7 @@
 #include "foundation/LogNull.h"
 #include "foundation/_zqUtf.h"
 #include "mime/node/internal.h"
+#include "mime/node/type_traits.h"
 
 using namespace mimetree::inner;
 
@@ -92,10 +93,8 @@ int MimeMessage2::wireCodePage(bool isText) const {
 // Kept on purpose: "text/" anywhere in the field makes a loader read text, whatever the type.
 bool MimeMessage2::isReadAsText() const {
     if (isMultipart()) return true;
-    StringBuffer field;
     LogNull silent;
-    m_mimeHeader.getMimeFieldUtf8("content-type", field, silent);
-    return declaresText(field);
+    return typeTraits(silent).isText;
 }
 
 // What was read is sent as it was read while label and coding are still the same.  With other

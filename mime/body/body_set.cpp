@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <string_view>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/EncodingConvert.h"
@@ -93,7 +94,8 @@ bool namesAndIsUtf8(const DataBuffer& body) {
 // Kept on purpose: the last byte is not looked at, and 0x80 and 0x81 do not count.
 bool looksLike1252(const DataBuffer& body) {
     const unsigned char* const p = body.getData2();
-    for (unsigned i = 0; i + 1 < body.getSize(); ++i)
+    const size_t ascii = bytes::asciiRun(reinterpret_cast<const char*>(p), body.getSize());
+    for (size_t i = ascii; i + 1 < body.getSize(); ++i)
         if (p[i] >= 0x82 && p[i] <= 0x9F) return true;
     return false;
 }
@@ -130,30 +132,40 @@ void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data,
     if (isAlive()) decodeBody(encoding, data, size, charset, isText, bIsUtf8, log);
 }
 
+MimeMessage2::BodyCoding MimeMessage2::bodyCodingOf(const char* name) {
+    struct Row {
+        std::string_view name;
+        BodyCoding coding;
+    };
+    static constexpr Row kRows[] = {{"quoted-printable", BodyCoding::QuotedPrintable},
+                                    {"base64", BodyCoding::Base64},
+                                    {"uuencode", BodyCoding::Uuencode},
+                                    {"binary", BodyCoding::Binary}};
+    const size_t size = name ? std::strlen(name) : 0;
+    for (const Row& row : kRows)
+        if (size == row.name.size() && bytes::equalIgnoreCase(name, row.name.data(), size))
+            return row.coding;
+    return BodyCoding::None;
+}
+
 MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* data,
-                                              unsigned int size, const _zqCharset& declared,
+                                              unsigned int size, const _zqCharset& charset,
                                               bool isText, bool bIsUtf8, LogBase& log) {
     OperationContext context(log, "setMimeBodyByEncoding");
-    StringBuffer coding;
-    coding.setString(encoding);
-    _zqCharset charset(declared);
-    log.verboseData("encoding", coding.getString());
+    log.verboseData("encoding", encoding ? encoding : "");
     log.verboseLong("isText", isText);
     log.verboseLong("bIsUtf8", bIsUtf8);
     log.verboseData("charset", charset.getName());
     log.verboseLong("dataLen", static_cast<long>(size));
     m_modified = true;
-    if (coding.equalsIgnoreCase2("quoted-printable", 16))
-        return decodeQP(data, size, charset, isText, log);
-    if (coding.equalsIgnoreCase2("base64", 6))
-        return decodeBase64(data, size, charset, isText, log);
-    if (coding.equalsIgnoreCase2("uuencode", 8))
-        return uudecodeBody(data, size, charset, isText, log);
-    if (bIsUtf8) charset.setByCodePage(codepage::kUtf8);
-    const Stored stored = store8bit(data, size, charset, isText, log);
+    const int codePage = charset.getCodePage();
+    const BodyCoding coding = bodyCodingOf(encoding);
+    if (coding == BodyCoding::QuotedPrintable) return decodeQP(data, size, codePage, isText, log);
+    if (coding == BodyCoding::Base64) return decodeBase64(data, size, codePage, isText, log);
+    if (coding == BodyCoding::Uuencode) return uudecodeBody(data, size, codePage, isText, log);
+    const Stored stored = store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log);
     // RFC 2046 5.2.1: an attached message may not be labelled binary.
-    if (coding.equalsIgnoreCase2("binary", 6) &&
-        m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
+    if (coding == BodyCoding::Binary && m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
         setContentEncoding("8bit", log);
     return bIsUtf8 ? Stored::AsUtf8 : stored;
 }
@@ -171,26 +183,23 @@ void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const Str
                                                  LogBase& log) {
     if (!isAlive()) return;
     m_modified = true;
-    StringBuffer coding;
-    coding.setString(encoding);
-    if (coding.equalsIgnoreCase2("base64", 6))
+    const BodyCoding coding = bodyCodingOf(encoding);
+    if (coding == BodyCoding::Base64)
         setMimeBodyBase64(text.getString(), text.getSize(), charset, isText, log);
-    else if (coding.equalsIgnoreCase2("quoted-printable", 16))
+    else if (coding == BodyCoding::QuotedPrintable)
         setMimeBodyQP(text.getString(), text.getSize(), charset, isText, log);
     else setMimeBodyString_Unencoded(text, charset, false, log);
 }
 
 void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (isAlive()) decodeBase64(data, size, charset, isText, log);
+    if (isAlive()) decodeBase64(data, size, charset.getCodePage(), isText, log);
 }
 
 MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size,
-                                                const _zqCharset& charset, bool isText,
-                                                LogBase& log) {
+                                                int codePage, bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyBase64");
     m_modified = true;
-    const int codePage = charset.getCodePage();
     const NewBody fresh(m_mimeBody);
     m_received = Received();
     ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
@@ -202,14 +211,13 @@ MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int s
 
 void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset,
                                  bool isText, LogBase& log) {
-    if (isAlive()) decodeQP(data, size, charset, isText, log);
+    if (isAlive()) decodeQP(data, size, charset.getCodePage(), isText, log);
 }
 
 MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
-                                            const _zqCharset& charset, bool isText, LogBase& log) {
+                                            int codePage, bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyQP");
     m_modified = true;
-    const int codePage = charset.getCodePage();
     log.verboseLong("cp", codePage);
     const NewBody fresh(m_mimeBody);
     m_received = Received();
@@ -241,29 +249,27 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
 // The body goes on as base64: uuencode is no MIME coding (RFC 2045 6).
 // Tolerated: a body that is not uuencoded after all; it stays as it is.
 MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int size,
-                                                const _zqCharset& charset, bool isText,
-                                                LogBase& log) {
+                                                int codePage, bool isText, LogBase& log) {
     StringBuffer text;
     text.appendN(static_cast<const char*>(data), size);
     DataBuffer decoded;
     if (!Uu().uu_decode(text, decoded, log)) decoded.append(text);
     // As base64 it will be read by that rule, too.
-    const bool keeps = charset.getCodePage() == codepage::kUtf16LE && isPlainlyNoUtf16(decoded);
+    const bool keeps = codePage == codepage::kUtf16LE && isPlainlyNoUtf16(decoded);
     const Stored stored =
-        store8bit(decoded.getData2(), decoded.getSize(), charset, isText && !keeps, log);
+        store8bit(decoded.getData2(), decoded.getSize(), codePage, isText && !keeps, log);
     setContentEncoding("base64", log);
     return stored;
 }
 
 void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (isAlive()) store8bit(data, size, charset, isText, log);
+    if (isAlive()) store8bit(data, size, charset.getCodePage(), isText, log);
 }
 
 MimeMessage2::Stored MimeMessage2::store8bit(const void* data, unsigned int size,
-                                             const _zqCharset& charset, bool isText, LogBase& log) {
+                                             int codePage, bool isText, LogBase& log) {
     m_modified = true;
-    int codePage = charset.getCodePage();
     const NewBody fresh(m_mimeBody);
     m_received = Received();
     m_mimeBody.append(data, size);

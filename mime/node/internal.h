@@ -15,12 +15,6 @@ public:
     OperationContext(LogBase& log, const char* name) : LogContextExitor(log, name, log.m_verbose) {}
 };
 
-// Content-Type fields of bodies that are text (RFC 2046 4).
-inline bool declaresText(const StringBuffer& contentType) {
-    return contentType.containsSubstringNoCase("text/") ||
-           contentType.containsSubstringNoCase("application/xml");
-}
-
 // The nodes below a root, depth-first in document order, on a list of its own: a message may
 // nest deeper than the machine stack goes.  Null slots are skipped; nodes whose marker is
 // gone are visited, but have no children.

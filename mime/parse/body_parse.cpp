@@ -12,20 +12,12 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
+#include "mime/node/type_traits.h"
 #include "mime/parse/loader.h"
 
 namespace mimetree::inner {
 
 namespace {
-
-// RFC 2046 4: media that are no text.  XML and JSON are text that may be in any charset.
-bool isBinaryType(const StringBuffer& contentType) {
-    for (const char* media : {"image/", "audio/", "video/"})
-        if (contentType.containsSubstringNoCase(media)) return true;
-    return contentType.containsSubstringNoCase("application/") &&
-           !contentType.containsSubstringNoCase("xml") &&
-           !contentType.containsSubstringNoCase("json");
-}
 
 bool hasZeroByte(const char* body, unsigned size) {
     return size != 0 && std::memchr(body, 0, size) != nullptr;
@@ -33,9 +25,9 @@ bool hasZeroByte(const char* body, unsigned size) {
 
 // RFC 2045 5.2: a body without a type is text.  Text with a zero byte in it is none, unless
 // it is UTF-16.
-bool isTextBody(const StringBuffer& contentType, int codePage, const char* body, unsigned size) {
-    if (contentType.isEmpty()) return !hasZeroByte(body, size);
-    if (!declaresText(contentType)) return false;
+bool isTextBody(const TypeTraits& type, int codePage, const char* body, unsigned size) {
+    if (type.isEmpty) return !hasZeroByte(body, size);
+    if (!type.isText) return false;
     if (codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE) return true;
     return !hasZeroByte(body, size);
 }
@@ -65,13 +57,18 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
         node.m_mimeBody.clear();
         return Progress::Done;
     }
-    StringBuffer contentType;
-    node.m_mimeHeader.getMimeFieldUtf8_2("content-type", 12, contentType, m_log);
-    m_log.verboseData("contentType", contentType.getString());
+    logContentType(node);
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
-    parseLeaf(node, contentType, encoding, body, size);
+    parseLeaf(node, encoding, body, size);
     return Progress::Done;
+}
+
+void Loader::logContentType(const MimeMessage2& node) {
+    if (!m_log.m_verbose) return;
+    StringBuffer value;
+    node.m_mimeHeader.getMimeFieldUtf8_2("content-type", 12, value, m_log);
+    m_log.verboseData("contentType", value.getString());
 }
 
 // What stands in front of the first delimiter is dropped (RFC 2046 5.1.1: the preamble), and
@@ -88,7 +85,7 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
             return Progress::Failed;
         }
         m_log.verboseInfo("No boundary found -- loading the body with all that follows.");
-        node.noteReceived(node.store8bit(body, size, node.m_charset, true, m_log));
+        node.noteReceived(node.store8bit(body, size, node.m_charset.getCodePage(), true, m_log));
         return Progress::Done;
     }
     m_log.verboseInfo("The boundary string was found, continuing to parse MIME...");
@@ -128,12 +125,12 @@ void Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
     charset.setByName(name.getString());
 }
 
-void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
-                       const char* body, unsigned size) {
-    m_log.verboseData("contentType", contentType.getString());
+void Loader::parseLeaf(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
+    logContentType(node);
     m_log.verboseData("charset", node.m_charset.getName());
     noteCharsetClue(node.m_charset);
-    if (isBinaryType(contentType)) {
+    const TypeTraits type = node.typeTraits(m_log);
+    if (type.isBinary) {
         m_log.verboseInfo("clearing charset based on content-type.");
         m_log.verboseInfo("treating body as binary (non-character) data.");
         node.m_charset.clear();
@@ -145,7 +142,7 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
     }
     m_log.verboseLong("bIsAttachment", isAttachment);
     const int codePage = node.m_charset.getCodePage();
-    const bool isText = !isAttachment && isTextBody(contentType, codePage, body, size);
+    const bool isText = !isAttachment && isTextBody(type, codePage, body, size);
 
     // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
     _zqCharset charset;
@@ -160,8 +157,7 @@ void Loader::parseLeaf(MimeMessage2& node, const StringBuffer& contentType, cons
                                m_log);
     };
 
-    if (!isAttachment && codePage == codepage::kNone &&
-        contentType.containsSubstringNoCase("text/html")) {
+    if (!isAttachment && codePage == codepage::kNone && type.isHtml) {
         m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
         store();
         takeCharsetFromHtml(node, charset);

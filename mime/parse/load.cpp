@@ -9,6 +9,7 @@
 
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
+#include "mime/node/type_traits.h"
 #include "mime/parse/loader.h"
 
 using namespace mimetree::inner;
@@ -282,7 +283,7 @@ Loader::Progress Loader::loadWithoutBlankLine(MimeMessage2& node, const char* da
         node.m_mimeHeader.loadMimeHeaderBytes(kDefault, sizeof kDefault - 1, codepage::kNone,
                                               m_charsetClue, m_log);
         node.cacheAll(m_log);
-        node.noteReceived(node.store8bit(data, size, node.m_charset, true, m_log));
+        node.noteReceived(node.store8bit(data, size, node.m_charset.getCodePage(), true, m_log));
         return Progress::Done;
     }
     m_log.verboseInfo("Assuming the entire MIME message is a header with no body.");
@@ -340,7 +341,7 @@ bool MimeMessage2::loadPieces(const char* headerText, unsigned int headerSize,
     m_mimeHeader.getMimeFieldUtf8("content-type", contentType, log);
     static const char* const kBinaryMedia[] = {"image/", "audio/", "video/", "application/"};
     if (m_charset.getCodePage() > 0 && containsAny(contentType, kBinaryMedia)) clearCharset(log);
-    const bool isText = declaresText(contentType);
+    const bool isText = traitsOf(contentType.getString(), contentType.getSize()).isText;
 
     _zqCharset bodyCharset;
     bodyCharset.copy(m_charset);

@@ -49,8 +49,8 @@ private:
                        const char* encoding, const char* body, unsigned size);
     Progress startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
                         const char* body, unsigned size, bool isSigned);
-    void parseLeaf(MimeMessage2& node, const StringBuffer& contentType, const char* encoding,
-                   const char* body, unsigned size);
+    void parseLeaf(MimeMessage2& node, const char* encoding, const char* body, unsigned size);
+    void logContentType(const MimeMessage2& node);
     void noteCharsetClue(const _zqCharset& charset);
     void takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
 
