@@ -19,8 +19,10 @@ class LogBase;
 class MimeMessage2;
 
 namespace mimetree::inner {
+class Loader;
 class PlainValue;
-}
+struct HeaderScan;
+}  // namespace mimetree::inner
 
 class MIMETREE_API MimeHeader {
 public:
@@ -117,7 +119,8 @@ public:
     int getDetectedCP() const { return m_detectedCP; }
 
 private:
-    friend class MimeMessage2;  // cached_properties.cpp: reads the four fields that it caches
+    friend class MimeMessage2;             // cached_properties.cpp: reads the four that it caches
+    friend class mimetree::inner::Loader;  // load.cpp: looks through a header beforehand
 
     // Where the first of each stands in the list; -1: nowhere.
     struct MimeFields {
@@ -164,10 +167,13 @@ private:
         unsigned m_capacity = 0;
     };
 
+    bool loadScanned(const char* headerText, const mimetree::inner::HeaderScan& scan, int codePage,
+                     const StringBuffer& charsetClue, LogBase& log);
     bool splitFields();
     bool findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log);
     int declaredCodePage(LogBase& log) const;
     Field fieldOfLine(unsigned int start, unsigned int size) const;
+    Field fieldWithName(unsigned int start, unsigned int size, unsigned int nameSize) const;
     bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
     int indexOf(const char* name, unsigned int nameSize) const;
     MimeFields findMimeFields() const;

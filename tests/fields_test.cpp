@@ -114,6 +114,8 @@ constexpr const char* kCacheRows[][2] = {
      "Content-Disposition: attachment; filename=\"=?utf-8?B?w6k=?=.txt\"",
      "text/plain;;<\xC3\xA9>;attachment;\xC3\xA9.txt"},
     {"Content-Disposition: a b\t; filename = a b.txt ", ";;;ab;ab.txt"},
+    {"Content-Disposition: a; filename=b.txt; x=\"\\", ";;;a;b.txt"},
+    {"Content-Disposition: a; filename=\"b =\"; filename=c", ";;;a;b ="},
     {"Content-Disposition: a; filename = \"a  b; c.txt\"", ";;;a;a  b; c.txt"},
     {"Content-Disposition: a; filename*0*=utf-8''a%20b; filename*1*=%C3%A9.t; filename*2=xt",
      ";;;a;a b\xC3\xA9.txt"},

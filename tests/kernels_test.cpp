@@ -12,6 +12,7 @@
 #include "foundation/bytes/utf8.h"
 #include "foundation/coding/base64.h"
 #include "foundation/coding/quoted_printable.h"
+#include "foundation/header/header_scan.h"
 #include "foundation/simd/level.h"
 #include "tests/support.h"
 
@@ -136,6 +137,24 @@ std::string convertedPlainly(std::string_view in) {
     return out;
 }
 
+// Each "|" is a CRLF, so that whole headers come about.
+std::string withBreaks(std::string_view in) {
+    std::string out;
+    for (char c : in) out += c == '|' ? "\r\n" : std::string(1, c);
+    return out;
+}
+
+template <auto Function>
+std::string scanned(std::string_view in) {
+    HeaderScan scan;
+    if (!Function(in.data(), in.size(), scan)) return "odd";
+    std::string out = std::to_string(scan.size) + (scan.hasHighBytes ? " high" : "");
+    for (unsigned i = 0; i < scan.fields.size(); ++i)
+        out += " " + std::to_string(scan.fields[i].start) + "-" +
+               std::to_string(scan.fields[i].nameEnd);
+    return out;
+}
+
 // `sets` are the alphabets that inputs are made of, a random one for each; "" is all bytes.
 // `prepare` makes the input of what came of that.
 struct Twins {
@@ -162,12 +181,15 @@ std::vector<Twins> allTwins() {
     static const std::string damaged = mostly(kBase64, "\r\n=*\x80", 4);
     static const std::string lightQp = mostly("abcdefg hijklmnop", "=\r\n", 2);
     static const std::string ascii = mostly("ab", "\x80\xFF", 60);
+    static const std::string fields = mostly("a: b| ", "\t\r\n\x7F\xE9", 30);
+    static const std::string longFields = mostly("ab:cd ef", "|||", 6);
     static const std::string lines = mostly("ab", "\r\n", 8);
     static const std::string surrogates = mostly("\x4E\x5F", "\xD8\xDC", 10);
     using namespace line_ends;
     return {
         {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
         {TWINS(bytes, asciiRun, run), {ascii, ""}},
+        {TWINS(header_scan, run, scanned), {fields, longFields, "ab: |", ""}, withBreaks},
         {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},
         {TWINS(utf8, validPrefix, validUtf8), {"0123456789", "abcdefgh2\xFF", ""}, utf8Text},
         {TWINS(base64, encode, encode64), {""}},

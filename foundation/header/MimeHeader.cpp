@@ -24,6 +24,7 @@
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/HeaderWriter.h"
 #include "foundation/header/header_fields.h"
+#include "foundation/header/header_scan.h"
 #include "foundation/header/high_bytes.h"
 #include "foundation/header/plain_value.h"
 
@@ -51,6 +52,14 @@ unsigned char keyOf(const char* name, unsigned size) {
         return static_cast<unsigned>(static_cast<unsigned char>(name[i])) | 0x20u;
     };
     return static_cast<unsigned char>(size * 31 + at(0) * 7 + at(size / 2) * 3 + at(size - 1));
+}
+
+// RFC 5322 4.5: blanks between the name and its colon are obsolete but read.  Gives 0 where the
+// `n` bytes at the start of a line are no name.
+unsigned sizeOfName(const char* line, unsigned size, unsigned n) {
+    unsigned colon = n;
+    while (colon < size && bytes::isBlank(line[colon])) ++colon;
+    return n <= kMaxNameSize && colon < size && line[colon] == ':' ? n : 0;
 }
 
 bool isBreak(char c) { return c == '\r' || c == '\n'; }
@@ -169,6 +178,22 @@ bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, 
     return false;
 }
 
+bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, int codePage,
+                             const StringBuffer& charsetClue, LogBase& log) {
+    clear(0);
+    const unsigned count = scan.fields.size();
+    bool isLoaded = m_text.appendN(headerText, scan.size) && m_fields.reserve(count);
+    for (unsigned i = 0; isLoaded && i < count; ++i) {
+        const auto [start, nameEnd] = scan.fields[i];
+        const unsigned end = i + 1 < count ? scan.fields[i + 1].start - 2 : scan.size;
+        const unsigned n = sizeOfName(headerText + start, end - start, nameEnd - start);
+        m_fields.push(fieldWithName(start, end - start, n));
+    }
+    if (scan.hasHighBytes) isLoaded = isLoaded && findCodePages(codePage, charsetClue, log);
+    if (!isLoaded) clear(0);
+    return isLoaded;
+}
+
 // Lines that begin with a blank belong to the field before them.
 bool MimeHeader::splitFields() {
     const char* const text = m_text.getString();
@@ -192,19 +217,24 @@ bool MimeHeader::splitFields() {
     return true;
 }
 
-// RFC 5322 4.5: blanks between the name and its colon are obsolete but read.
 unsigned mimetree::inner::fieldNameSize(const char* line, unsigned size) {
     unsigned n = 0;
     while (n < size && kFieldNameBytes.has(line[n])) ++n;
-    unsigned colon = n;
-    while (colon < size && bytes::isBlank(line[colon])) ++colon;
-    return n <= kMaxNameSize && colon < size && line[colon] == ':' ? n : 0;
+    return sizeOfName(line, size, n);
 }
 
 MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size) const {
-    const char* const line = m_text.getString() + start;
-    const unsigned n = fieldNameSize(line, size);
-    return Field{start, size, static_cast<unsigned short>(n), 0, keyOf(line, n), true};
+    return fieldWithName(start, size, fieldNameSize(m_text.getString() + start, size));
+}
+
+MimeHeader::Field MimeHeader::fieldWithName(unsigned int start, unsigned int size,
+                                            unsigned int nameSize) const {
+    return Field{start,
+                 size,
+                 static_cast<unsigned short>(nameSize),
+                 0,
+                 keyOf(m_text.getString() + start, nameSize),
+                 true};
 }
 
 // Each field is judged by itself: mail that passed several hands mixes charsets.  It stays as

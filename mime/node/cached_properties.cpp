@@ -5,6 +5,7 @@
 // that it loads; fields.cpp and properties.cpp refill the one whose field they changed.
 
 #include <cstring>
+#include <string_view>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/LogNull.h"
@@ -21,31 +22,35 @@ using namespace mimetree::inner;
 
 namespace {
 
+const char* skip(const char* p, const char* end, const ByteSet& set) {
+    while (p != end && set.has(*p)) ++p;
+    return p;
+}
+
+constexpr ByteSet kBlanks(" \t");
+constexpr ByteSet kQuotedBytes = ByteSet().range('\0', '\xFF').without("\"\\");
+
 // RFC 2183 2 as nearly everybody writes it: a word, or a word and a file name in quotes or without
 // need of any; what stands behind that name does not matter.  False, the outputs in any state,
 // for all else.
 bool readUsualDisposition(const PlainValue& value, StringBuffer& disposition,
                           StringBuffer& filename) {
-    const char* p = value.begin();
     const char* const end = value.end();
-    while (p != end && kTokenBytes.has(*p)) ++p;
+    const char* p = skip(value.begin(), end, kTokenBytes);
     disposition.setStringN(value.begin(), static_cast<unsigned>(p - value.begin()));
     if (p == end) return true;
     if (*p != ';') return false;
-    ++p;
-    while (p != end && bytes::isBlank(*p)) ++p;
-    static constexpr char kName[] = "filename=";
-    constexpr unsigned kSize = sizeof kName - 1;
-    if (static_cast<size_t>(end - p) <= kSize || !bytes::equalIgnoreCase(p, kName, kSize))
+    p = skip(p + 1, end, kBlanks);
+    static constexpr std::string_view kName = "filename=";
+    if (static_cast<size_t>(end - p) <= kName.size() ||
+        !bytes::equalIgnoreCase(p, kName.data(), kName.size()))
         return false;
-    p += kSize;
+    p += kName.size();
     const bool isQuoted = *p == '"';
-    const char* const name = isQuoted ? ++p : p;
-    while (p != end && (isQuoted ? *p != '"' && *p != '\\' : kTokenBytes.has(*p))) ++p;
-    const bool isClosed = isQuoted ? p != end && *p == '"' : p == end || *p == ';';
-    if (!isClosed || p == name || p[-1] == '=' || bytes::isBlank(p[-1])) return false;
+    const char* const name = isQuoted ? p + 1 : p;
+    p = skip(name, end, isQuoted ? kQuotedBytes : kTokenBytes);
     filename.setStringN(name, static_cast<unsigned>(p - name));
-    if (isQuoted) ++p;
+    if (isQuoted && (p == end || *p++ != '"')) return false;
     return p == end || *p == ';';
 }
 

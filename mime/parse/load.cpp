@@ -233,6 +233,33 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
         data += skip;
         size -= skip;
     }
+    return scanUsualHeader(source, data, size) ? loadScanned(node, source, data, size)
+                                               : loadTolerantly(node, source, data, size);
+}
+
+// Kept on purpose: in text, a double LF in the body makes the header, too, be repaired.
+bool Loader::scanUsualHeader(SourceText& source, const char* data, unsigned size) {
+    return header_scan::run(data, size, m_scan) &&
+           (m_lineEndings == LineEndings::AsTheyAre ||
+            !source.find(Break::LfLf, data, data + size));
+}
+
+Loader::Progress Loader::loadScanned(MimeMessage2& node, SourceText& source, const char* data,
+                                     unsigned size) {
+    { const OperationContext context(m_log, "findEndOfHeader2"); }
+    m_log.verboseInfo("Found end-of-header.");
+    const char* const body = data + m_scan.size + 4;
+    const unsigned bodySize = size - m_scan.size - 4;
+    if (!node.m_mimeHeader.loadScanned(data, m_scan, headerCodePage(), m_charsetClue, m_log))
+        return Progress::Failed;
+    node.cacheAll(m_log);
+    if (bodySize == 0) return Progress::Done;
+    return tellFailure(openBody(node, source, nullptr, node.m_contentTransferEncoding.getString(),
+                                body, bodySize));
+}
+
+Loader::Progress Loader::loadTolerantly(MimeMessage2& node, SourceText& source, const char* data,
+                                        unsigned size) {
     StringBuffer repairBuf, convertBuf;
     HeaderEndSearch search(source, data, size, m_lineEndings, repairBuf, convertBuf, m_log);
     search.run();
@@ -261,13 +288,16 @@ Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const 
         SourceText& copy = repaired->source;
         progress = openBody(node, copy, std::move(repaired), coding, text + bodyAt, bodySize);
     }
+    return tellFailure(progress);
+}
+
+Loader::Progress Loader::tellFailure(Progress progress) {
     if (progress == Progress::Failed) m_log.logError("MIME has errors.");
     return progress;
 }
 
 bool Loader::loadHeader(MimeMessage2& node, const char* text, unsigned size) {
-    const int codePage = m_inputIsUtf8 ? codepage::kUtf8 : codepage::kNone;
-    if (!node.m_mimeHeader.loadMimeHeaderBytes(text, size, codePage, m_charsetClue, m_log))
+    if (!node.m_mimeHeader.loadMimeHeaderBytes(text, size, headerCodePage(), m_charsetClue, m_log))
         return false;
     node.cacheAll(m_log);
     return true;

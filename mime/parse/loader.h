@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "foundation/bytes/MemoryWatch.h"
+#include "foundation/charset/code_pages.h"
+#include "foundation/header/header_scan.h"
 #include "mime/MimeMessage2.h"
 #include "mime/parse/header_end.h"
 #include "mime/parse/multipart.h"
@@ -35,7 +37,13 @@ private:
     bool finishLevels(Progress first);
     Progress openNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
     Progress loadNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
+    bool scanUsualHeader(SourceText& source, const char* data, unsigned size);
+    Progress loadScanned(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
+    Progress loadTolerantly(MimeMessage2& node, SourceText& source, const char* data,
+                            unsigned size);
     Progress loadWithoutBlankLine(MimeMessage2& node, const char* data, unsigned size);
+    Progress tellFailure(Progress progress);
+    int headerCodePage() const { return m_inputIsUtf8 ? codepage::kUtf8 : codepage::kNone; }
     bool loadHeader(MimeMessage2& node, const char* text, unsigned size);
     bool loadNextPart();
     bool addPart(const char* part, unsigned size);
@@ -60,6 +68,7 @@ private:
     StringBuffer& m_charsetClue;
     LogBase& m_log;
     const MemoryWatch m_memory;
+    HeaderScan m_scan;         // of the node that is loaded
     Level* m_level = nullptr;  // the innermost open one
     bool m_result = true;      // of the level closed last
 };
