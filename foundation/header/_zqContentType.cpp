@@ -259,7 +259,12 @@ bool _zqContentType::loadUsual(const char* p, const char* end, _zqCharset& chars
 
 bool _zqContentType::storeUsual(unsigned int param, const char* p, const char* end,
                                 _zqCharset& charset) {
-    if (kParams[param].field) return (this->*kParams[param].field).setStringN(p, sizeOf(p, end));
+    if (kParams[param].field) {
+        StringBuffer& field = this->*kParams[param].field;
+        const bool isStored = field.setStringN(p, sizeOf(p, end));
+        if (param == kBoundary) makeBoundarySafe(field.getString_rw(), field.getSize());
+        return isStored;
+    }
     for (const char* q = p; q != end; ++q)
         if (!kUsualCharsetBytes.has(*q)) return false;
     if (param == kCharset) return charset.setByName(p, sizeOf(p, end));
