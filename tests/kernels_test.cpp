@@ -189,6 +189,8 @@ std::vector<Twins> allTwins() {
     return {
         {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
         {TWINS(bytes, asciiRun, run), {ascii, ""}},
+        {TWINS(bytes, plainRun, run), {lines, ascii, ""}},
+        {TWINS(bytes, hasC1, run), {ascii, "a\x81\xA0", ""}},
         {TWINS(header_scan, run, scanned), {fields, longFields, "ab: |", ""}, withBreaks},
         {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},
         {TWINS(utf8, validPrefix, validUtf8), {"0123456789", "abcdefgh2\xFF", ""}, utf8Text},

@@ -30,6 +30,18 @@ size_t asciiRun(const char* p, size_t n) {
     return i;
 }
 
+size_t plainRun(const char* p, size_t n) {
+    size_t i = 0;
+    while (i < n && p[i] != '\r' && p[i] != '\n' && p[i] != '\0' && p[i] != '?') ++i;
+    return i;
+}
+
+bool hasC1(const char* p, size_t n) {
+    for (size_t i = 0; i < n; ++i)
+        if (uint8_t(p[i]) >= 0x82 && uint8_t(p[i]) <= 0x9F) return true;
+    return false;
+}
+
 }  // namespace scalar
 
 namespace {
@@ -66,6 +78,8 @@ namespace {
 constexpr auto kFind = SIMD_KERNEL_OVER(findByHash, find);
 constexpr auto kFindPair = SIMD_KERNEL(findPair);
 constexpr auto kAsciiRun = SIMD_KERNEL(asciiRun);
+constexpr auto kPlainRun = SIMD_KERNEL(plainRun);
+constexpr auto kHasC1 = SIMD_KERNEL(hasC1);
 
 }  // namespace
 
@@ -78,26 +92,51 @@ const char* findPair(const char* p, size_t n, char c) { return kFindPair.now()(p
 
 size_t asciiRun(const char* p, size_t n) { return kAsciiRun.now()(p, n); }
 
+size_t plainRun(const char* p, size_t n) { return kPlainRun.now()(p, n); }
+
+bool hasC1(const char* p, size_t n) { return kHasC1.now()(p, n); }
+
 namespace {
 
-// Eight bytes, ASCII letters among them in lower case: adding makes the high bit of those from
-// "A" on, and of those behind "Z".
-uint64_t lowerWord(const char* p) {
-    constexpr uint64_t kEach = 0x0101010101010101u;
-    uint64_t word;
+template <class Word>
+Word load(const char* p) {
+    Word word;
     std::memcpy(&word, p, sizeof word);
-    const uint64_t low = word & kEach * 0x7F;
-    const uint64_t fromA = low + kEach * (0x80 - 'A'), behindZ = low + kEach * (0x7F - 'Z');
+    return word;
+}
+
+// ASCII letters in lower case: adding makes the high bit of the bytes from "A" on, and of those
+// behind "Z".
+template <class Word>
+Word lowerWord(Word word) {
+    constexpr Word kEach = static_cast<Word>(0x0101010101010101u);
+    const Word low = word & kEach * 0x7F;
+    const Word fromA = low + kEach * (0x80 - 'A'), behindZ = low + kEach * (0x7F - 'Z');
     return word | (fromA & ~behindZ & ~word & kEach * 0x80) >> 2;
+}
+
+// Most words that differ do so in more than the case of letters, which is one bit.
+template <class Word>
+bool isSameWord(const char* a, const char* b) {
+    const Word left = load<Word>(a), right = load<Word>(b), differing = left ^ right;
+    if (differing & static_cast<Word>(~uint64_t{0x2020202020202020u})) return false;
+    return differing == 0 || lowerWord(left) == lowerWord(right);
+}
+
+// The last word overlaps the one before.
+template <class Word>
+bool areSameWords(const char* a, const char* b, size_t n) {
+    for (size_t i = 0; n - i > sizeof(Word); i += sizeof(Word))
+        if (!isSameWord<Word>(a + i, b + i)) return false;
+    return isSameWord<Word>(a + n - sizeof(Word), b + n - sizeof(Word));
 }
 
 }  // namespace
 
 bool equalIgnoreCase(const char* a, const char* b, size_t n) {
-    size_t i = 0;
-    for (; n - i >= 8; i += 8)
-        if (lowerWord(a + i) != lowerWord(b + i)) return false;
-    for (; i < n; ++i)
+    if (n >= 8) return areSameWords<uint64_t>(a, b, n);
+    if (n >= 4) return areSameWords<uint32_t>(a, b, n);
+    for (size_t i = 0; i < n; ++i)
         if (lower(a[i]) != lower(b[i])) return false;
     return true;
 }

@@ -20,6 +20,12 @@ const char* findPair(const char* p, size_t n, char c);
 size_t asciiRun(const char* p, size_t n);
 inline bool isAscii(const char* p, size_t n) { return asciiRun(p, n) == n; }
 
+// Length of the run at the start of p[0, n) without CR, LF, NUL and "?".
+size_t plainRun(const char* p, size_t n);
+
+// True when a byte of p[0, n) is one of 0x82 to 0x9F.
+bool hasC1(const char* p, size_t n);
+
 bool equalIgnoreCase(const char* a, const char* b, size_t n);
 
 inline char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
@@ -39,6 +45,8 @@ namespace scalar {
 const char* find(const char* p, size_t n, const char* needle, size_t m);
 const char* findPair(const char* p, size_t n, char c);
 size_t asciiRun(const char* p, size_t n);
+size_t plainRun(const char* p, size_t n);
+bool hasC1(const char* p, size_t n);
 }  // namespace scalar
 
 }  // namespace mimetree::inner::bytes

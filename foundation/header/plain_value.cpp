@@ -7,17 +7,14 @@
 
 #include <cstring>
 
-#include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/bytes.h"
 
 namespace mimetree::inner {
 
 namespace {
 
-constexpr ByteSet kOdd = ByteSet("\r\n?").range('\0', '\0');
-
 const char* findOdd(const char* p, const char* end) {
-    while (p != end && !kOdd.has(*p)) ++p;
-    return p;
+    return p + bytes::plainRun(p, static_cast<size_t>(end - p));
 }
 
 }  // namespace

@@ -93,11 +93,8 @@ bool namesAndIsUtf8(const DataBuffer& body) {
 // mail means.
 // Kept on purpose: the last byte is not looked at, and 0x80 and 0x81 do not count.
 bool looksLike1252(const DataBuffer& body) {
-    const unsigned char* const p = body.getData2();
-    const size_t ascii = bytes::asciiRun(reinterpret_cast<const char*>(p), body.getSize());
-    for (size_t i = ascii; i + 1 < body.getSize(); ++i)
-        if (p[i] >= 0x82 && p[i] <= 0x9F) return true;
-    return false;
+    const unsigned n = body.getSize();
+    return n != 0 && bytes::hasC1(reinterpret_cast<const char*>(body.getData2()), n - 1);
 }
 
 // Tolerated: text labelled UTF-16LE that plainly is not.
