@@ -181,8 +181,9 @@ uint32_t windowsGbAt(unsigned page, unsigned place) {
 }
 uint32_t windowsGbOf(char32_t c) { return c == kEuro ? 0x80 : gb18030Of(c); }
 
+// Many readers of GBK have no euro sign.
 uint32_t gbkOf(char32_t c) {
-    if (c == kEuro) return 0x80;
+    if (c == kEuro) return 0;
     const uint32_t pair = gb18030PairOf(c);
     return isIn(kGb18030Only, pair) ? 0 : pair;
 }
@@ -249,10 +250,10 @@ uint32_t big5HkscsAt(unsigned page, unsigned place) {
     return code == 0x8866 || code == 0x88A7 ? 0 : code;
 }
 
-// Many readers of Big5 know no lead byte below 0xA1.
+// 950: many readers of Big5 know no others, and from 0xC6A1 to 0xC8FE vendors differ.
 uint32_t big5Of(char32_t c) {
     const uint32_t code = big5HkscsOf(c);
-    return code >= 0xA100 ? code : 0;
+    return code < 0xA100 || (code >= 0xC6A1 && code <= 0xC8FE) || code > 0xF9FE ? 0 : code;
 }
 
 // The code of a letter and the mark behind it, which is then skipped, or of the letter alone.
@@ -369,13 +370,18 @@ uint32_t eucJpAt(unsigned page, unsigned place) {
     return code == 0 || isVendorRow(code) ? 0 : code | 0x8080;
 }
 
+uint32_t eucJpOf(char32_t c) {
+    if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
+    if (const uint32_t code = plainJis0208Code(c)) return code | 0x8080;
+    const uint32_t code0212 = kJis0212.of(c);
+    return code0212 ? 0x8F0000 | code0212 : 0;
+}
+
 // The rows of vendors come last: not every reader of EUC-JP has them.
 uint32_t eucJpCode(char32_t c) {
-    if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
+    if (const uint32_t code = eucJpOf(c)) return code;
     const uint32_t code = jis0208Code(c);
-    if (code != 0 && !isVendorRow(code)) return code | 0x8080;
-    const uint32_t code0212 = kJis0212.of(c);
-    return code0212 ? 0x8F0000 | code0212 : code ? code | 0x8080 : 0;
+    return code ? code | 0x8080 : 0;
 }
 
 // Rather the vendor's other reading of a code than "?", though the charset lacks it.
@@ -396,7 +402,7 @@ constexpr Codec kCodecs[] = {
     row<Gb, gbkOf, windowsGbAt, take<windowsGbOf>>(936),
     row<Ks, uhcOf, uhcAt>(949),
     row<Big5, big5Of, big5HkscsAt, takeBig5>(950),
-    row<EucJp, eucJpCode, eucJpAt, take<codeOfEitherForm<eucJpCode>>>(51932),
+    row<EucJp, eucJpOf, eucJpAt, take<codeOfEitherForm<eucJpCode>>>(51932),
     row<Gb, gb2312Of, gb18030At, take<gb18030Of>>(51936),
     row<Ks, eucKrOf, uhcAt, take<uhcOf>>(51949),
     row<Gb, gb18030Of, gb18030At>(54936),
@@ -438,6 +444,11 @@ uint32_t jis0208Code(char32_t c) {
     for (const TwoForms& row : kTwoForms)
         if (row.jis == c) c = row.microsoft;
     return jis0208Of(kJis.of(c));
+}
+
+uint32_t plainJis0208Code(char32_t c) {
+    const uint32_t code = jis0208Code(c);
+    return isVendorRow(code) ? 0 : code;
 }
 
 uint32_t jis0212Code(char32_t c) { return kJis0212.of(c) & 0x7F7F; }

@@ -88,6 +88,7 @@ constexpr CodedSet kJapaneseSets[] = {
     {"$(B", nullptr, jis0208Character, &kJisPairs},
     {"$(D", nullptr, jis0212Character},
     {"$A", nullptr, inJisForm<gb2312Character>},
+    {"$(A", nullptr, inJisForm<gb2312Character>},
     {"$(C", nullptr, inJisForm<ks1001Character>},
 };
 constexpr const CodedSet* kAscii = kJapaneseSets;
@@ -217,11 +218,12 @@ uint32_t japaneseCode(char32_t c) {
     if (c < 0x80) return isShiftControl(c) ? 0 : c;
     if (c == 0xA5) return inSet(kRoman, 0x5C);
     if (c == 0x203E) return inSet(kRoman, 0x7E);
-    return inSet(kJis0208, jis0208Code(c));
+    return inSet(kJis0208, plainJis0208Code(c));
 }
 
 uint32_t japaneseWrittenCode(char32_t c) {
     if (const uint32_t code = japaneseCode(c)) return code;
+    if (const uint32_t code = jis0208Code(c)) return inSet(kJis0208, code);
     if (c - 0xFF61 < 63) return inSet(kHalfWidth, 0x21 + c - 0xFF61);
     if (const uint32_t code = jis0208Code(jisOtherForm(c))) return inSet(kJis0208, code);
     if (const uint32_t code = jis0212Code(c)) return inSet(kJis0212, code);
