@@ -118,6 +118,18 @@ TEST(BodyGet, AsTheCallerWants) {
     EXPECT_EQ(bodyOf(*node), std::string(kCafe) + kLatin);
 }
 
+// What was only read goes out as it came; what was set, or is given another charset, does not.
+TEST(BodyGet, OnlyWhatWasReadGoesOutAsItCame) {
+    const NodePtr node = fromBytes("Content-Type: text/plain; charset=shift_jis\r\n\r\na\x81");
+    EXPECT_EQ(encodedDb(*node), "a\x81");
+    node->setMimeBody8Bit_2("a\x81", 2, node->m_charset, true, noLog);
+    EXPECT_EQ(encodedDb(*node) + encoded2(*node), "a?a?");
+    const NodePtr utf8 =
+        fromBytes("Content-Type: text/plain; charset=utf-8\r\n\r\n\xC3\xA9\xD0\x9F");
+    utf8->setCharset("windows-1252", noLog);
+    EXPECT_EQ(encodedDb(*utf8), "\xE9?");
+}
+
 TEST(BodyGet, LogLines) {
     struct {
         const char *type, *coding, *string, *bytes;

@@ -78,6 +78,10 @@ TEST(AppleDouble, SecondPartIsDetached) {
         EXPECT_EQ((part ? bodyOf(*part) : "") + " of " + outline(*root), result);
         EXPECT_FALSE(root->m_modified);
     }
+    const NodePtr root = tree("multipart/appledouble(a/b)");
+    root->addPart(nullptr);
+    EXPECT_EQ(root->getAppleDoubleAttachment(noLog), nullptr);
+    EXPECT_EQ(root->getNumParts(), 2) << "an empty slot stays";
 }
 
 TEST(UuDecodeAttachment, OnlyOfThatCoding) {

@@ -83,6 +83,7 @@ bool MimeMessage2::getHtmlBody(DataBuffer& out, LogBase&) {
 MimeMessage2* MimeMessage2::getAppleDoubleAttachment(LogBase&) {
     if (!isAlive() || !m_contentType.m_type.equalsIgnoreCase("multipart/appledouble"))
         return nullptr;
+    if (!m_subParts.elementAt(1)) return nullptr;  // an empty slot stays
     return static_cast<MimeMessage2*>(m_subParts.removeAt(1));
 }
 

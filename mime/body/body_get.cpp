@@ -97,8 +97,9 @@ bool MimeMessage2::isReadAsText() const {
     return typeTraits(silent).isText;
 }
 
-// What was read is sent as it was read while label and coding are still the same.  With other
-// ones, bytes that were kept are converted where that loses nothing.
+// What was read is sent as it was read while label and coding are still the same.  Text that was
+// kept goes into a charset that it is given, and under another coding into its own where that
+// loses nothing.
 bool MimeMessage2::isToBeConverted(int codePage, bool isText) const {
     const Stored stored = m_received.stored;
     const bool isSameLabel = m_received.label == m_charset.getCodePage();
@@ -111,14 +112,17 @@ bool MimeMessage2::isToBeConverted(int codePage, bool isText) const {
     const unsigned char* const body = m_mimeBody.getData2();
     const unsigned size = m_mimeBody.getSize();
     return _zqUtf::isValidUtf8(body, size, 0) &&
-           EncodingConvert::canHold(codePage, reinterpret_cast<const char*>(body), size);
+           (!isSameLabel ||
+            EncodingConvert::canHold(codePage, reinterpret_cast<const char*>(body), size));
 }
 
-// True when the body is still what its bytes, as they came in this code page, say.
+// True when the body was loaded and is still what its bytes, as they came in this code page,
+// say.  One that was set is what its setter made of it, and is converted.
 bool MimeMessage2::readsAsReceived(int codePage, LogBase& log) const {
     const DataBuffer& bytes = m_received.bytes;
     DataBuffer utf8;
-    return !bytes.isEmpty() && m_received.codePage == codePage &&
+    return m_received.stored != Stored::AsUtf8 && !bytes.isEmpty() &&
+           m_received.codePage == codePage &&
            EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(), bytes.getSize(),
                                        utf8, log) &&
            utf8.equals(m_mimeBody);
