@@ -205,7 +205,8 @@ private:
     bool rarely() { return m_random() % 8 == 0; }
 
     std::string one(std::string_view pieces) {
-        auto n = m_random() % (std::count(pieces.begin(), pieces.end(), '|') + 1);
+        auto n =
+            m_random() % (static_cast<size_t>(std::count(pieces.begin(), pieces.end(), '|')) + 1);
         while (n-- > 0) pieces.remove_prefix(pieces.find('|') + 1);
         return std::string(pieces.substr(0, pieces.find('|')));
     }
@@ -291,7 +292,7 @@ TEST(XmlTree, FormOfFieldAndBody) {
     }
     // RFC 5322 2.1.1, RFC 2047, RFC 2231: written as fields that were added are.
     for (const char* field : {"Subject:", "To: x@y,", "Content-Disposition: inline; filename="})
-        for (const size_t words : {1, 40}) {
+        for (const size_t words : {size_t{1}, size_t{40}}) {
             const std::string raw = repeated(" w\u00e9rd", words) + (*field == 'T' ? " <a@b>" : "");
             const std::string header =
                 headerOf(*fromXml(toXml(*fromBytes(field + raw + "\r\n\r\nx"))));
