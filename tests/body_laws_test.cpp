@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "foundation/ContentCoding.h"
-#include "foundation/EncodingConvert.h"
 #include "tests/node_support.h"
 #include "tests/reference/coders.h"
 
@@ -68,21 +67,14 @@ private:
         return of[below(unsigned(of.size()))];
     }
 
-    std::string converted(std::string_view text, int from, int to) {
-        DataBuffer out;
-        EncodingConvert::EncConvert(from, to, raw(text), static_cast<unsigned>(text.size()), out,
-                                    noLog);
-        return str(out);
-    }
-
     // What the charset holds: what it reads in random bytes, written in it again.
     std::string bodyIn(const std::string& label) {
         const int codePage = _zqCharset::codePageOf(label.data(), unsigned(label.size()));
         const std::string noise = randomBytes(m_random, below(60));
         std::string text = oneIn(4) ? randomBytes(m_random, below(80), "aB 1=.-\r\n\n\t?<&\"\0"sv)
-                                    : converted(noise, codePage, 65001);
+                                    : converted(codePage, 65001, noise);
         if (oneIn(3)) text = head(label) + text;
-        text = converted(text, 65001, codePage);
+        text = converted(65001, codePage, text);
         if (oneIn(8)) text = noise;
         if (oneIn(12)) text.insert(0, pick(kMarks));
         if (oneIn(12)) text += std::string(1, '\0');

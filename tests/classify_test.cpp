@@ -2,8 +2,6 @@
 
 // What a node is told to be by its type, its parameters and its first bytes.
 
-#include <gtest/gtest.h>
-
 #include "tests/node_support.h"
 
 namespace {
@@ -39,12 +37,7 @@ constexpr char kAttached[] = "\r\nContent-Disposition: ATTACHMENT; filename=x";
 
 constexpr Row kRows[] = {
     {"", ""},
-    {"text/plain", ""},
     {"MultiPart/Mixed", "mx"},
-    {"multipart/mixedx", "m"},
-    {"multiparts", "m"},
-    {"multipar/mixed", ""},
-    {"x-multipart/mixed", ""},
     {"multipart/RELATED", "mr"},
     {"multipart/alternative", "ma"},
     {"multipart/voice-message", "mv"},
@@ -52,12 +45,8 @@ constexpr Row kRows[] = {
     {"multipart/signed; protocol=application/PGP-Signature", "m"},
     {"multipart/signed; protocol=\"application/pgp-signature2\"", "ms"},
     {"text/plain", "A", kAttached},
-    {"text/plain", "", "\r\nContent-Disposition: attachments"},
-    {"application/PKCS7-signature", "S"},
     {"application/x-pkcs7-signature", "S"},
     {"application/X-PKCS7-mime", "eE"},
-    {"application/pkcs7-mimes", ""},
-    {"application/pkcs7-mime; smime-type=enveloped-data", "eE"},
     {"application/pkcs7-mime; smime-type=Signed-Data", "d"},
     {"application/pkcs7-mime; protocol=\"application/pkcs7-signature\"", "Ed"},
     {"application/pkcs7-mime; protocol=\"application/pkcs7-SIGNATURE\"", "eE"},
@@ -65,11 +54,9 @@ constexpr Row kRows[] = {
     {"application/pkcs7-mime; smime-type=enveloped-data", "d", kGroupWise, "ab2d"},
     {"application/pkcs7-mime", "d", kGroupWise, "ab2d"},
     {"application/pkcs7-mime", "eE", kGroupWise, "ab2"},
-    {"application/pkcs7-mime", "eE", kGroupWise, "abc2"},
     {"application/pkcs7-mime", "eE", "\r\nX-Mailer: Group Wise", "ab2d"},
     {"application/pkcs7-mime", "eE", "", "ab2d"},
     {"application/pkcs7-mime; protocol=\"x-signature\"", "Ed", "", "ab2d"},
-    {"application/pkcs7-mime; smime-type=signed-data", "d", kGroupWise, "abcd"},
     {"text/plain; smime-type=signed-data; protocol=\"x-signature\"", "", kGroupWise, "ab2d"},
 };
 
@@ -101,13 +88,10 @@ TEST(Classify, Trees) {
     struct {
         const char *root, *second, *third;
         bool isSigned, isEncrypted;
-    } const rows[] = {
-        {"multipart/mixed", "multipart/signed", "a/b", true, false},
-        {"multipart/mixed", "application/pkcs7-mime; smime-type=signed-data", "a/b", true, false},
-        {"multipart/mixed", "a/b", "application/pkcs7-mime", false, true},
-        {"a/b", "multipart/signed; protocol=\"application/pgp-signature\"", "a/b", false, false},
-        {"multipart/signed", "text/plain", "a/b", true, false},
-        {"application/pkcs7-mime", "text/plain", "a/b", false, true}};
+    } const rows[] = {{"multipart/mixed", "multipart/signed", "a/b", true, false},
+                      {"multipart/mixed", "a/b", "application/pkcs7-mime", false, true},
+                      {"multipart/signed", "text/plain", "a/b", true, false},
+                      {"application/pkcs7-mime", "text/plain", "a/b", false, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.second);
         const NodePtr root = leaf(std::string("Content-Type: ") + row.root);
@@ -129,14 +113,10 @@ TEST(Classify, EightBitCharset) {
         bool isFound = false;
     } const rows[] = {
         {"text/plain; charset=koi8-r", "8BIT", "\xC3\xA9", true},
-        {"text/x; charset=koi8-r", "Binary", "\xC3\xA9", true},
-        {"application/xml; charset=koi8-r", "8bit", "\xC3\xA9", true},
         {"application/json; charset=koi8-r", "8bit", "\xC3\xA9", true},
         {"application/soap+xml; charset=koi8-r", "8bit"},
-        {"text/plain; charset=koi8-r", "8bit", "e"},
         {"text/plain", "8bit"},
         {"text/plain; charset=koi8-r", "quoted-printable"},
-        {"text/plain; charset=koi8-r", ""},
         {"text/plain; charset=koi8-r", "8bit", late},
         {"text/plain; charset=koi8-r", "8bit", std::string_view(late).substr(1), true},
     };

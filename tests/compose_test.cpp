@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // New containers, and the boundaries that they are made with.
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <thread>
 #include <unordered_set>
 
-#include "foundation/ContentCoding.h"
 #include "foundation/Psdk.h"
 #include "tests/node_support.h"
 
@@ -87,21 +84,6 @@ TEST(Boundary, UniqueAcrossThreads) {
             ASSERT_TRUE(seen.insert(one).second) << one;
         }
     EXPECT_EQ(seen.size(), 4 * kEach);
-}
-
-TEST(Boundary, OccursInNoEncodedText) {
-    std::mt19937 random(5);
-    const ContentCoding coding;
-    for (int i = 0; i < 300; ++i) {
-        const std::string mark = "--" + boundary();
-        std::string data = mark + "\r\n" + mark + "--\r\n" + randomBytes(random, 200);
-        data.insert(random() % 100, mark);
-        StringBuffer base64, quoted;
-        coding.encodeBase64(data.data(), static_cast<unsigned>(data.size()), base64);
-        coding.encodeQuotedPrintable(data.data(), static_cast<unsigned>(data.size()), quoted);
-        EXPECT_FALSE(base64.containsSubstring(mark.c_str()));
-        EXPECT_FALSE(quoted.containsSubstring(mark.c_str()));
-    }
 }
 
 }  // namespace

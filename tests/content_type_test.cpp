@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "foundation/LogNull.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqContentType.h"
 #include "tests/support.h"
@@ -50,29 +49,17 @@ const std::string kAllShown =
     "[report=r][flowed]";
 
 const TextRow kLoadRows[] = {
-    {"type keeps its case", "Text/HTML", "Text/HTML"},
-    {"parameters alone", "; charset=utf-8", "[charset=utf-8]"},
     {"every parameter", kAll, kAllShown},
-    {"first wins", "a/b; name=x; charset=utf-8; Name=y; charset=x", "a/b[charset=utf-8][name=x]"},
-    {"RFC 2231", "a/b; name*=utf-8''%C3%B6; type*0=x; type*1=\"y\"", "a/b[name=\xC3\xB6][sub=xy]"},
-    {"plain before RFC 2231", "a/b; name*=utf-8''x; name=y; name*0=z", "a/b[name=y]"},
-    {"charset in RFC 2231", "a/b; charset*=us-ascii'en'utf-8", "a/b[charset=utf-8]"},
-    {"Windows path", R"(a/b; name="C:\temp\new.doc")", R"(a/b[name=C:\temp\new.doc])"},
     {"blanks around the slash", " a / b ;charset=utf-8", "a/b[charset=utf-8]"},
     {"comments", "(a) a(b)/(c;\\)d) b (e(f)); charset=utf-8 (g)", "a/b[charset=utf-8]"},
-    {"comment that is never closed", "a/b (a; charset=utf-8", "a/b[charset=utf-8]"},
-    {"missing semicolon", "a/b charset=utf-8; name=x", "a/b[charset=utf-8][name=x]"},
-    {"comma", "a/b , charset=utf-8; name=x", "a/b[charset=utf-8][name=x]"},
     {"missing semicolon, other name", "text/html\r\n report-type=x", "text/html[report=x]"},
     {"words behind the type", "text/html and more; name=x", "text/html[name=x]"},
     {"words that are no type", "pdf  file; name=x", "pdf file[name=x]"},
     {"quoted value", " \"a/b; charset=utf-8; boundary=x\" ", "a/b[charset=utf-8][boundary=x]"},
     {"format in quotes", "text/plain; format=\" flowed \"", "text/plain[flowed]"},
-    {"unknown charset", "text/plain; charset=x-unknown; charset=utf-8", "text/plain"},
     {"charset keeps its case", "a/b; charset=\" Utf-8\t\"", "a/b[charset=Utf-8]"},
     {"charset with a semicolon", "a/b; charset=\"utf-8;\"", "a/b[charset=utf-8]"},
     {"charset in quotes twice", R"(a/b; charset="\"utf-8\"")", "a/b[charset=utf-8]"},
-    {"charset in single quotes", "a/b; charset='utf-8'", "a/b[charset=utf-8]"},
     {"charset with its name", "a/b; charset=charset=\"charset=utf-8\"", "a/b[charset=utf-8]"},
     {"charset with a remark", "a/b; charset=\"us-ascii (Plain text)\"", "a/b[charset=us-ascii]"},
     {"charset name twice", "a/b; charset=\"utf-8, utf-8\"", "a/b[charset=utf-8]"},
@@ -116,7 +103,6 @@ TEST(ContentType, WhatIsBuiltReadsBack) {
     }
 }
 
-// Would take minutes with a search for each parameter.
 // Most values are read by a strict reader; what it refuses, such as the parameter behind, by one
 // that tolerates everything.
 TEST(ContentType, StrictAndTolerantReadersAgree) {
@@ -132,19 +118,6 @@ TEST(ContentType, StrictAndTolerantReadersAgree) {
         }
         EXPECT_EQ(Loaded().load(value), Loaded().load(value + "; y=\"\\z\"")) << value;
     }
-}
-
-TEST(ContentType, ManyParametersTakeLinearTime) {
-    for (const char* param : {"; x=\"y\"", "; boundary=b", "; name*7=x", "; (", "; charset=\"", "(",
-                              " a", " /", "\"", "; a=\\\""})
-        Loaded().load("a" + repeated(param, 100000) + "; report-type=x");
-}
-
-TEST(ContentType, AnyBytes) {
-    std::mt19937 random(9);
-    for (int round = 0; round < 20000; ++round)
-        Loaded().load(randomBytes(random, random() % 40,
-                                  "texthtml//;;==\"\"(())\\ \t\r\n*'0%charsetname\xC3"));
 }
 
 }  // namespace

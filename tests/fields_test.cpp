@@ -3,9 +3,6 @@
 // Header fields through the node: which getters clear, decode and append, which changes mark
 // the node and read cached properties anew, and what is cached from damaged values.
 
-#include <gtest/gtest.h>
-
-#include "foundation/_zqEmailAddress.h"
 #include "tests/node_support.h"
 
 namespace {
@@ -20,7 +17,7 @@ std::string cached(const MimeMessage2& n) {
 }
 
 TEST(Fields, GettersClearOrAppend) {
-    const NodePtr node = leaf("Subject: =?utf-8?Q?=C3=A9?=\r\nX: 1");
+    const NodePtr node = leaf("Subject: =?utf-8?Q?=C3=A9?=\r\nX: 1; a=b");
     const auto by = [&](const char* name) {
         return got([&](auto& o) { return node->getHeaderFieldUtf8(name, o, noLog); });
     };
@@ -30,6 +27,15 @@ TEST(Fields, GettersClearOrAppend) {
     const auto name = [&](int index) {
         return got([&](auto& o) { return node->getHeaderFieldName(index, o, noLog); });
     };
+    const MimeHeader& header = node->m_mimeHeader;
+    const auto part = [&](const char* of, unsigned size) {
+        return got([&](auto& o) { return header.getMimeFieldUtf8_2(of, size, o, noLog); });
+    };
+    const auto param = [&](const char* of, const char* which) {
+        return got([&](auto& o) { return header.getSubFieldUtf8(of, which, o, noLog); });
+    };
+    EXPECT_EQ(part("X-Mailer", 1) + part("X", 0), "<1; a=b><!");
+    EXPECT_EQ(param("x", "A") + param("x", nullptr) + param("Y", "a"), "<b><!<!");
     EXPECT_EQ(by("subject") + by("Y") + by(nullptr), "\xC3\xA9>!!");
     EXPECT_EQ(got([&](auto& o) { return node->getHeaderFieldUtf8_2("Subject", false, o, noLog); }),
               "=?utf-8?Q?=C3=A9?=>");
@@ -39,7 +45,7 @@ TEST(Fields, GettersClearOrAppend) {
     // What `out` held is no part of an encoded word.
     StringBuffer out = sb("=?utf-8?Q?a?=");
     node->getHeaderFieldValue(1, true, out, noLog);
-    EXPECT_EQ(str(out), "=?utf-8?Q?a?=1");
+    EXPECT_EQ(str(out), "=?utf-8?Q?a?=1; a=b");
     // The result may go where the name came from.
     out.setString("Subject");
     EXPECT_TRUE(node->getHeaderFieldUtf8(out.getString(), out, noLog));
@@ -56,18 +62,14 @@ struct ChangeRow {
 };
 
 constexpr ChangeRow kChangeRows[] = {
-    {"A: 1", Do::Put, nullptr, "1", "A: 1", "", false},
     {"A: 1", Do::Put, "\t B ", " 2\r\n", "A: 1|B: 2"},
     {"Content-type: text/html; charset=utf-8", Do::Put, " CONTENT-TYPE ", "Text/X; charset=KOI8-r",
      "CONTENT-TYPE: Text/X; charset=KOI8-r", "Text/X;KOI8-r"},
     {"A: 1|Content-Type: text/html|content-type: x/y", Do::Put, "content-type", " ", "A: 1"},
-    {"A: 1|B: 2", Do::Put, "a", nullptr, "B: 2"},
-    {"A: 1", Do::Put, "B", "", "A: 1"},
     {"A: 1", Do::Put, "A", "1\r\nContent-Type: x/y", "A: 1 Content-Type: x/y"},
     {"A: 1", Do::Put, "content-TRANSFER-encoding", "BASE64; x",
      "A: 1|content-TRANSFER-encoding: BASE64; x", ";;;;;BASE64"},
     {"A: 1", Do::Add, "A", " 2 ", "A: 1|A: 2"},
-    {"A: 1", Do::Add, "A", " ", "A: 1"},
     {"A: 1", Do::Add, "Content-ID", "<a>; x", "A: 1|Content-ID: <a>; x", ";;<a>"},
     {"A: 1", Do::AddEmpty, "B", nullptr, "A: 1|B: "},
     {"A: 1", Do::AddEmpty, nullptr, "1", "A: 1", "", false},
@@ -98,12 +100,6 @@ TEST(Fields, Changes) {
     EXPECT_EQ(cached(*node), "Text/HTML");
     node->addReplaceHeaderFieldUtf8("Content-Disposition", "Inline", noLog);
     EXPECT_EQ(cached(*node), "text/html;;;Inline");  // the disposition lower-cases the type
-    // Values from the text and from the cache that are replaced.
-    node = leaf("Content-ID: <abcdefghijklmnopqrstuvwxyz>\r\nContent-Transfer-Encoding: 7bit");
-    node->addReplaceHeaderFieldUtf8("Content-ID", node->m_contentId.getString() + 20, noLog);
-    node->addReplaceHeaderFieldUtf8("Content-Transfer-Encoding", node->getContentEncoding() + 1,
-                                    noLog);
-    EXPECT_EQ(cached(*node), ";;tuvwxyz>;;;bit");
 }
 
 constexpr const char* kCacheRows[][2] = {
@@ -119,16 +115,9 @@ constexpr const char* kCacheRows[][2] = {
     {"Content-Disposition: a; filename = \"a  b; c.txt\"", ";;;a;a  b; c.txt"},
     {"Content-Disposition: a; filename*0*=utf-8''a%20b; filename*1*=%C3%A9.t; filename*2=xt",
      ";;;a;a b\xC3\xA9.txt"},
-    {"Content-Disposition: a; filename*1*=z'z'; filename*0*=utf-8''x; filename*1*=y", ";;;a;xy"},
     {"Content-Disposition: a; FileName*=iso-8859-1'en'%E9", ";;;a;\xC3\xA9"},
-    {"Content-Disposition: a; filename*=utf-8''x; filename=plain", ";;;a;plain"},
-    {"Content-Disposition: a; filename=\"plain\"; filename*=utf-8''x", ";;;a;plain"},
-    {"Content-Disposition: a; filename=x; filename=y", ";;;a;x"},
-    {"Content-Disposition: a; size=3; filenamex=1; name=2", ";;;a"},
-    {"Content-Disposition: a;;; filename==x;;", ";;;a;x"},
     {"Content-Disposition: a; x; filename=y", ";;;a"},
     {"Content-Disposition: ; filename=\"x\"", ";;;;x"},
-    {"Content-Type: text/plain; charset=x-none", "text/plain"},
     {"Content-ID: =?utf-8?Q?_<a>_?=", ";;<a>"},
     {"Content-ID: ;x", ""},
 };
@@ -146,16 +135,6 @@ TEST(Fields, Caching) {
     }
 }
 
-std::string addresses(const ExtPtrArray& list) {
-    std::string text;
-    for (int i = 0; i < list.getSize(); ++i) {
-        const auto* a = static_cast<_zqEmailAddress*>(list.elementAt(i));
-        if (!a) text += "-";
-        else text += str(a->m_displayName.getUtf8Sb()) + "<" + a->m_address.getUtf8() + ">";
-    }
-    return text;
-}
-
 TEST(Fields, Addresses) {
     const NodePtr node =
         leaf("To: =?utf-8?Q?=C3=A9?= <a@x>, \"B?\" <b@x>\r\nCc:\r\nFrom: =?utf-8?b?w6k=?= <c@x>");
@@ -166,18 +145,18 @@ TEST(Fields, Addresses) {
     list.appendPtr(old);
     for (const char* name : {"Cc", "Nobody", static_cast<const char*>(nullptr)})
         node->getEmailAddresses(name, list, noLog);
-    EXPECT_EQ(addresses(list), "-=?utf-8?q?o?=<>");
+    EXPECT_EQ(mailboxesIn(list), "-=?utf-8?q?o?=<>");
     node->getEmailAddresses("to", list, noLog);
-    EXPECT_EQ(addresses(list), "-o<>\xC3\xA9<a@x>B?<b@x>");
+    EXPECT_EQ(mailboxesIn(list), "-o<>\xC3\xA9<a@x>B?<b@x>");
     node->getEmailAddresses("From", list, noLog);
-    EXPECT_EQ(addresses(list), "-o<>\xC3\xA9<a@x>B?<b@x>\xC3\xA9<c@x>");
+    EXPECT_EQ(mailboxesIn(list), "-o<>\xC3\xA9<a@x>B?<b@x>\xC3\xA9<c@x>");
 }
 
 TEST(Fields, BccAddressesLeaveTheHeader) {
     const NodePtr node = leaf("bcc: a@x,\r\n =?utf-8?Q?b=40x?=\r\nTo: c@x\r\nBcc: d@x");
     ExtPtrArray list;
     node->getAndRemoveBccAddresses(list, noLog);
-    EXPECT_EQ(addresses(list), "<a@x><b@x>");
+    EXPECT_EQ(mailboxesIn(list), "<a@x><b@x>");
     EXPECT_EQ(headerOf(*node), "To: c@x");
     EXPECT_TRUE(node->m_modified);
     node->m_modified = false;

@@ -2,37 +2,23 @@
 
 // Golden outlines: what each mail of samples/ becomes when it is loaded as bytes and as text,
 // as it stands and with its line ends changed to LF and to CR.  NAME.tree holds one section
-// for each outline, headed by the ways of loading that give it.
+// for each outline, headed by the ways of loading that give it; NAME.log what a verbose log is
+// told when the mail is loaded as bytes and written.
 //
-// Where they differ, the outlines found are put into NAME.tree.new in the build directory, and
-// the command that shows the difference is printed.  With MIMETREE_ACCEPT=1 in the environment they
-// replace the golden instead.
+// Where they differ, what was found is put into NAME.tree.new or NAME.log.new in the build
+// directory, and the command that shows the difference is printed.  With MIMETREE_ACCEPT=1 in the
+// environment they replace the golden instead.
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "foundation/LogText.h"
 #include "tests/outline.h"
-#include "tests/support.h"
 
 namespace {
 
 bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
-}
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
-        text.replace(at, from.size(), to);
-    return text;
 }
 
 // Only the line ends of pure text can be changed without changing what it says.
@@ -50,20 +36,32 @@ std::vector<std::pair<std::string, std::string>> dressings(const std::string& ma
     return all;
 }
 
-std::string errorLines(const LogText& log) {
+// The ends of lines, from `part` on.
+std::string linesFrom(const char* part, const LogText& log) {
     std::istringstream lines(str(log.text()));
     std::string out;
     for (std::string line; std::getline(lines, line);)
-        if (const size_t at = line.find("ERROR: "); at != std::string::npos)
-            out += line.substr(at) + '\n';
+        if (const size_t at = line.find(part); at != std::string::npos)
+            out += escaped(line.substr(at)) + '\n';
     return out;
+}
+
+// All that a log is told when the mail is loaded and written.
+std::string logOf(const std::string& mail) {
+    MimeMessage2 node;
+    LogText log;
+    log.m_verbose = true;
+    load(node, mail, As::Bytes, log);
+    DataBuffer out;
+    node.getMimeTextDb(out, /*bodyOnly*/ false, log);
+    return linesFrom("", log);
 }
 
 std::string outlineOf(const std::string& mail, As as) {
     MimeMessage2 node;
     LogText log;
     const bool loaded = load(node, mail, as, log);
-    return (loaded ? "" : "load failed\n") + wholeOutline(node) + errorLines(log);
+    return (loaded ? "" : "load failed\n") + wholeOutline(node) + linesFrom("ERROR: ", log);
 }
 
 std::string sectionsOf(const std::string& mail) {
@@ -101,23 +99,23 @@ bool isAccepting() {
     return accept && std::string(accept) == "1";
 }
 
+// `found` is what a file beside the sample holds; if not, it is left in the build directory.
+void expectGolden(const Sample& sample, const std::string& extension, const std::string& found) {
+    const std::string golden = sample.path + extension;
+    if (isAccepting()) return save(golden, found);
+    if (fileContent(golden) == found) return;
+    const std::string kept = MIMETREE_OUTPUT_DIR "/" + sample.name + extension + ".new";
+    save(kept, found);
+    ADD_FAILURE() << "diff " << golden << ' ' << kept;
+}
+
 }  // namespace
 
-TEST(Golden, Outlines) {
+TEST(Golden, OutlinesAndLogs) {
     const std::vector<Sample> samples = loadSamples();
     ASSERT_FALSE(samples.empty()) << MIMETREE_SAMPLES_DIR;
     for (const Sample& sample : samples) {
-        SCOPED_TRACE(sample.name);
-        const std::string golden = sample.path + ".tree";
-        const std::string found = sectionsOf(sample.bytes);
-        if (isAccepting()) {
-            save(golden, found);
-            continue;
-        }
-        const std::string expected = fileContent(golden);
-        if (expected == found) continue;
-        const std::string kept = MIMETREE_OUTPUT_DIR "/" + sample.name + ".tree.new";
-        save(kept, found);
-        ADD_FAILURE() << "diff " << golden << ' ' << kept;
+        expectGolden(sample, ".tree", sectionsOf(sample.bytes));
+        expectGolden(sample, ".log", logOf(sample.bytes));
     }
 }

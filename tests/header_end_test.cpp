@@ -3,8 +3,6 @@
 // Loading and the search for the end of the header: every repair, the order in which they are
 // tried, what the log is told, and the entry points.
 
-#include <gtest/gtest.h>
-
 #include "tests/node_support.h"
 
 namespace {
@@ -19,7 +17,6 @@ const std::pair<char, const char*> kSteps[] = {
     {'p', "Found LFLF prior to first double CRLF!"},
     {'l', "Found LFLF, converting to CRLF"},
     {'1', "Found CRLFCRCRLF."},
-    {'2', "Found CRLFCR."},
     {'3', "Found LFCRLF."},
     {'!', "Using LFLF instead.."},
     {'f', "Found CRCRLF. Fixing.."},
@@ -45,38 +42,22 @@ struct SearchRow {
 
 constexpr SearchRow kSearchRows[] = {
     {false, "A: 1\r\n\r\nb\r\n\r\n", nullptr, 4, ""},
-    {true, "A: 1\r\n\r\nb", nullptr, 4, ""},
-    {false, "", nullptr, -1, ""},
-    {false, "A: 1\r\nB: 2", nullptr, -1, ""},
     {false, "\r\nb\n\nc\r\n\r\nd", nullptr, 0, "s"},
-    {true, "\r\nb\r\n\r\nc", nullptr, 0, "s"},
     {true, "\r\nA: 1\n\nc", "|A: 1||c", 6, "sa"},
     {false, "A: 1\n\nb\r\n\r\n", nullptr, 4, "p", "\n\n"},
-    {false, "A: 1\r\n\r\nb\n\n", nullptr, 4, ""},
     {true, "A: 1\r\n\r\nb\n\n", "A: 1||b||", 4, "a"},
     {true, "A: 1\r\rb\r\n\r\nc", "A: 1||b||c", 4, "ca"},
-    {true, "A: 1\r\n\r\nb\r\rc", nullptr, 4, ""},
-    {true, "A: 1\rB: 2\r\rb\nc", "A: 1|B: 2||b|c", 10, "ca"},
-    {true, "\r\nA\r\rb", "|A||b", 3, "sca"},
     {true, "A: 1\r\nB: 2\n\nb", "A: 1|B: 2||b", 10, "dma"},
     {false, "A: 1\r\nB: 2\n\nb", "A: 1|B: 2||b", 10, "l"},
-    {true, "A: 1\nB: 2\n\nb", "A: 1|B: 2||b", 10, "dl"},
-    {false, "A: 1\nB: 2\n\nb\rc", "A: 1|B: 2||b\rc", 10, "l"},
     {false, "A: 1\r\n\r\r\nb", nullptr, 4, "1", "\r\n\r\r\n"},
     {false, "A\r\n\rb\r\n\r\r\nb", nullptr, 5, "1", "\r\n\r\r\n"},
-    {false, "A: 1\r\n\rb\n\r\n", nullptr, 4, "2", "\r\n\r"},
-    {false, "A: 1\n\r\nb\n\n", nullptr, 4, "3", "\n\r\n"},
-    {false, "A: 1\n\nb\n\r\n", nullptr, 4, "3!", "\n\n"},
     {false, "A: 1\n\n\r\nb", nullptr, 4, "3!", "\n\n"},
     // Behind a repair the search ends at a zero byte.
     {false, "A: \0\nB: 2\n\nb"sv, nullptr, -1, "l"},
     {true, "A\n\r\nb\n\n", "A||b||", 1, "dma"},
-    {false, "A: 1\r\r\nB: 2\r\r\n\r\r\nb\rc", nullptr, 12, "1", "\r\n\r\r\n"},
     {false, "A\r\r\r\nB: 2\r\r\nb\rc", "A|||\nB: 2||\nb|c", 1, "fr"},
     // The first repair finds no end, the second starts from the text as it came.
     {false, "A: 1\rB: 2\r\rb\r\r\nc", "A: 1|B: 2||b||\nc", 10, "fr"},
-    {false, "A: 1\rB: 2\r\rb", "A: 1|B: 2||b", 10, ""},
-    {false, "A: \0\r\n\r\nb"sv, nullptr, 4, ""},
 };
 
 TEST(HeaderEnd, Search) {
@@ -133,23 +114,16 @@ struct LoadRow {
 
 // Both with bars for CRLF; `out` is what is written again.
 constexpr LoadRow kLoadRows[] = {
-    {"A: 1|B: 2", "A: 1|B: 2||"},
     {"", "||"},
     {"|body||more", "||body||more"},
-    {"||body", "||body"},
     {"|body||more", "||body||more", true},
     {"|A: 1||b\n\nc", "A: 1||b||c", true},
     {"|A: 1||b\n\nc", "||A: 1||b\n\nc"},
-    {"A: 1|\rb", "A: 1||\rb"},
     {"A: 1\r|B: 2\r|\r|b", "A: 1|B: 2||\r|b"},
-    {"From a Mon||\nA: 1||b", "A: 1||b"},
     {"From a\rA: 1||b", "A: 1||b"},
-    {"From a|", "From a||"},
     {"From a|From b|A: 1||b", "From -|From b|A: 1||b"},
     {"From a||From b||b", "From -|From b||b"},
     {"From \0|A: 1||b"sv, "From -|From \0|A: 1||b"sv},
-    {"from a|A: 1||b", "from a|A: 1||b"},
-    {"From: a|A: 1||b", "From: a|A: 1||b"},
     {"From a||body", "body||"},
 };
 
@@ -158,19 +132,6 @@ TEST(Load, HeaderAndBody) {
         const std::string in = crlf(row.in);
         EXPECT_EQ(barred(written(*(row.isText ? fromText(in) : fromBytes(in)))), row.out);
     }
-}
-
-TEST(Load, LogLines) {
-    const auto toldOfLoad = [](const char* in, bool verbose) {
-        return told([&](LogBase& log) { fromBytes(crlf(in), log); }, verbose);
-    };
-    EXPECT_EQ(toldOfLoad("From x\nA: 1||", true),
-              "Skipping MBOX leading From line...|Found end-of-header.|");
-    EXPECT_EQ(toldOfLoad("A: 1", true),
-              "End-of-header not found.|"
-              "Assuming the entire MIME message is a header with no body.|");
-    EXPECT_TRUE(toldOfLoad("A: 1||b", true).starts_with("Found end-of-header.|contentType: |"));
-    EXPECT_EQ(toldOfLoad("From x\nA: 1", false) + toldOfLoad("A: 1||b", false), "");
 }
 
 TEST(Load, EntryPoints) {
@@ -193,24 +154,13 @@ TEST(Load, EntryPoints) {
     EXPECT_STREQ(node->getCharset(), "");
 }
 
-TEST(Load, Utf8FlagAndClueReachTheHeaders) {
-    NodePtr node;
-    const auto subject = [&node](int part) {
-        return got([&](auto& out) {
-            const MimeMessage2& of = part < 0 ? *node : *node->getPart(part);
-            return of.getHeaderFieldUtf8("Subject", out, noLog);
-        });
-    };
-    node =
-        fromText(crlf("Content-Type: multipart/mixed; boundary=b|Subject: \xB1||"
-                      "--b|Subject: \xB1|Content-Type: text/plain; charset=us-ascii||one|"
-                      "--b|Content-Type: text/plain; charset=iso-8859-2||one|"
-                      "--b|Subject: \xB1|Content-Type: text/plain; charset=koi8-r||two|"
-                      "--b|Subject: \xB1||three|--b--"));
-    EXPECT_EQ(subject(-1) + subject(0) + subject(2) + subject(3),
-              "\xC2\xB1>\xC2\xB1>\xE2\x95\xA0>\xC4\x85>");
+// The clue is in samples/headers.
+TEST(Load, Utf8FlagReachesTheHeaders) {
+    NodePtr node(MimeMessage2::createNewObject());
     node->loadMimeComplete(sb("Subject: \xC3\xA9\r\n\r\n\xC3\xA9"), noLog, true);
-    EXPECT_EQ(subject(-1) + bodyOf(*node), "\xC3\xA9>\xC3\xA9");
+    EXPECT_EQ(got([&](auto& o) { return node->getHeaderFieldUtf8("Subject", o, noLog); }),
+              "\xC3\xA9>");
+    EXPECT_EQ(bodyOf(*node), "\xC3\xA9");
     EXPECT_EQ(node->getHeaderDetectedCP(), 65001);
 }
 
@@ -224,12 +174,9 @@ struct PiecesRow {
 
 constexpr PiecesRow kPiecesRows[] = {
     {"Content-Type: a/b; charset=iso-8859-1", "\xE9", false, "iso-8859-1", "\xE9"},
-    {"Content-Type: text/x; charset=iso-8859-1", "\xE9", false, "iso-8859-1", "\xC3\xA9"},
     {"Content-Type: text/x; charset=koi8-r", "\xC3\xA9", true, "koi8-r", "\xC3\xA9"},
     {"Content-Type: image/x; charset=koi8-r", "\xE9", false, "", "\xE9"},
     {"Content-Type: Application/XML; charset=koi8-r", "\xE9", false, "", "\xC3\xA9"},
-    {"Content-Type: message/x; charset=koi8-r", "\xE9", false, "koi8-r", "\xE9"},
-    {"Content-Transfer-Encoding: base64|Content-Type: text/x", "YWI=", false, "", "ab"},
     {"Content-Type: text/x; charset=utf-16le|Content-Transfer-Encoding: quoted-printable", "a=00",
      true, "utf-16le", "a\0"sv},
 };

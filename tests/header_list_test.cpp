@@ -3,8 +3,6 @@
 // The header field list: what is read from damaged and 8-bit headers, what the changes do,
 // and that nothing a caller gives can begin a new header line.
 
-#include <gtest/gtest.h>
-
 #include "tests/node_support.h"
 
 namespace {
@@ -39,20 +37,15 @@ struct LoadRow {
 
 constexpr LoadRow kLoadRows[] = {
     {"", ""},
-    {"b: 1\r\nA: 2\r\nB:3", "b=1|A=2|B=3"},
-    {"A: 1\r\n", "A=1", "A: 1"},
     {"A: 1\nB: 2\n", "A=1|B=2", "A: 1\r\nB: 2"},
     {"A: 1\r\r\n x\r\r\nB: 2\r\r\n", "A=1 x|B=2", "A: 1\r\n x\r\nB: 2"},
-    {"A: 1\r\nB: 2\r", "A=1|B=2", "A: 1\r\nB: 2"},
     {"A: 1\rB: 2", "A=1 B: 2"},
     {"\r\nA: 1\n\nB: 2", "A=1|B=2", "A: 1\r\nB: 2"},
     {"A: 1\r\n\t2\r\n  3\r\nB:\r\n 4", "A=1\t2  3|B=4"},
     {"A: 1\r\n \r\nB: 2", "A=1|B=2"},
     {"A \t: 1\r\nB : 2", "A=1|B=2"},
     {"A:\r\nB: \t", "A=|B="},
-    {"A: b: c", "A=b: c"},
     {"A: 1\r\nno field\r\n more\r\nB: 2", "A=1|=no field more|B=2"},
-    {" x\r\nA: 1", "=x|A=1"},
     {"A b: 1\r\n: 2", "=A b: 1|=: 2"},
     {"\xEF\xBB\xBF"
      "A: 1\r\nB: 2",
@@ -95,27 +88,18 @@ struct HighByteRow {
 };
 
 constexpr HighByteRow kHighByteRows[] = {
-    {"A: 1", "iso-8859-2", "A=1", 0},
-    {"A: \xC3\xA9", "iso-8859-2", "A=\xC3\xA9", 65001},
     {"A: \xB1", "ISO-8859-2", "A=\xC4\x85", 28592, "A: =?utf-8?B?xIU=?="},
     {"A: \x82\xA0", "shift_jis", "A=\xE3\x81\x82", 932, "A: =?utf-8?B?44GC?="},
     {"A: \x82\xA0\x82", "shift_jis", "A=\xE2\x80\x9A\xC2\xA0\xE2\x80\x9A", 1252},
     {"A: \x93x\x94", "", "A=\xE2\x80\x9Cx\xE2\x80\x9D", 1252, "A: =?utf-8?B?4oCceOKAnQ==?="},
-    {"A: \x93", "x-nonsense", "A=\xE2\x80\x9C", 1252, "A: =?utf-8?B?4oCc?="},
-    {"A: \xC3\xA9\r\nB: \xE9\r\nC: 1", "", "A=\xC3\xA9|B=\xC3\xA9|C=1", 1252,
-     "A: \xC3\xA9\r\nB: =?utf-8?B?w6k=?=\r\nC: 1"},
     // The charset of the header's own body comes before that of another one.
     {"A: \xC4\xE3\r\nContent-Type: a/b; charset=gb2312", "koi8-r",
      "A=\xE4\xBD\xA0|Content-Type=a/b; charset=gb2312", 936,
      "A: =?utf-8?B?5L2g?=\r\nContent-Type: a/b; charset=gb2312"},
-    {"A: \xE9 \xC4\r\nContent-Type: a/b; charset=gb2312", "",
-     "A=\xC3\xA9 \xC3\x84|Content-Type=a/b; charset=gb2312", 1252,
-     "A: =?utf-8?B?w6kgw4Q=?=\r\nContent-Type: a/b; charset=gb2312"},
     // What may have been misread stays.
     {"A: \xC4\xE3\xBA\xC3", "", "A=\xC3\x84\xC3\xA3\xC2\xBA\xC3\x83", 1252},
     {"A: Za\xBF\xF3\xB3", "", "A=Za\xC2\xBF\xC3\xB3\xC2\xB3", 1252},
     {"A: \xC3\xA9\xE4\xBD ...", "", "A=\xC3\xA9\xC3\xA4\xC2\xBD ...", 65001},
-    {"no field \xE9", "", "=no field \xC3\xA9", 1252},
     // Bytes of an encoded word are in its charset.
     {"A: =?koi8-r?q?\xC1=C2?= b \xC3\xA9", "", "A==?koi8-r?q?=C1=C2?= b \xC3\xA9", 65001,
      "A: =?koi8-r?q?=C1=C2?= b =?utf-8?B?w6k=?="},
@@ -161,36 +145,20 @@ struct ChangeRow {
 };
 
 constexpr ChangeRow kChangeRows[] = {
-    {"A: 1", Do::Add, "a", "2", "A=1|a=2"},
-    {"A: 1", Do::Add, "B", " \r\n\t", "A=1"},
-    {"A: 1", Do::Add, "B", nullptr, "A=1"},
     {"A: 1", Do::AddEmpty, "B", "", "A=1|B="},
-    {"A: 1", Do::Add, "", "1", "A=1"},
     {"A: 1", Do::Add, " :\r\n", "1", "A=1"},
-    {"A: 1|content-type: x|B: 2", Do::Replace, "Content-Type", "y", "A=1|Content-Type=y|B=2"},
     {"A: 1|B: 2|A: 3", Do::Replace, "A", "9", "A=9|B=2|A=3"},
-    {"A: 1", Do::Replace, "B", "2", "A=1|B=2"},
-    {"A: 1|B: 2|A: 3", Do::Replace, "a", nullptr, "B=2"},
-    {"A: 1|B: 2|a: 3", Do::RemoveAll, "A", nullptr, "B=2"},
     {"A: 1|B: 2|a: 3", Do::Remove, "A", nullptr, "B=2|a=3"},
     {"Content-Type: 1|Content: 2", Do::RemoveAll, "Content", nullptr, "Content-Type=1"},
     {"junk|A: 1", Do::RemoveAll, "", nullptr, "=junk|A=1"},
     {"A: 1|B: 2|a: 3|C: 4", Do::Move, "a", nullptr, "B=2|C=4|A=1|a=3"},
     {"B: 0|A: 1|B: 2|a: 3", Do::Collapse, "a", nullptr, "B=0|A=1|B=2"},
-    {"A: 1|A: 2", Do::Collapse, "B", nullptr, "A=1|A=2"},
     {"DKIM-Signature: y|B: 2|dkim-signature: z|C: 3", Do::CutBehindSignature, nullptr, nullptr,
      "DKIM-Signature=y|B=2|dkim-signature=z"},
-    {"DKIM-Signature: y|DomainKey-Signature: x|B: 2", Do::CutBehindSignature, nullptr, nullptr,
-     "DKIM-Signature=y"},
     {"A: 1|DomainKey-Signature: x|B: 2", Do::CutBehindSignature, nullptr, nullptr,
      "A=1|DomainKey-Signature=x"},
-    {"A: 1|B: 2", Do::CutBehindSignature, nullptr, nullptr, "A=1|B=2"},
     // Nothing given by a caller begins a line of its own.
-    {"A: 1", Do::Add, "B", "2\r\nEvil: 3", "A=1|B=2 Evil: 3"},
-    {"A: 1", Do::Replace, "A", "2\nEvil: 3", "A=2 Evil: 3"},
     {"A: 1", Do::AddEmpty, "B", "2\rEvil: 3", "A=1|B=2 Evil: 3"},
-    {"A: 1", Do::Add, "B", "2\r\n\r\nbody", "A=1|B=2 body"},
-    {"A: 1", Do::Add, "B", "2\r\n 3", "A=1|B=2 3"},
     {"A: 1", Do::Add, "B\r\nEvil", "2", "A=1|BEvil=2"},
     {"A: 1", Do::Replace, "B: x", "2", "A=1|Bx=2"},
 };
@@ -215,32 +183,6 @@ TEST(MimeHeader, Changes) {
     header.clear(5);
     header.addMimeField("B", "2", false, noLog);
     EXPECT_EQ(listed(header), "B=2");
-}
-
-TEST(MimeHeader, GettersAppendOrLeaveAlone) {
-    MimeHeader header;
-    load(header, "Content-Type: a/b; protocol=\"a/b\"; x*=utf-8''%C3%A9\r\nX: 1");
-    const auto field = [&](const char* name) {
-        return got([&](auto& o) { return header.getMimeFieldUtf8(name, o, noLog); });
-    };
-    const auto part = [&](const char* name, unsigned size) {
-        return got([&](auto& o) { return header.getMimeFieldUtf8_2(name, size, o, noLog); });
-    };
-    const auto name = [&](int index) {
-        return got([&](auto& o) { return header.getFieldNameUtf8(index, o, noLog); });
-    };
-    const auto value = [&](int index) {
-        return got([&](auto& o) { return header.getFieldValueUtf8(index, o, noLog); });
-    };
-    const auto param = [&](const char* of, const char* which) {
-        return got([&](auto& o) { return header.getSubFieldUtf8(of, which, o, noLog); });
-    };
-    EXPECT_EQ(field("x") + field("Y") + field(nullptr), "<1><!<!");
-    EXPECT_EQ(part("X-Mailer", 1) + part("X", 0), "<1><!");
-    EXPECT_EQ(name(1) + name(2) + value(2) + value(-1), "<X><!<!<!");
-    EXPECT_EQ(param("content-type", "PROTOCOL") + param("content-type", "x"), "<a/b><\xC3\xA9>");
-    EXPECT_EQ(param("content-type", "proto") + param("content-type", nullptr), "<!<!");
-    EXPECT_EQ(param("Y", "protocol"), "<!");
 }
 
 }  // namespace

@@ -5,10 +5,6 @@
 
 #include "foundation/header/HeaderWriter.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "tests/support.h"
 
 using namespace mimetree::inner;
@@ -44,31 +40,18 @@ struct Row {
 constexpr std::string_view kWord60 = "abcdefghijabcdefghijabcdefghijabcdefghijabcdefghijabcdefghij";
 
 constexpr Row kRows[] = {
-    {"ASCII", "Subject", "a  b", "Subject: a  b"},
-    {"empty", "Subject", "", "Subject: "},
     {"encoded words stay", "Subject",
      "=?utf-8?q?a?= =?utf-8?q?b?=", "Subject: =?utf-8?q?a?= =?utf-8?q?b?="},
-    {"fold", "Subject", "a\r\n b\r\n\tc", "Subject: a b\tc"},
     {"line breaks", "Subject", "a\r\nBcc: b\rc\nd\r\n", "Subject: a Bcc: b c d "},
     {"words beyond ASCII only", "Subject", "a \xC3\xA9 \xC3\xA8  b c",
      "Subject: a =?utf-8?B?w6kgw6g=?=  b c"},
-    {"several blanks in front", "Subject", "a \t \xC3\xA9", "Subject: a =?utf-8?B?CSDDqQ==?="},
     {"behind an encoded word", "Subject", "=?utf-8?q?a b?= \xC3\xA9",
      "Subject: =?utf-8?q?a b?= =?utf-8?B?IMOp?="},
-    {"before an encoded word", "Subject",
-     "\xC3\xA9 =?utf-8?q?a?=", "Subject: =?utf-8?B?w6kg?= =?utf-8?q?a?="},
     {"stuck to an encoded word", "Subject", "=?utf-8?q?a?= =?utf-8?q?b?=\xC3\xA9",
      "Subject: =?utf-8?q?a?= =?utf-8?B?YsOp?="},
-    {"encoded word stuck behind", "Subject",
-     "\xC3\xA9=?utf-8?q?b?= =?utf-8?q?a?=", "Subject: =?utf-8?B?w6li?= =?utf-8?q?a?="},
-    {"comments nest", "To", "a@b (\xC3\xA9 (x) y)", "To: a@b (=?utf-8?B?w6kgKHgpIHk=?=)"},
-    {"bare name", "From", "J\xC3\xB6rg M <j@x.de>", "From: =?utf-8?Q?J=C3=B6rg_M?= <j@x.de>"},
-    {"ASCII names stay", "Cc", "\"a, b\" <a@x>,c@d (e),  \xC3\xA9 <f@x>",
-     "Cc: \"a, b\" <a@x>,c@d (e), =?utf-8?B?w6k=?= <f@x>"},
     {"group", "Resent-To", "Fr\xC3\xBC: a@b, c@d;", "Resent-To: =?utf-8?Q?Fr=C3=BC?= : a@b, c@d;"},
     {"address is never encoded", "To", "\xC3\xA9@x.de, x <\xC3\xA9@x>",
      "To: \xC3\xA9@x.de, x <\xC3\xA9@x>"},
-    {"no address", "To", "J\xC3\xB6rg", "To: =?utf-8?B?SsO2cmc=?="},
     {"quote never closed", "To", "\xC3\xA9 \"x <a@b>", "To: \xC3\xA9 \"x <a@b>"},
     {"encoded word in a name", "To", "=?utf-8?q?a?= \xC3\xA9 <a@b>",
      "To: =?utf-8?Q?a_=C3=A9?= <a@b>"},
@@ -84,7 +67,6 @@ constexpr Row kRows[] = {
      "attachment; size=1; filename=\"\xC3\xA9 abcdefghijabcdefghijabcdefghij.pdf\"; x=y",
      "Content-Disposition: attachment; size=1;\r\n "
      "filename*=utf-8''%C3%A9%20abcdefghijabcdefghijabcdefghij.pdf; x=y"},
-    {"structured", "List-Post", "\xC3\xA9 <x>", "List-Post: \xC3\xA9 <x>"},
     {"phrase", "List-ID", "\xC3\xA9 <\xC3\xA9.x>", "List-ID: =?utf-8?B?w6k=?= <\xC3\xA9.x>"},
 };
 
@@ -106,8 +88,6 @@ TEST(HeaderWriter, Rows) {
     EXPECT_EQ(write("Subject", x + " a"), "Subject:\r\n " + x + "\r\n a");
     EXPECT_EQ(write("Subject", x + "x").find(x), std::string::npos);
     EXPECT_EQ(write("Content-Location", x + "xyz"), "Content-Location:\r\n " + x + "\r\n xyz");
-    EXPECT_EQ(write("References", "  " + word + word), "References:   " + word + word);
-    EXPECT_EQ(write(word, "\xC3\xA9"), word + ":\r\n =?utf-8?B?w6k=?=");
     EXPECT_EQ(write("To", "\xC3\xA9 <" + word + ">, \xC3\xA8 <b@c>"),
               "To: =?utf-8?B?w6k=?=\r\n <" + word + ">,\r\n =?utf-8?B?w6g=?= <b@c>");
 }
@@ -130,38 +110,14 @@ TEST(HeaderWriter, NothingIsStuckToWordsBeyondTheLine) {
 }
 
 std::string randomValue(std::mt19937& random) {
+    static constexpr std::string_view kLong = "                                           ";
     static constexpr std::string_view kBits[] = {
-        "a",
-        "bcd",
-        " ",
-        "\t",
-        "supercalifragilistic",
-        "\xC3\xA9",
-        "\xE6\x97\xA5",
-        "=?utf-8?q?x?=",
-        "=?",
-        "?=",
-        "\r\n",
-        "\r",
-        "\n",
-        "\r\n ",
-        "\"",
-        "\\",
-        "(",
-        ")",
-        "<",
-        ">",
-        ",",
-        ";",
-        ":",
-        "@",
-        "[",
-        "]",
-        "name=",
-        "\xFF",
-        "                                                        "};
+        "a",  "bcd", " ",  "\t",    "abcdefghijklmnopqrst", "\xC3\xA9", "\xE6\x97\xA5", kLong, "=?",
+        "?=", "\r",  "\n", "\r\n ", "=?utf-8?q?x?=",        "name=",    "\xFF",         "\r\n"};
     std::string value;
-    for (auto n = random() % 60; n; --n) value += kBits[random() % std::size(kBits)];
+    for (auto n = random() % 60; n; --n)
+        value += random() % 2 ? kBits[random() % std::size(kBits)]
+                              : std::string_view("\"\\()<>,;:@[]").substr(random() % 12, 1);
     return value;
 }
 
@@ -175,16 +131,6 @@ TEST(HeaderWriter, LawOfInjection) {
         expectSafe(out);
         if (HasFatalFailure()) return;
     }
-}
-
-TEST(HeaderWriter, HostileValuesAreWrittenInLinearTime) {
-    for (std::string_view unit :
-         {"(", "<", "\"", "\"\\", "\xC3\xA9,", "=?utf-8?q?", "\xC3\xA9 a ", "=\xC3\xA9;"})
-        for (const char* name : {"Subject", "To", "Content-Type"}) {
-            std::string value = "\xC3\xA9";
-            for (int i = 0; i < 50000; ++i) value += unit;
-            expectSafe(write(name, value));
-        }
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 
 #include <algorithm>
 
-#include "foundation/EncodingConvert.h"
-#include "foundation/LogNull.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/line_ends.h"
 #include "foundation/bytes/utf8.h"
@@ -64,29 +62,15 @@ std::string run(std::string_view in) {
 
 // Mostly well-formed: the bytes choose among characters, stray bytes and cut sequences.
 std::string utf8Text(std::string_view in) {
+    static constexpr std::string_view kLong = "abcdefghijklmnopqrstuvwxyz0123456789 ,.-abcdefghijk";
+    // clang-format off
     static constexpr std::string_view kPieces[] = {
-        "a",
-        "abcdefghijklmnopqrstuvwxyz0123456789 ,.-abcdefghijklmnopqrstuvwxyz",
-        "\xC3\xA9",
-        "\xDF\xBF",
-        "\xE0\xA0\x80",
-        "\xE4\xBA\x9C",
-        "\xED\x9F\xBF",
-        "\xEF\xBF\xBF",
-        "\xF0\x90\x80\x80",
-        "\xF4\x8F\xBF\xBF"};
-    static constexpr std::string_view kBad[] = {"\x80",
-                                                "\xC3",
-                                                "\xC1\x81",
-                                                "\xE0\x9F\xBF",
-                                                "\xED\xA0\x80",
-                                                "\xE4\xBA",
-                                                "\xF0\x8F\xBF\xBF",
-                                                "\xF4\x90\x80\x80",
-                                                "\xF5\x80\x80\x80",
-                                                "\xF0\x90\x80",
-                                                "\xE4\xBA\x9C\x80",
-                                                "\xFF"};
+        "a", kLong, "\xC3\xA9", "\xDF\xBF", "\xE0\xA0\x80", "\xE4\xBA\x9C", "\xED\x9F\xBF",
+        "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"};
+    static constexpr std::string_view kBad[] = {
+        "\x80", "\xC3", "\xC1\x81", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xE4\xBA", "\xF0\x8F\xBF\xBF",
+        "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xF0\x90\x80", "\xE4\xBA\x9C\x80", "\xFF"};
+    // clang-format on
     std::string text;
     for (const char c : in) {
         const auto value = static_cast<unsigned char>(c);
@@ -121,18 +105,15 @@ std::string crlf(std::string_view in) {
 // Texts in charsets of one byte a character, some characters of which take three bytes of UTF-8 and
 // some are not in the other charset.
 template <int From, int To>
-std::string converted(std::string_view in) {
-    DataBuffer out;
-    LogNull log;
-    EncodingConvert::EncConvert(From, To, raw(in), static_cast<unsigned>(in.size()), out, log);
-    return str(out);
+std::string convertedFast(std::string_view in) {
+    return converted(From, To, in);
 }
 
 template <int From, int To>
 std::string convertedPlainly(std::string_view in) {
     const simd::Level before = simd::g_level;
     simd::force(simd::Level::Plain);
-    const std::string out = converted<From, To>(in);
+    const std::string out = converted(From, To, in);
     simd::force(before);
     return out;
 }
@@ -173,7 +154,8 @@ std::string mostly(std::string_view plain, std::string_view odd, size_t times) {
     return set + std::string(odd);
 }
 
-#define CONVERTED(from, to) #from " to " #to, converted < from, to>, convertedPlainly < from, to>
+#define CONVERTED(from, to) \
+#from " to " #to, convertedFast < from, to>, convertedPlainly < from, to>
 #define TWINS(space, name, through) #name, through < space::name>, through < space::scalar::name>
 
 std::vector<Twins> allTwins() {

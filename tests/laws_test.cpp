@@ -3,17 +3,9 @@
 // Laws that hold for every mail of samples/: writing and loading settle at once, bodies survive
 // every coding, and no damage to a mail, nor any owner of its bytes, brings the engine down.
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <set>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include "foundation/LogNull.h"
 #include "tests/outline.h"
-#include "tests/support.h"
 
 namespace {
 
@@ -141,20 +133,5 @@ TEST(Laws, LoadsWhatItHolds) {
             load(expected, held, as);
             ASSERT_EQ(escaped(written(again)), escaped(written(expected)));
         }
-    });
-}
-
-// Bytes that end where their memory does, and are gone when the tree is used.
-TEST(Laws, TreeOwnsItsBytes) {
-    forEverySample([](const Sample& sample, As as) {
-        MimeMessage2 node, expected;
-        LogNull log;
-        StringBuffer clue;
-        {
-            const Exact block(sample.bytes);
-            node.loadMimeComplete2(block.data(), block.size(), as == As::Text, clue, log, false);
-        }
-        load(expected, sample.bytes, as);
-        EXPECT_EQ(escaped(written(node)), escaped(written(expected)));
     });
 }

@@ -8,6 +8,7 @@
 
 #include "foundation/LogNull.h"
 #include "foundation/LogText.h"
+#include "foundation/_zqEmailAddress.h"
 #include "mime/MimeMessage2.h"
 #include "tests/support.h"
 
@@ -72,6 +73,30 @@ inline std::string contentOf(const MimeMessage2& node) {
     for (int i = 0; i < node.getNumParts(); ++i)
         text += "(" + (node.getPart(i) ? contentOf(*node.getPart(i)) : "") + ")";
     return text;
+}
+
+// "name<address>" for each of a list, "-" for a slot without one.
+inline std::string mailboxesIn(const ExtPtrArray& list) {
+    std::string text;
+    for (int i = 0; i < list.getSize(); ++i) {
+        const auto* one = static_cast<_zqEmailAddress*>(list.elementAt(i));
+        text +=
+            one ? str(one->m_displayName.getUtf8Sb()) + "<" + one->m_address.getUtf8() + ">" : "-";
+    }
+    return text;
+}
+
+inline std::string mailboxesOf(const MimeMessage2& node, const char* field) {
+    ExtPtrArray list;
+    node.getEmailAddresses(field, list, noLog);
+    return mailboxesIn(list);
+}
+
+// RFC 5322 3.2.4.
+inline std::string inQuotes(const std::string& text) {
+    std::string out = "\"";
+    for (const char c : text) out.append(c == '"' || c == '\\' ? "\\" : "") += c;
+    return out + "\"";
 }
 
 // "|" for a line break, so that a header fits its row; and back.

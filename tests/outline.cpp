@@ -12,9 +12,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "foundation/LogNull.h"
-#include "tests/support.h"
-
 namespace {
 
 constexpr size_t kExcerpt = 60;

@@ -4,12 +4,9 @@
 // What the tests over whole mails share: the sample mails, how they are loaded and written,
 // and a tree printed as text, so that two trees are compared by eye and by diff.
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "foundation/LogBase.h"
-#include "mime/MimeMessage2.h"
 #include "tests/node_support.h"
 
 struct Sample {

@@ -3,8 +3,6 @@
 // Writing trees: the frame of delimiters and blank lines, preamble, signed parts and slots
 // without a node; and that what was read is written back.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "tests/node_support.h"
@@ -50,17 +48,12 @@ struct Row {
     const char* tree;
     std::string_view body;
 } constexpr kRows[] = {
-    {"B12", "--b|A: 1||one|--b|B: 2||two||--b--|"},
-    {"B12P", "--b|A: 1||one|--b|B: 2||two||--b--|"},
     {"B1i2P", "--b|A: 1||--i|C: 3||c|--i--||--b|B: 2||two||--b--|"},
-    {"BP", "own"},
-    {"B0P", "--b||||--b--|"},
     {"1", "--|A: 1||one|----|"},
     {"B12x", "--b||||--b|B: 2||two||--b--|"},
     {"B1h", "--b|||one|--b--|"},
     {"B122sP", "--b|raw\n\0|--b|B: 2||two||--b--|"sv},
     {"B1s", "--b|raw\n\0|--b|--b--|"sv},
-    {"Bs", "--b||--b|--b--|"},
     {"B1p", "--b|A: 1||one|--b--|"},
 };
 

@@ -14,7 +14,10 @@
 #include <string_view>
 
 #include "foundation/DataBuffer.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/LogNull.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/bytes/utf8.h"
 
 inline std::string str(const StringBuffer& s) { return std::string(s.getString(), s.getSize()); }
 
@@ -47,6 +50,29 @@ private:
     size_t m_size;
     std::unique_ptr<char[]> m_data;
 };
+
+// From memory that ends where the text does.
+inline std::string converted(int from, int to, std::string_view text) {
+    const Exact in(text);
+    DataBuffer out;
+    LogNull log;
+    const auto* p = reinterpret_cast<const unsigned char*>(in.data());
+    EXPECT_TRUE(EncodingConvert::EncConvert(from, to, p, in.size(), out, log));
+    return str(out);
+}
+
+// A character in UTF-8.
+inline std::string character(char32_t c) {
+    unsigned char text[4] = {};
+    const auto size = static_cast<size_t>(mimetree::inner::utf8::put(c, text) - text);
+    return std::string(reinterpret_cast<const char*>(text), size);
+}
+
+inline std::string replaced(std::string text, std::string_view from, std::string_view to) {
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
 
 inline const unsigned char* raw(std::string_view s) {
     return reinterpret_cast<const unsigned char*>(s.data());

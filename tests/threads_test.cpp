@@ -4,14 +4,9 @@
 // thread alone makes of them.  Under the thread sanitizer this also says that nothing is shared
 // but what is meant to be.
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "foundation/Psdk.h"
-#include "tests/node_support.h"
 #include "tests/outline.h"
 
 namespace {

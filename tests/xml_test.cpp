@@ -4,8 +4,6 @@
 // what ClsXml prints TreeNode reads back, byte for byte.
 
 #include "foundation/ClsXml.h"
-#include "foundation/EncodingConvert.h"
-#include "foundation/LogNull.h"
 #include "foundation/LogText.h"
 #include "foundation/TreeNode.h"
 #include "tests/support.h"
@@ -62,10 +60,7 @@ std::string read(std::string_view xml) {
 }
 
 const TextRow kReadRows[] = {
-    {"blanks in tags", "<a ><b\n/></a\t>", "a(b)"},
     {"byte order mark", "\xEF\xBB\xBF<?xml version='1.0' standalone='yes' ?><a/>", "a"},
-    {"another encoding", "<?xml version=\"1.0\" encoding=\"latin1\"?>\n<a/>", "a"},
-    {"comments", "<!-- - --><?x?><a>1<!--<b>-->2<?y <b> ?>3</a><!----><?z ?>", "a[123]"},
     {"doctype with internal subset",
      "<!DOCTYPE a PUBLIC 'p]>' \"s\" [<!ENTITY e ']>'> %pe; <!-- ' ]> --> <?q ' ]> ?>"
      "<!ATTLIST a b CDATA \">\">] ><a/>",
@@ -76,7 +71,6 @@ const TextRow kReadRows[] = {
     {"mixed", "<a>1<b>x<c>y</c>z</b >2<d e='>'/>3</a >", "a[123](b[xz](c[y]) d{e=>})"},
     {"line ends in text", "<a>1\r\n2\r3\n4<![CDATA[\r\n\r]]></a>", "a[1\n2\n3\n4\n\n]"},
     {"in values", "<a b='1\r\n2\t3\r4\n5&#10;&#9;&#13;'/>", "a{b=1 2 3 4 5\n\t\r}"},
-    {"names", "<\u00E9:\U00010000-1.\u00B7\u2040/>", "\u00E9:\U00010000-1.\u00B7\u2040"},
     {"spelled bytes", "<a b='\u241B00\u241BfF\u241B0'>1<?mimetree-bytes 00fF?>2</a>",
      "a{b=\0\xFF\u241B0}[1\0\xFF"
      "2]"s},
@@ -87,7 +81,6 @@ TEST(XmlReader, TakesWellFormedDocuments) { expectRows(kReadRows, read); }
 // Each document has a "^" where the fault is.
 const std::pair<const char*, std::vector<std::string>> kFaults[] = {
     // the prolog and what follows the root
-    {"there is no element", {"^", " \n<!---->^"}},
     {"text outside the root element", {"^x<a/>"}},
     {"more than the root element", {"<a/>\n^<b/>", "<a/>^x", "<a/>^<![CDATA[]]>"}},
     {"an XML declaration that is not at the start", {" <?^xml version='1.0'?><a/>"}},
@@ -109,7 +102,6 @@ const std::pair<const char*, std::vector<std::string>> kFaults[] = {
     {"a blank or \">\" is expected", {"<a b='1'^c='2'/>"}},
     {"an attribute that stands there twice", {"<a b='1' c='' ^b='2'/>"}},
     {"a quote that is not closed", {"<a b=^'1", "<!DOCTYPE a [<!ENTITY e ^'x><a/>"}},
-    {"\">\" is expected", {"<a></a^"}},
     // content
     {"the text ends inside an element", {"<a>1\n^"}},
     {"\"]]>\" in text", {"<a>^]]></a>"}},
@@ -195,7 +187,6 @@ std::string printedAsCdata(std::string_view text) {
 }
 
 const TextRow kCdataRows[] = {
-    {"markup", "<a> & b\n", "<t><![CDATA[<a> & b\n]]></t>\n"},
     {"end", "a]]>]]>b", "<t><![CDATA[a]]]]><![CDATA[>]]]]><![CDATA[>b]]></t>\n"},
     {"CR", "a\r\nb\r\r\n", "<t><![CDATA[a]]>&#13;\n<![CDATA[b]]>&#13;&#13;\n</t>\n"},
     {"odd bytes", "]]\x01>", "<t><![CDATA[]]]]><?mimetree-bytes 01?><![CDATA[>]]></t>\n"},
@@ -278,14 +269,6 @@ TEST(XmlLaw, WhatIsPrintedIsReadBack) {
 }
 
 // -- Size
-
-TEST(XmlSize, WideDocument) {
-    constexpr int kWidth = 200000;
-    const Tree root = parse("<a>" + repeated("<b>1</b> ", kWidth) + "</a>");
-    ASSERT_EQ(root->getNumChildren(), kWidth);
-    for (int i = kWidth; i-- > 0;) ASSERT_EQ(content(*root->getChild(i)), "1");
-    EXPECT_EQ(content(*root), std::string(kWidth, ' '));
-}
 
 TEST(XmlSize, ManyAttributes) {
     constexpr int kCount = 100000;
