@@ -74,6 +74,8 @@ constexpr EditRow kEditRows[] = {
     {"replace by null", "abc", [](S& s) { s.replaceAllOccurances("b", nullptr); }, "ac"},
     {"first", "a.a", [](S& s) { s.replaceFirstOccurance("a", "bb", false); }, "bb.a"},
     {"replace by a byte", "_A__A_", [](S& s) { s.replaceAllWithUchar("_A_", '*'); }, "**"},
+    {"drive", "C:x.txt", name, "x.txt"},
+    {"dots", "..", name, ""},
     {"directory \\", "..\\a/b\\c.d", name, "c.d"},
     {"ANSI", "\xE2\x82\xAC\xC3\xA9\xE2\x88\x9A", [](S& s) { s.cvUtf8ToAnsi(); }, "\x80\xE9?"},
     {"number", "", [](S& s) { s.append(INT_MIN); }, "-2147483648"},

@@ -111,6 +111,7 @@ TEST(StarEncoded, Decode) {
         {"apostrophes of the text", "don't can't.txt", nullptr, "don't can't.txt", "utf-8"},
         {"invalid escapes stand", "utf-8''%4g%4", nullptr, "%4g%4", "utf-8"},
         {"charset given", "utf-8''%E4", "iso-8859-1", "\xC3\xA4", "iso-8859-1"},
+        {"empty", "", nullptr, "", "utf-8"},
     };
     LogNull log;
     for (const StarRow& row : kRows) {
