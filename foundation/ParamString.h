@@ -4,8 +4,8 @@
 // Protects the quoted parts of a parameter list while the list is split: each is replaced by
 // a token that holds no separator.
 
+#include "foundation/DataBuffer.h"
 #include "foundation/StringBuffer.h"
-#include "foundation/bytes/GrowArray.h"
 #include "foundation/export.h"
 
 class MIMETREE_API ParamString {
@@ -25,5 +25,5 @@ private:
 
     StringBuffer m_text;
     StringBuffer m_parts;  // the quoted parts, a NUL behind each
-    mimetree::inner::GrowArray<unsigned> m_starts;
+    DataBuffer m_starts;   // where each begins there, as unsigned
 };

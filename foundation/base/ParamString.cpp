@@ -31,17 +31,19 @@ void ParamString::setString(const char* text, bool) {
         if (open == end) return;
 
         const char* const close = closing.find(open + 1);
-        if (!m_starts.push(m_parts.getSize())) return;
+        const unsigned start = m_parts.getSize();
+        if (!m_starts.append(&start, sizeof start)) return;
         appendQuotedPart(open + 1, close, m_parts);
         m_parts.appendChar('\0');
-        appendPartToken(static_cast<int>(m_starts.size()) - 1, m_text);
+        appendPartToken(static_cast<int>(m_starts.getSize() / sizeof start) - 1, m_text);
         p = close == end ? end : close + 1;
     }
 }
 
 const char* ParamString::getParam(int index) const {
-    const bool exists = index >= 0 && static_cast<unsigned>(index) < m_starts.size();
-    return exists && !m_parts.failed()
-               ? m_parts.getString() + m_starts[static_cast<unsigned>(index)]
-               : "";
+    unsigned start = 0;
+    const size_t at = static_cast<size_t>(index) * sizeof start;
+    if (index < 0 || at >= m_starts.getSize() || m_parts.failed()) return "";
+    std::memcpy(&start, m_starts.getData2() + at, sizeof start);
+    return m_parts.getString() + start;
 }
