@@ -227,8 +227,9 @@ uint32_t japaneseWrittenCode(char32_t c) {
     if (c - 0xFF61 < 63) return inSet(kHalfWidth, 0x21 + c - 0xFF61);
     if (const uint32_t code = jis0208Code(jisOtherForm(c))) return inSet(kJis0208, code);
     if (const uint32_t code = jis0212Code(c)) return inSet(kJis0212, code);
-    if (const uint32_t code = gb2312PlaneCode(c)) return inSet(kGb2312, code);
-    return inSet(kKs1001, ks1001Code(c));
+    if (const uint32_t code = gb2312Code(c)) return inSet(kGb2312, code);
+    if (const uint32_t code = ks1001Code(c)) return inSet(kKs1001, code);
+    return inSet(kGb2312, gb2312PlaneCode(c));
 }
 
 uint32_t koreanCode(char32_t c) {
