@@ -21,6 +21,11 @@ for shared in OFF ON; do
     lib=$(dirname "$library")
     bash "$source_dir/tests/public_symbols.sh" "$source_dir" "$library"
 
+    # No installed header may need one that is not.
+    for header in "$prefix"/include/mimetree/{foundation,mime}/*.h; do
+        g++ -std=c++17 -fsyntax-only -I"$prefix/include/mimetree" -include "$header" -x c++ /dev/null
+    done
+
     echo "consumer by find_package (shared: $shared)"
     cmake -G Ninja -S "$consumer" -B "$work/find-$shared" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
     cmake --build "$work/find-$shared"
