@@ -108,7 +108,8 @@ TEST(ContentType, WhatIsBuiltReadsBack) {
 TEST(ContentType, StrictAndTolerantReadersAgree) {
     std::mt19937 random(11);
     const std::vector<std::string> names = {"charset", "name", "boundary", "Format", "type", "x"};
-    const std::vector<std::string> texts = {"utf-8", "a b", "flowed", "b=1'2", "", "a;b", "us-ascii "};
+    const std::vector<std::string> texts = {"utf-8", "a b", "flowed",   "b=1'2",
+                                            "",      "a;b", "us-ascii "};
     for (int round = lawRuns(3000); round--;) {
         std::string value = random() % 9 ? "text/html" : "text /html";
         for (auto n = random() % 4; n; --n) {
