@@ -23,6 +23,12 @@ std::string converted(int from, int to, const std::string& text) {
     return bytesOf(out);
 }
 
+bool isAscii(const std::string& text) {
+    for (const char c : text)
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    return true;
+}
+
 }  // namespace
 
 FUZZ_TARGET(charset_fuzz) {
@@ -33,7 +39,12 @@ FUZZ_TARGET(charset_fuzz) {
                                 static_cast<unsigned>(utf8.size()), 0),
             "what is read is UTF-8");
     require(utf8.size() <= 4 * text.size() + 16, "what is read is not swollen");
-    if (utf8.find("\xEF\xBF\xBD") == std::string::npos)
+    // 8-bit bytes under a charset of seven bits are read in its other form: what the seven bits
+    // lack cannot be written, and a loaded body keeps its bytes instead.
+    const bool isOtherForm = (page == 50220 || page == 50225) && !isAscii(text);
+    // A mark of its own in front of UTF-16 or UTF-32 is the body's matter, not the converter's.
+    const bool hasMark = page >= 1200 && page <= 12001 && utf8.compare(0, 3, "\xEF\xBB\xBF") == 0;
+    if (!isOtherForm && !hasMark && utf8.find("\xEF\xBF\xBD") == std::string::npos)
         require(converted(page, 65001, converted(65001, page, utf8)) == utf8,
                 "what was read is written without loss");
 }
