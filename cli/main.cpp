@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
+#include <mimetree/version.h>
 #include <sstream>
 
 #include "cli/commands.h"

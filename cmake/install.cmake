@@ -5,12 +5,13 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mimetree)
 
 install(TARGETS mimetree EXPORT mimetreeTargets
-    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree)
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_INCLUDEDIR}/mimetree)
 # Public headers stand on top; those in the rooms below are shared between the engine's sources.
 file(GLOB foundation_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/foundation/*.h)
 file(GLOB mime_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/mime/*.h)
 install(FILES ${foundation_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree/foundation)
 install(FILES ${mime_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mimetree/mime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/mimetree DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT mimetreeTargets NAMESPACE mimetree:: DESTINATION ${package_dir})
 
 configure_package_config_file(cmake/mimetreeConfig.cmake.in mimetreeConfig.cmake
@@ -25,6 +26,10 @@ install(FILES
 # The prefix is found from the place of mimetree.pc itself, so that the tree can be moved.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
+# What a program in C adds for the static library.
+set(pc_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(FILTER pc_runtime INCLUDE REGEX "^(std)?c\\+\\+$")
+list(TRANSFORM pc_runtime PREPEND -l)
 configure_file(cmake/mimetree.pc.in mimetree.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mimetree.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -2,9 +2,12 @@
 // Uses the installed headers and library the way a user does, C++17 included.
 
 #include <cstring>
+#include <mimetree/version.h>
 
 #include "foundation/LogNull.h"
 #include "mime/MimeMessage2.h"
+
+static_assert(MIMETREE_VERSION_NUMBER >= MIMETREE_VERSION_OF(0, 1, 0));
 
 int main() {
     LogNull log;

@@ -1,0 +1,14 @@
+#!/bin/bash
+# SPDX-License-Identifier: Apache-2.0
+# The version stands in include/mimetree/version.h; what cannot read it there must agree with it.
+# usage: check_versions.sh VERSION-THAT-CMAKE-READ
+set -euo pipefail
+cd "$(dirname "$0")/.."
+version=$(printf '#include "include/mimetree/version.h"\nMIMETREE_VERSION\n' | ${CC:-cc} -E -P - | tr -d '" ')
+status=0
+expect() {  # WHERE FOUND
+    [ "$2" = "$version" ] || { echo "$1 has version '$2', not '$version'" >&2; status=1; }
+}
+expect CMake "$1"
+expect CHANGELOG.md "$(sed -nE '/^## \[[0-9]/{s/^## \[([0-9.]+)\].*/\1/p;q};s/^Becomes ([0-9.]+),.*/\1/p' CHANGELOG.md | head -1)"
+exit $status
