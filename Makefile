@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench stress peers fuzz check-all packages clean
+.PHONY: build run test bench stress peers fuzz equality check-all packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -41,6 +41,11 @@ FUZZ_SECONDS ?= 60
 fuzz:
 	@cmake/install-packages.sh build fuzz
 	fuzz/run.sh $(FUZZ_SECONDS)
+
+# Compares what this engine makes of half a million mails with what that of COMMIT does.
+COMMIT ?= $(shell git describe --tags --abbrev=0)
+equality: packages
+	fuzz/equality.sh $(COMMIT) $(FOLDERS)
 
 # What takes longer than .ci/run may: everything in it, then each fuzz target for twenty minutes and
 # the search for input that costs more than linear time for thirty.
