@@ -22,6 +22,11 @@ run: packages
 test: build
 	ctest --preset release
 
+# The library as two files, mimetree.h and mimetree.cpp: g++ -std=c++20 -O2 -c mimetree.cpp
+.PHONY: amalgamate
+amalgamate:
+	python3 packaging/amalgamate.py build/amalgamation
+
 # Measures the engine beside other libraries; writes docs/benchmarks.md.
 bench: peers
 	python3 bench/compare.py build/bench docs

@@ -15,12 +15,11 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 
 using namespace mimetree::inner;
 
 namespace {
-
-constexpr unsigned kMaxSize = 0xFFFFFFFFu;
 
 const char* chars(const unsigned char* p) { return reinterpret_cast<const char*>(p); }
 

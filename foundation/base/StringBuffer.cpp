@@ -16,16 +16,13 @@
 #include "foundation/LogNull.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/bytes/line_ends.h"
 
 using namespace mimetree::inner;
 
 namespace {
-
-constexpr unsigned kMaxSize = 0xFFFFFFFFu;
-
-const char* textOf(const char* s) { return s ? s : ""; }
 
 // Length of a C string; a text of 4 GiB or more counts as too long to hold.
 size_t lengthOf(const char* s) { return s ? std::strlen(s) : 0; }

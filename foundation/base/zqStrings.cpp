@@ -8,14 +8,9 @@
 #include <cstring>
 
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 
 using namespace mimetree::inner;
-
-namespace {
-
-const char* textOf(const char* s) { return s ? s : ""; }
-
-}  // namespace
 
 int zqStrCmp(const char* a, const char* b) { return std::strcmp(textOf(a), textOf(b)); }
 

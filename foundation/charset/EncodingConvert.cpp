@@ -12,16 +12,11 @@
 #include "foundation/DataBuffer.h"
 #include "foundation/LogBase.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/charset/codecs.h"
 
 using namespace mimetree::inner;
-
-namespace {
-
-constexpr unsigned int kMaxSize = 0xFFFFFFFFu;
-
-}  // namespace
 
 namespace mimetree::inner::charset {
 
@@ -87,10 +82,10 @@ const Codec* findCodec(int codePage) {
     return nullptr;
 }
 
-using Step = bool (*)(const Codec& codec, Source in, Output& out);
+using Direction = bool (*)(const Codec& codec, Source in, Output& out);
 
 // Appends what one direction of a codec makes of the bytes, or nothing.
-bool run(Step step, const Codec& codec, Source in, DataBuffer& buffer) {
+bool run(Direction step, const Codec& codec, Source in, DataBuffer& buffer) {
     const bool isFresh = buffer.isEmpty();
     Output out(buffer);
     if (!out.roomForText(in.size()) || !step(codec, in, out)) {

@@ -598,7 +598,7 @@ constexpr auto kCanonical = [] {
 }();
 
 // The name without what surrounds it in careless parameters: blanks and quotes.
-std::string_view trimmed(std::string_view name) {
+std::string_view withoutQuotes(std::string_view name) {
     const auto isAround = [](char c) { return bytes::isSpace(c) || c == '"' || c == '\''; };
     while (!name.empty() && isAround(name.front())) name.remove_prefix(1);
     while (!name.empty() && isAround(name.back())) name.remove_suffix(1);
@@ -629,7 +629,7 @@ bool _zqCharset::setByName(const char* name) {
 }
 
 bool _zqCharset::setByName(const char* name, unsigned int length) {
-    const std::string_view text = trimmed({name, length});
+    const std::string_view text = withoutQuotes({name, length});
     const int codePage = codePageOfTrimmed(text);
     if (codePage == 0) return false;
     if (!m_name.setStringN(text.data(), static_cast<unsigned int>(text.size()))) return false;
@@ -658,7 +658,7 @@ void _zqCharset::clear() {
 }
 
 int _zqCharset::codePageOf(const char* name, unsigned int length) {
-    return name ? codePageOfTrimmed(trimmed({name, length})) : 0;
+    return name ? codePageOfTrimmed(withoutQuotes({name, length})) : 0;
 }
 
 const char* _zqCharset::nameOf(int codePage) {

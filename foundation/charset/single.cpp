@@ -10,6 +10,7 @@
 #include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::charset {
+namespace single {
 namespace {
 
 #include "foundation/charset/tables/single_byte.inc"
@@ -124,7 +125,8 @@ constexpr Codec kCodecs[] = {
 };
 
 }  // namespace
+}  // namespace single
 
-CodecList singleByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
+CodecList singleByteCodecs() { return {single::kCodecs, std::size(single::kCodecs)}; }
 
 }  // namespace mimetree::inner::charset

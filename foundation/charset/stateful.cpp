@@ -13,6 +13,7 @@
 #include "foundation/charset/runs.h"
 
 namespace mimetree::inner::charset {
+namespace stateful {
 namespace {
 
 constexpr unsigned char kEsc = 0x1B, kShiftOut = 0x0E, kShiftIn = 0x0F;
@@ -305,7 +306,8 @@ constexpr Codec kCodecs[] = {
 };
 
 }  // namespace
+}  // namespace stateful
 
-CodecList statefulCodecs() { return {kCodecs, std::size(kCodecs)}; }
+CodecList statefulCodecs() { return {stateful::kCodecs, std::size(stateful::kCodecs)}; }
 
 }  // namespace mimetree::inner::charset

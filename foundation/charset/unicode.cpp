@@ -10,6 +10,7 @@
 #include "foundation/simd/vectors.h"
 
 namespace mimetree::inner::charset {
+namespace unicode {
 namespace {
 
 bool isHighSurrogate(char32_t c) { return (c & 0xFFFFFC00) == 0xD800; }
@@ -279,7 +280,8 @@ constexpr Codec kCodecs[] = {
 };
 
 }  // namespace
+}  // namespace unicode
 
-CodecList unicodeCodecs() { return {kCodecs, std::size(kCodecs)}; }
+CodecList unicodeCodecs() { return {unicode::kCodecs, std::size(unicode::kCodecs)}; }
 
 }  // namespace mimetree::inner::charset

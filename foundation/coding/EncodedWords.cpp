@@ -17,6 +17,7 @@
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/bytes/utf8.h"
 #include "foundation/charset/code_pages.h"
 
@@ -25,10 +26,6 @@
 using namespace mimetree::inner;
 
 namespace {
-
-unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
-
-const unsigned char* asBytes(const char* p) { return reinterpret_cast<const unsigned char*>(p); }
 
 // -- Finding words
 

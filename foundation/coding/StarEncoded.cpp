@@ -13,6 +13,7 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 
 #include <cstring>
@@ -21,20 +22,15 @@ using namespace mimetree::inner;
 
 namespace {
 
-constexpr ByteSet kCharsetBytes = kTokenBytes.without("'");
+constexpr ByteSet kCharsetNameBytes = kTokenBytes.without("'");
 constexpr ByteSet kLanguageBytes = ByteSet("-_").range('A', 'Z').range('a', 'z').range('0', '9');
-
-const char* skip(const char* p, const char* end, const ByteSet& set) {
-    while (p != end && set.has(*p)) ++p;
-    return p;
-}
 
 // Where the text of a value begins, and the charset in front of it.  Tolerated: a value that
 // is text alone; two apostrophes of which the first does not end a charset, or the second no
 // language ("don't can't.txt"), belong to it.
 const char* textBegin(const char* p, const char* end, unsigned& charsetSize) {
     charsetSize = 0;
-    const char* first = skip(p, end, kCharsetBytes);
+    const char* first = skip(p, end, kCharsetNameBytes);
     if (first == end || *first != '\'') return p;
     const char* second = skip(first + 1, end, kLanguageBytes);
     if (second == end || *second != '\'') return p;

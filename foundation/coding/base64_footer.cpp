@@ -15,7 +15,7 @@ namespace {
 
 constexpr ByteSet kLower = ByteSet("").range('a', 'z');
 constexpr ByteSet kLetter = ByteSet("").range('a', 'z').range('A', 'Z');
-constexpr ByteSet kAlphabet = ByteSet("+/").range('A', 'Z').range('a', 'z').range('0', '9');
+constexpr ByteSet kDigits = ByteSet("+/").range('A', 'Z').range('a', 'z').range('0', '9');
 
 // Also what ends a file where it is told so by a byte.
 bool isWhite(char c) { return (c >= '\t' && c <= '\r') || c == ' ' || c == '\x1A' || c == '\0'; }
@@ -67,7 +67,7 @@ private:
     void takeOther(char c) {
         if (c == '=') ++padding;
         else if (isWhite(c)) hasGap = true;
-        else if (kAlphabet.has(c)) ++coded;
+        else if (kDigits.has(c)) ++coded;
         else ++strangers;
     }
 };

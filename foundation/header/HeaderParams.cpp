@@ -15,6 +15,7 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 
 #include <cstring>
@@ -26,24 +27,12 @@ namespace {
 // What unquoted values are made of where no blank is in them.
 constexpr ByteSet kValueBytes = kTokenBytes.with("/?=:@[],<>").range('\x80', '\xFF');
 
-unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
-
-const char* skipSpace(const char* p, const char* end) {
-    while (p != end && bytes::isSpace(*p)) ++p;
-    return p;
-}
-
 const char* trimBack(const char* begin, const char* end) {
     while (end != begin && bytes::isSpace(end[-1])) --end;
     return end;
 }
 
-const char* skip(const char* p, const char* end, const ByteSet& set) {
-    while (p != end && set.has(*p)) ++p;
-    return p;
-}
-
-const char* findByte(const char* p, const char* end, char c) {
+const char* findOrEnd(const char* p, const char* end, char c) {
     const void* found = p == end ? nullptr : std::memchr(p, c, static_cast<size_t>(end - p));
     return found ? static_cast<const char*>(found) : end;
 }
@@ -79,7 +68,7 @@ const char* quotingTextEnd(const char* p, const char* end) {
     for (const char* q = p; q != end; ++q) {
         if (endsText(q, p, end)) return q;
         if (*q != '"' || close == end) continue;
-        close = findByte(q + 1, end, '"');
+        close = findOrEnd(q + 1, end, '"');
         if (close != end) q = close;
     }
     return end;
@@ -171,7 +160,7 @@ bool HeaderParams::readQuoted() {
     m_at = close == m_end ? close : close + 1;
     bool ok = true;
     while (p != close) {
-        const char* const stop = findByte(p, close, '\\');
+        const char* const stop = findOrEnd(p, close, '\\');
         ok = m_value.appendN(p, sizeOf(p, stop)) && ok;
         if (stop == close) break;
         const bool isEscape = close - stop > 1 && stop[1] == '"';

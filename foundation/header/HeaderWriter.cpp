@@ -9,6 +9,7 @@
 
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/coding/EncodedWords.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/header_fields.h"
@@ -25,8 +26,6 @@ constexpr unsigned kMaxWordColumns = 76;  // RFC 2047 2: lines that hold encoded
 
 // RFC 5322 2.1.1: no line is longer.
 constexpr unsigned kMaxOctets = 998;
-
-unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
 bool isAscii(const char* begin, const char* end) {
     return bytes::isAscii(begin, static_cast<size_t>(end - begin));

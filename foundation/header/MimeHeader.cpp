@@ -20,6 +20,7 @@
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/HeaderWriter.h"
@@ -34,8 +35,6 @@ namespace {
 
 // Limit: a longer run of bytes before a colon is no name but a line of its own.
 constexpr unsigned kMaxNameSize = 0xFFFF;
-
-unsigned lengthOf(const char* s) { return s ? static_cast<unsigned>(std::strlen(s)) : 0; }
 
 constexpr char kOrderMark[] = "\xEF\xBB\xBF";
 constexpr unsigned kOrderMarkSize = 3;
@@ -157,7 +156,7 @@ bool MimeHeader::loadMimeHeaderText(const char* headerText, const char* terminat
                                     StringBuffer& charsetClue, LogBase& log) {
     const char* text = headerText ? headerText : "";
     const char* end = terminator ? std::strstr(text, terminator) : nullptr;
-    const unsigned size = end ? static_cast<unsigned>(end - text) : lengthOf(text);
+    const unsigned size = end ? static_cast<unsigned>(end - text) : sizeOf(text);
     return loadMimeHeaderBytes(text, size, codePage, charsetClue, log);
 }
 
@@ -320,7 +319,7 @@ bool MimeHeader::makeField(const StringBuffer& name, const char* value, Field& f
     StringBuffer text(name);
     text.appendN(": ", 2);
     StringBuffer clean;
-    appendUnfolded(value, value + lengthOf(value), clean);
+    appendUnfolded(value, value + sizeOf(value), clean);
     clean.trim2();
     text.append(clean);
     // A node that changes a field or two pays for their text only; long lists grow by half.
@@ -377,7 +376,7 @@ bool MimeHeader::replaceMimeFieldUtf8(const char* name, const char* value, LogBa
 }
 
 void MimeHeader::removeMimeField(const char* name, bool all) {
-    const unsigned size = lengthOf(name);
+    const unsigned size = sizeOf(name);
     unsigned kept = 0, removed = 0;
     for (const Field& field : m_fields) {
         if ((all || removed == 0) && hasName(field, name, size)) {
@@ -393,7 +392,7 @@ void MimeHeader::removeMimeField(const char* name, bool all) {
 }
 
 void MimeHeader::moveToBottom(const char* name, LogBase&) {
-    const unsigned size = lengthOf(name);
+    const unsigned size = sizeOf(name);
     GrowArray<Field, 8> moved;
     for (const Field& field : m_fields)
         if (hasName(field, name, size) && !moved.push(field)) return;
@@ -405,7 +404,7 @@ void MimeHeader::moveToBottom(const char* name, LogBase&) {
 }
 
 void MimeHeader::collapseMultiple(const char* name, LogBase&) {
-    const unsigned size = lengthOf(name);
+    const unsigned size = sizeOf(name);
     const int first = indexOf(name, size);
     unsigned kept = 0;
     for (unsigned i = 0; i < m_fields.size(); ++i) {
@@ -424,7 +423,7 @@ void MimeHeader::removeHeaderFieldsAfterSig(LogBase&) {
     int last = -1;
     for (const char* name : {"DKIM-Signature", "DomainKey-Signature"}) {
         for (int i = getNumFields() - 1; i >= 0 && last < 0; --i)
-            if (hasName(m_fields[static_cast<unsigned>(i)], name, lengthOf(name))) last = i;
+            if (hasName(m_fields[static_cast<unsigned>(i)], name, sizeOf(name))) last = i;
     }
     if (last < 0) return;
     const unsigned kept = static_cast<unsigned>(last) + 1;
@@ -524,7 +523,7 @@ bool MimeHeader::appendValue(const Field& field, StringBuffer& out) const {
 }
 
 bool MimeHeader::getMimeFieldUtf8(const char* name, StringBuffer& out, LogBase& log) const {
-    return getMimeFieldUtf8_2(name, lengthOf(name), out, log);
+    return getMimeFieldUtf8_2(name, sizeOf(name), out, log);
 }
 
 bool MimeHeader::getMimeFieldUtf8_2(const char* name, unsigned int nameSize, StringBuffer& out,

@@ -13,6 +13,7 @@
 #include "foundation/_zqCharset.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/header/HeaderParams.h"
 
 using namespace mimetree::inner;
@@ -56,8 +57,6 @@ unsigned indexOf(const char* name, size_t size) {
 constexpr ByteSet kUsualNameBytes = kTokenBytes.without("*");
 constexpr ByteSet kUsualBytes = kTokenBytes.with("/?=:@");
 constexpr ByteSet kUsualCharsetBytes = kTokenBytes.without("'");
-
-unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
 
 // -- The type
 
@@ -224,11 +223,6 @@ bool readUsualValue(const char*& p, const char* end, const char*& text, const ch
     while (p != end && kUsualBytes.has(*p)) ++p;
     textEnd = p;
     return p != text;
-}
-
-const char* skipSpace(const char* p, const char* end) {
-    while (p != end && bytes::isSpace(*p)) ++p;
-    return p;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/bytes/utf8.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/coding/EncodedWords.h"
@@ -20,10 +21,6 @@
 using namespace mimetree::inner;
 
 namespace {
-
-unsigned sizeOf(const char* begin, const char* end) { return static_cast<unsigned>(end - begin); }
-
-const unsigned char* asBytes(const char* p) { return reinterpret_cast<const unsigned char*>(p); }
 
 // A value in pieces: encoded words of kind Q that hold such bytes, and what stands between.
 class Pieces {
@@ -67,7 +64,7 @@ bool Pieces::isRawWord(const char* word, unsigned size) {
 }
 
 // RFC 2047 4.2: any byte may be written as an escape.
-void appendEscaped(const char* p, const char* end, StringBuffer& out) {
+void appendWithEscapes(const char* p, const char* end, StringBuffer& out) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     for (; p != end; ++p) {
         const unsigned c = static_cast<unsigned char>(*p);
@@ -159,7 +156,7 @@ bool mimetree::inner::appendHighBytes(const char* value, const char* end, int co
                                       StringBuffer& out) {
     for (Pieces piece(value, end); piece.next();) {
         DataBuffer utf8;
-        if (piece.isWord) appendEscaped(piece.first, piece.last, out);
+        if (piece.isWord) appendWithEscapes(piece.first, piece.last, out);
         else if (!convert(codePage, piece.first, piece.last, utf8)) return false;
         if (out.isEmpty()) out.takeFromDb(utf8);
         else out.append(utf8);

@@ -12,6 +12,7 @@
 #include "foundation/LogBase.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/xml/names.h"
 #include "foundation/xml/text.h"
 
@@ -23,8 +24,6 @@ struct XmlAttributes {
     StringBuffer text;  // as printed: ' name="value"' for each
     XmlNameSet names;   // pieces of the text
 };
-
-unsigned sizeOf(const char* s) { return s ? static_cast<unsigned>(std::strlen(s)) : 0; }
 
 }  // namespace
 

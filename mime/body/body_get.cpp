@@ -19,12 +19,12 @@ using namespace mimetree::inner;
 
 namespace {
 
-enum class Coding { Base64, QuotedPrintable, None };
+enum class WireCoding { Base64, QuotedPrintable, None };
 
-Coding codingOf(const StringBuffer& name) {
-    if (name.equalsIgnoreCase2("base64", 6)) return Coding::Base64;
-    if (name.equalsIgnoreCase2("quoted-printable", 16)) return Coding::QuotedPrintable;
-    return Coding::None;
+WireCoding codingOf(const StringBuffer& name) {
+    if (name.equalsIgnoreCase2("base64", 6)) return WireCoding::Base64;
+    if (name.equalsIgnoreCase2("quoted-printable", 16)) return WireCoding::QuotedPrintable;
+    return WireCoding::None;
 }
 
 // The bytes to send: the stored ones, or a copy in another code page.
@@ -52,12 +52,12 @@ public:
         if (m_converted.failed()) out.markFailed();
     }
 
-    void encode(Coding coding, StringBuffer& out) const {
+    void encode(WireCoding coding, StringBuffer& out) const {
         const ContentCoding coder;
         if (m_converted.failed()) out.markFailed();
-        if (coding == Coding::Base64)
+        if (coding == WireCoding::Base64)
             coder.encodeBase64(m_bytes->getData2(), m_bytes->getSize(), out);
-        else if (coding == Coding::QuotedPrintable)
+        else if (coding == WireCoding::QuotedPrintable)
             coder.encodeQuotedPrintable(m_bytes->getData2(), m_bytes->getSize(), out);
         else out.append(*m_bytes);
     }
@@ -146,8 +146,8 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
         if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
         else wire.convertLabelled(m_charset, wireCp, log);
     }
-    const Coding coding = codingOf(m_contentTransferEncoding);
-    if (coding == Coding::None) {
+    const WireCoding coding = codingOf(m_contentTransferEncoding);
+    if (coding == WireCoding::None) {
         log.verboseInfo("Appending from 8bit, 7bit, or binary encoding...");
         if (isText && codePage != codepage::kUtf8)
             std::atomic_ref<int>(m_binaryCodePage).store(codePage, std::memory_order_relaxed);
@@ -172,13 +172,13 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
         if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
         else wire.convertLabelled(m_charset, wireCp, log);
     }
-    const Coding coding = codingOf(m_contentTransferEncoding);
-    if (coding == Coding::None) {
+    const WireCoding coding = codingOf(m_contentTransferEncoding);
+    if (coding == WireCoding::None) {
         log.verboseInfo("Appending body with no encoding..");
         wire.append(out);
         return;
     }
-    log.verboseInfo(coding == Coding::Base64 ? "Appending base64 encoded body.."
+    log.verboseInfo(coding == WireCoding::Base64 ? "Appending base64 encoded body.."
                                              : "Appending quoted-printable encoded body..");
     StringBuffer encoded;
     wire.encode(coding, encoded);
@@ -190,8 +190,8 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
 // text cannot hold it.
 void MimeMessage2::getMimeBodyEncoded2aUtf8(StringBuffer& out, LogBase&) const {
     if (!isAlive()) return;
-    Coding coding = codingOf(m_contentTransferEncoding);
-    if (coding == Coding::None && m_mimeBody.containsChar('\0')) coding = Coding::Base64;
+    WireCoding coding = codingOf(m_contentTransferEncoding);
+    if (coding == WireCoding::None && m_mimeBody.containsChar('\0')) coding = WireCoding::Base64;
     WireBytes(m_mimeBody).encode(coding, out);
 }
 
@@ -200,14 +200,14 @@ void MimeMessage2::getMimeBodyQP(StringBuffer& out, int codePage, LogBase& log) 
     if (!isAlive()) return;
     WireBytes wire(m_mimeBody);
     if (codePage != codepage::kUtf8) wire.convertTo(codePage, log);
-    wire.encode(Coding::QuotedPrintable, out);
+    wire.encode(WireCoding::QuotedPrintable, out);
 }
 
 void MimeMessage2::getMimeBodyBase64(StringBuffer& out, int codePage, LogBase& log) const {
     if (!isAlive()) return;
     WireBytes wire(m_mimeBody);
     if (codePage != codepage::kUtf8) wire.convertTo(codePage, log);
-    wire.encode(Coding::Base64, out);
+    wire.encode(WireCoding::Base64, out);
 }
 
 void MimeMessage2::getMimeBody8Bit(DataBuffer& out, int codePage, LogBase& log) const {

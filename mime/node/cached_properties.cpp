@@ -14,6 +14,7 @@
 #include "foundation/base/quoted_parts.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/header/plain_value.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
@@ -21,11 +22,6 @@
 using namespace mimetree::inner;
 
 namespace {
-
-const char* skip(const char* p, const char* end, const ByteSet& set) {
-    while (p != end && set.has(*p)) ++p;
-    return p;
-}
 
 constexpr ByteSet kBlanks(" \t");
 constexpr ByteSet kQuotedBytes = ByteSet().range('\0', '\xFF').without("\"\\");

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs a consumer in each way that a user can take, with the static and with the shared
 # library: of an installed and moved tree by find_package and by mimetree.pc, of a checkout by
-# add_subdirectory and FetchContent.  Called by .ci/run.
+# add_subdirectory and FetchContent, and of the single file.  Called by .ci/run.
 # usage: consume.sh SOURCE_DIR WORK_DIR
 set -euo pipefail
 source_dir=$(realpath "$1")
@@ -45,6 +45,22 @@ by_pkg_config() {
     LD_LIBRARY_PATH=$lib "$work/pkg-$shared"
 }
 
+# The single file, by its one command; it takes under half a minute.
+by_single_file() {
+    local out=$work/single-$shared seconds TIMEFORMAT=%U
+    local object=(-c -o mimetree.o) link=(mimetree.o)
+    [ $shared = OFF ] || object=(-shared -fPIC -o libmimetree.so) link=(-L. -lmimetree)
+    python3 "$source_dir/packaging/amalgamate.py" "$out"
+    cd "$out"
+    seconds=$({ time g++ -std=c++20 -O2 -Wall -Wextra -Wpedantic -Werror "${object[@]}" mimetree.cpp; } 2>&1) ||
+        { echo "$seconds"; return 1; }
+    echo "mimetree.cpp: $seconds s"
+    [ "${seconds%.*}" -lt 30 ]
+    g++ -std=c++17 -DSINGLE_FILE -I. "$consumer/consumer.cpp" "${link[@]}" -o consumer
+    LD_LIBRARY_PATH=. ./consumer
+    cd - >/dev/null
+}
+
 for shared in OFF ON; do
     prefix=$work/prefix-$shared
     install_and_move
@@ -59,4 +75,5 @@ for shared in OFF ON; do
     by_pkg_config
     by_cmake add_subdirectory -DMIMETREE_SOURCE_DIR="$source_dir"
     by_cmake FetchContent -DMIMETREE_SOURCE_DIR="$source_dir"
+    by_single_file
 done

@@ -2,10 +2,15 @@
 // Uses the installed headers and library the way a user does, C++17 included.
 
 #include <cstring>
+
+#ifdef SINGLE_FILE
+#include "mimetree.h"
+#else
 #include <mimetree/version.h>
 
 #include "foundation/LogNull.h"
 #include "mime/MimeMessage2.h"
+#endif
 
 static_assert(MIMETREE_VERSION_NUMBER >= MIMETREE_VERSION_OF(0, 1, 0));
 
