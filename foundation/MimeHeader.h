@@ -128,6 +128,8 @@ private:
         int contentId = -1;
         int disposition = -1;
         int transferEncoding = -1;
+
+        void note(const char* name, unsigned int nameSize, int index);
     };
 
     // A field is m_text[start, start + size): name, blanks, colon and value, with CRLF at
@@ -137,7 +139,6 @@ private:
         unsigned int size;
         unsigned short nameSize;  // 0: a line that is no field
         unsigned short codePage;  // what the value is in; 0: in UTF-8 as it stands
-        unsigned char key;        // hash of the name, to skip most comparisons
         bool isRaw;               // written as it stands
     };
 
@@ -168,12 +169,12 @@ private:
     };
 
     bool loadScanned(const char* headerText, const mimetree::inner::HeaderScan& scan, int codePage,
-                     const StringBuffer& charsetClue, LogBase& log);
+                     const StringBuffer& charsetClue, MimeFields& mime, LogBase& log);
     bool splitFields();
     bool findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log);
     int declaredCodePage(LogBase& log) const;
     Field fieldOfLine(unsigned int start, unsigned int size) const;
-    Field fieldWithName(unsigned int start, unsigned int size, unsigned int nameSize) const;
+    static Field fieldWithName(unsigned int start, unsigned int size, unsigned int nameSize);
     bool hasName(const Field& field, const char* name, unsigned int nameSize) const;
     int indexOf(const char* name, unsigned int nameSize) const;
     MimeFields findMimeFields() const;

@@ -402,7 +402,8 @@ private:
     bool decodedField(const char* name, StringBuffer& out, LogBase& log) const;
     bool decodedField(int index, StringBuffer& out, LogBase& log) const;
     void captureMainValue(int index, StringBuffer& out, LogBase& log) const;
-    void cacheContentTypeOf(int index, LogBase& log);
+    mimetree::inner::TypeTraits cacheFields(const MimeHeader::MimeFields& fields, LogBase& log);
+    mimetree::inner::TypeTraits cacheContentTypeOf(int index, LogBase& log);
     void cacheDispositionOf(int index, LogBase& log);
     void cacheDispositionParams(StringBuffer& field, LogBase& log);
     void recacheField(const StringBuffer& name, LogBase& log);

@@ -57,6 +57,15 @@ public:
         return true;
     }
 
+    // Room for `n` values behind the last, null when memory is exhausted; use() makes values of
+    // those that were written there.
+    T* spare(unsigned n) {
+        const unsigned half = m_capacity / 2;
+        const bool hasRoom = m_capacity - m_size >= n || reserve(m_size + (n < half ? half : n));
+        return hasRoom ? data() + m_size : nullptr;
+    }
+    void use(unsigned n) { m_size += n; }
+
     // Becomes `n` times `value`; false when memory is exhausted.
     bool fill(unsigned n, const T& value) {
         if (!reserve(n)) return false;

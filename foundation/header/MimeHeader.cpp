@@ -44,21 +44,17 @@ const char* findByte(const char* p, const char* end, char c) {
                     : static_cast<const char*>(std::memchr(p, c, static_cast<size_t>(end - p)));
 }
 
-// A cheap key: fields of one name have one key, most others another.
-unsigned char keyOf(const char* name, unsigned size) {
-    if (size == 0) return 0;
-    const auto at = [&](unsigned i) {
-        return static_cast<unsigned>(static_cast<unsigned char>(name[i])) | 0x20u;
-    };
-    return static_cast<unsigned char>(size * 31 + at(0) * 7 + at(size / 2) * 3 + at(size - 1));
-}
-
 // RFC 5322 4.5: blanks between the name and its colon are obsolete but read.  Gives 0 where the
 // `n` bytes at the start of a line are no name.
 unsigned sizeOfName(const char* line, unsigned size, unsigned n) {
     unsigned colon = n;
     while (colon < size && bytes::isBlank(line[colon])) ++colon;
     return n <= kMaxNameSize && colon < size && line[colon] == ':' ? n : 0;
+}
+
+// What tells most names from those that MimeFields has places for.
+bool mayBeMimeField(const char* name, unsigned size) {
+    return size >= sizeof "Content-Id" - 1 && bytes::lower(*name) == 'c';
 }
 
 bool isBreak(char c) { return c == '\r' || c == '\n'; }
@@ -178,14 +174,17 @@ bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, 
 }
 
 bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, int codePage,
-                             const StringBuffer& charsetClue, LogBase& log) {
+                             const StringBuffer& charsetClue, MimeFields& mime, LogBase& log) {
     clear(0);
     const unsigned count = scan.fields.size();
     bool isLoaded = m_text.appendN(headerText, scan.size) && m_fields.reserve(count);
+    const FieldPlace* const places = scan.fields.data();
     for (unsigned i = 0; isLoaded && i < count; ++i) {
-        const auto [start, nameEnd] = scan.fields[i];
-        const unsigned end = i + 1 < count ? scan.fields[i + 1].start - 2 : scan.size;
-        const unsigned n = sizeOfName(headerText + start, end - start, nameEnd - start);
+        const auto [start, nameEnd] = places[i];
+        const unsigned end = i + 1 < count ? places[i + 1].start - 2 : scan.size;
+        const char* const line = headerText + start;
+        const unsigned n = sizeOfName(line, end - start, nameEnd - start);
+        if (mayBeMimeField(line, n)) mime.note(line, n, static_cast<int>(i));
         m_fields.push(fieldWithName(start, end - start, n));
     }
     if (scan.hasHighBytes) isLoaded = isLoaded && findCodePages(codePage, charsetClue, log);
@@ -227,13 +226,8 @@ MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size)
 }
 
 MimeHeader::Field MimeHeader::fieldWithName(unsigned int start, unsigned int size,
-                                            unsigned int nameSize) const {
-    return Field{start,
-                 size,
-                 static_cast<unsigned short>(nameSize),
-                 0,
-                 keyOf(m_text.getString() + start, nameSize),
-                 true};
+                                            unsigned int nameSize) {
+    return Field{start, size, static_cast<unsigned short>(nameSize), 0, true};
 }
 
 // Each field is judged by itself: mail that passed several hands mixes charsets.  It stays as
@@ -455,7 +449,7 @@ void MimeHeader::compact() {
 // -- Reading
 
 bool MimeHeader::hasName(const Field& field, const char* name, unsigned int nameSize) const {
-    return field.nameSize == nameSize && nameSize > 0 && field.key == keyOf(name, nameSize) &&
+    return field.nameSize == nameSize && nameSize > 0 &&
            bytes::equalIgnoreCase(m_text.getString() + field.start, name, nameSize);
 }
 
@@ -465,8 +459,7 @@ int MimeHeader::indexOf(const char* name, unsigned int nameSize) const {
     return -1;
 }
 
-// All four in one pass.
-MimeHeader::MimeFields MimeHeader::findMimeFields() const {
+void MimeHeader::MimeFields::note(const char* name, unsigned int nameSize, int index) {
     struct Row {
         std::string_view name;
         int MimeFields::*place;
@@ -475,14 +468,19 @@ MimeHeader::MimeFields MimeHeader::findMimeFields() const {
                                     {"content-id", &MimeFields::contentId},
                                     {"content-disposition", &MimeFields::disposition},
                                     {"content-transfer-encoding", &MimeFields::transferEncoding}};
+    for (const Row& row : kRows)
+        if (row.name.size() == nameSize && this->*row.place < 0 &&
+            bytes::equalIgnoreCase(name, row.name.data(), nameSize))
+            this->*row.place = index;
+}
+
+// All four in one pass.
+MimeHeader::MimeFields MimeHeader::findMimeFields() const {
     MimeFields found;
-    for (unsigned i = m_fields.size(); i-- > 0;) {
+    for (unsigned i = 0; i < m_fields.size(); ++i) {
         const char* const name = m_text.getString() + m_fields[i].start;
-        if (m_fields[i].nameSize < kRows[1].name.size() || bytes::lower(*name) != 'c') continue;
-        for (const Row& row : kRows)
-            if (m_fields[i].nameSize == row.name.size() &&
-                bytes::equalIgnoreCase(name, row.name.data(), row.name.size()))
-                found.*row.place = static_cast<int>(i);
+        const unsigned nameSize = m_fields[i].nameSize;
+        if (mayBeMimeField(name, nameSize)) found.note(name, nameSize, static_cast<int>(i));
     }
     return found;
 }
@@ -491,7 +489,11 @@ MimeHeader::MimeFields MimeHeader::findMimeFields() const {
 void MimeHeader::findValue(const Field& field, const char*& begin, const char*& end) const {
     begin = m_text.getString() + field.start;
     end = begin + field.size;
-    if (field.nameSize) begin = findByte(begin + field.nameSize, end, ':') + 1;
+    if (field.nameSize) {
+        begin += field.nameSize;
+        while (*begin++ != ':') {  // blanks
+        }
+    }
     while (begin != end && bytes::isSpace(*begin)) ++begin;
     while (end != begin && bytes::isSpace(end[-1])) --end;
 }

@@ -18,6 +18,7 @@
 #include "foundation/header/plain_value.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
+#include "mime/node/type_traits.h"
 
 using namespace mimetree::inner;
 
@@ -87,31 +88,37 @@ void MimeMessage2::recacheField(const StringBuffer& name, LogBase& log) {
     else if (name.equalsIgnoreCase("content-transfer-encoding")) cacheEncoding(log);
 }
 
-// The order matters: cacheDisposition lower-cases the type that cacheContentType stored.
 void MimeMessage2::cacheAll(LogBase& log) {
-    if (!isAlive()) return;
-    const MimeHeader::MimeFields fields = m_mimeHeader.findMimeFields();
+    if (isAlive()) cacheFields(m_mimeHeader.findMimeFields(), log);
+}
+
+// The order matters: cacheDisposition lower-cases the type that cacheContentType stored.
+TypeTraits MimeMessage2::cacheFields(const MimeHeader::MimeFields& fields, LogBase& log) {
     LogNull silent;
-    cacheContentTypeOf(fields.contentType, log);
+    const TypeTraits traits = cacheContentTypeOf(fields.contentType, log);
     captureMainValue(fields.contentId, m_contentId, silent);
     cacheDispositionOf(fields.disposition, log);
     captureMainValue(fields.transferEncoding, m_contentTransferEncoding, log);
+    return traits;
 }
 
 void MimeMessage2::cacheContentType(LogBase& log) {
     if (isAlive()) cacheContentTypeOf(m_mimeHeader.findMimeFields().contentType, log);
 }
 
-void MimeMessage2::cacheContentTypeOf(int index, LogBase& log) {
+TypeTraits MimeMessage2::cacheContentTypeOf(int index, LogBase& log) {
     PlainValue plain;
     if (index >= 0 && m_mimeHeader.getPlainValue(index, plain)) {
         m_contentType.loadFromMimeHeaderValue(plain.begin(), plain.size(), m_charset, log);
-        return;
+        return traitsOf(plain.begin(), plain.size());
     }
     LogNull silent;
     StringBuffer value;
-    decodedField(index, value, silent);
+    m_mimeHeader.getFieldValueUtf8(index, value, silent);
+    const TypeTraits traits = traitsOf(value.getString(), value.getSize());
+    value.qbDecode(silent);
     m_contentType.loadFromMimeHeaderValue(value.getString(), m_charset, log);
+    return traits;
 }
 
 void MimeMessage2::cacheContentId(LogBase&) {

@@ -6,7 +6,7 @@
 namespace mimetree::inner {
 
 struct TypeTraits {
-    bool isEmpty = false;
+    bool isEmpty = true;
     bool isBinary = false;  // no text in any charset
     bool isText = false;
     bool isHtml = false;

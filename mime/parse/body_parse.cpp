@@ -12,7 +12,6 @@
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
-#include "mime/node/type_traits.h"
 #include "mime/parse/loader.h"
 
 namespace mimetree::inner {
@@ -129,7 +128,7 @@ void Loader::parseLeaf(MimeMessage2& node, const char* encoding, const char* bod
     logContentType(node);
     m_log.verboseData("charset", node.m_charset.getName());
     noteCharsetClue(node.m_charset);
-    const TypeTraits type = node.typeTraits(m_log);
+    const TypeTraits type = m_type;
     if (type.isBinary) {
         m_log.verboseInfo("clearing charset based on content-type.");
         m_log.verboseInfo("treating body as binary (non-character) data.");

@@ -130,6 +130,7 @@ bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
 bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
     if (!body) size = 0;
     SourceText source(body, body + size);
+    m_type = node.typeTraits(m_log);
     return finishLevels(openBody(node, source, nullptr, encoding, body, size));
 }
 
@@ -250,9 +251,11 @@ Loader::Progress Loader::loadScanned(MimeMessage2& node, SourceText& source, con
     m_log.verboseInfo("Found end-of-header.");
     const char* const body = data + m_scan.size + 4;
     const unsigned bodySize = size - m_scan.size - 4;
-    if (!node.m_mimeHeader.loadScanned(data, m_scan, headerCodePage(), m_charsetClue, m_log))
+    MimeHeader::MimeFields fields;
+    if (!node.m_mimeHeader.loadScanned(data, m_scan, headerCodePage(), m_charsetClue, fields,
+                                       m_log))
         return Progress::Failed;
-    node.cacheAll(m_log);
+    m_type = node.cacheFields(fields, m_log);
     if (bodySize == 0) return Progress::Done;
     return tellFailure(openBody(node, source, nullptr, node.m_contentTransferEncoding.getString(),
                                 body, bodySize));
@@ -271,6 +274,7 @@ Loader::Progress Loader::loadTolerantly(MimeMessage2& node, SourceText& source, 
     const char* const end = text + search.size();
     const char* const headerEnd = search.endOfHeader();
     // Kept on purpose: behind an empty header the properties stay as clear() left them.
+    m_type = TypeTraits();
     if (headerEnd != text && !loadHeader(node, text, static_cast<unsigned>(headerEnd - text)))
         return Progress::Failed;
     const char* const body = behindLineBreak(behindLineBreak(headerEnd, end), end);
@@ -299,7 +303,7 @@ Loader::Progress Loader::tellFailure(Progress progress) {
 bool Loader::loadHeader(MimeMessage2& node, const char* text, unsigned size) {
     if (!node.m_mimeHeader.loadMimeHeaderBytes(text, size, headerCodePage(), m_charsetClue, m_log))
         return false;
-    node.cacheAll(m_log);
+    m_type = node.cacheFields(node.m_mimeHeader.findMimeFields(), m_log);
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include "foundation/charset/code_pages.h"
 #include "foundation/header/header_scan.h"
 #include "mime/MimeMessage2.h"
+#include "mime/node/type_traits.h"
 #include "mime/parse/header_end.h"
 #include "mime/parse/multipart.h"
 
@@ -69,6 +70,7 @@ private:
     LogBase& m_log;
     const MemoryWatch m_memory;
     HeaderScan m_scan;         // of the node that is loaded
+    TypeTraits m_type;         // and what its Content-Type says
     Level* m_level = nullptr;  // the innermost open one
     bool m_result = true;      // of the level closed last
 };
