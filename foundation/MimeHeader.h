@@ -10,6 +10,8 @@
 //
 // Getters append to `out`, and leave it alone when they answer false.
 
+#include <cstdlib>
+
 #include "foundation/StringBuffer.h"
 #include "foundation/export.h"
 
@@ -142,34 +144,50 @@ private:
         bool isRaw;               // written as it stands
     };
 
-    // An array that never throws: false when memory is exhausted, the fields then unchanged.
-    class Fields {
+    // An array that never throws: false when memory is exhausted, the content then unchanged.
+    // What was lent to it is somebody else's to free, and is copied when it grows.
+    template <class T>
+    class Store {
     public:
-        Fields() = default;
-        Fields(const Fields&) = delete;
-        Fields& operator=(const Fields&) = delete;
-        ~Fields() { clear(); }
+        Store() = default;
+        Store(const Store&) = delete;
+        Store& operator=(const Store&) = delete;
+        ~Store() { clear(); }
 
         unsigned size() const { return m_size; }
-        Field* begin() { return m_block; }
-        Field* end() { return m_block + m_size; }
-        const Field* begin() const { return m_block; }
-        const Field* end() const { return m_block + m_size; }
-        Field& operator[](unsigned i) { return m_block[i]; }
-        const Field& operator[](unsigned i) const { return m_block[i]; }
-        bool push(const Field& field);
+        T* data() { return m_block; }
+        const T* data() const { return m_block; }
+        T* begin() { return m_block; }
+        T* end() { return m_block + m_size; }
+        const T* begin() const { return m_block; }
+        const T* end() const { return m_block + m_size; }
+        T& operator[](unsigned i) { return m_block[i]; }
+        const T& operator[](unsigned i) const { return m_block[i]; }
+        bool append(const T* from, unsigned n);
+        bool push(const T& value);
         bool reserve(unsigned n);
+        bool own() { return m_capacity >= m_size || reserve(m_size); }
+        void lend(T* block, unsigned n);
+        void adopt(T* block, unsigned n);  // which malloc gave
+        void swap(Store& other) noexcept;
         void truncate(unsigned n) { m_size = n; }
-        void clear();
+        void clear() {
+            if (m_capacity) std::free(m_block);
+            m_block = nullptr;
+            m_size = m_capacity = 0;
+        }
 
     private:
-        Field* m_block = nullptr;
+        T* m_block = nullptr;
         unsigned m_size = 0;
-        unsigned m_capacity = 0;
+        unsigned m_capacity = 0;  // 0: of lent storage
     };
 
-    bool loadScanned(const char* headerText, const mimetree::inner::HeaderScan& scan, int codePage,
-                     const StringBuffer& charsetClue, MimeFields& mime, LogBase& log);
+    // The bytes that the text and the list of its fields take; loadScanned puts them into `room`
+    // if that is not null, which then belongs to whoever has the header.
+    static size_t roomFor(const mimetree::inner::HeaderScan& scan);
+    bool loadScanned(const char* headerText, const mimetree::inner::HeaderScan& scan, void* room,
+                     int codePage, const StringBuffer& charsetClue, MimeFields& mime, LogBase& log);
     bool splitFields();
     bool findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log);
     int declaredCodePage(LogBase& log) const;
@@ -187,8 +205,8 @@ private:
     void dropWaste();
     void compact();
 
-    StringBuffer m_text;
-    Fields m_fields;
+    Store<char> m_text;
+    Store<Field> m_fields;     // lent from the same block, until one of the two grows
     unsigned int m_waste = 0;  // bytes of m_text that no field refers to
     int m_detectedCP = 0;
     bool m_asRead = true;         // m_text is what is to be written

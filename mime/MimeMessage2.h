@@ -22,6 +22,7 @@
 // relaxed atomics) and never decides anything by reading them.
 
 #include <cstdint>
+#include <new>
 
 #include "foundation/DataBuffer.h"
 #include "foundation/ExtPtrArray.h"
@@ -54,6 +55,9 @@ public:
 
     // A new node, which the caller owns; null when memory is exhausted.
     static MimeMessage2* createNewObject();
+
+    // The block of a part is bigger than the node: it is freed without telling its size.
+    static void operator delete(void* block) { ::operator delete(block); }
 
     // -- The node and its parts --------------------------------------------- node.cpp
 

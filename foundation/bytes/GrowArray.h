@@ -60,8 +60,8 @@ public:
     // Room for `n` values behind the last, null when memory is exhausted; use() makes values of
     // those that were written there.
     T* spare(unsigned n) {
-        const unsigned half = m_capacity / 2;
-        const bool hasRoom = m_capacity - m_size >= n || reserve(m_size + (n < half ? half : n));
+        const unsigned more = m_capacity < n ? n : m_capacity;
+        const bool hasRoom = m_capacity - m_size >= n || reserve(m_capacity + more);
         return hasRoom ? data() + m_size : nullptr;
     }
     void use(unsigned n) { m_size += n; }

@@ -8,10 +8,14 @@
 
 #include "foundation/MimeHeader.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 #include <string_view>
+#include <utility>
 
 #include "foundation/LogBase.h"
 #include "foundation/_zqCharset.h"
@@ -112,29 +116,63 @@ void appendUnfolded(const char* p, const char* end, StringBuffer& out) {
 
 }  // namespace
 
-// -- The array of fields
+// -- Text and fields
 
-bool MimeHeader::Fields::push(const Field& field) {
-    if (m_size == m_capacity && !reserve(m_capacity < 8 ? 8 : m_capacity * 2)) return false;
-    m_block[m_size++] = field;
-    return true;
+template <class T>
+void MimeHeader::Store<T>::lend(T* block, unsigned n) {
+    clear();
+    m_block = block;
+    m_size = n;
 }
 
-bool MimeHeader::Fields::reserve(unsigned n) {
+template <class T>
+void MimeHeader::Store<T>::adopt(T* block, unsigned n) {
+    lend(block, n);
+    m_capacity = n;
+}
+
+template <class T>
+void MimeHeader::Store<T>::swap(Store& other) noexcept {
+    std::swap(m_block, other.m_block);
+    std::swap(m_size, other.m_size);
+    std::swap(m_capacity, other.m_capacity);
+}
+
+template <class T>
+bool MimeHeader::Store<T>::reserve(unsigned n) {
     if (n <= m_capacity) return true;
-    const bool isTooMuch = n > 0xFFFFFFFFu / sizeof(Field);
+    void* const old = m_capacity ? m_block : nullptr;
+    const bool isTooMuch = n > 0xFFFFFFFFu / sizeof(T);
     void* const block =
-        notingRefusal(isTooMuch ? nullptr : std::realloc(m_block, size_t(n) * sizeof(Field)));
+        notingRefusal(isTooMuch ? nullptr : std::realloc(old, size_t(n) * sizeof(T)));
     if (!block) return false;
-    m_block = static_cast<Field*>(block);
+    if (!old && m_size) std::memcpy(block, m_block, size_t(m_size) * sizeof(T));
+    m_block = static_cast<T*>(block);
     m_capacity = n;
     return true;
 }
 
-void MimeHeader::Fields::clear() {
-    std::free(m_block);
-    m_block = nullptr;
-    m_size = m_capacity = 0;
+// Exact the first time, since most headers are made once; by half again later.
+template <class T>
+bool MimeHeader::Store<T>::append(const T* from, unsigned n) {
+    if (n == 0) return true;
+    const unsigned spare = 0xFFFFFFFFu - m_size;
+    if (n > spare) {
+        MemoryWatch::noteRefusal();
+        return false;
+    }
+    const unsigned more = std::max(n, std::min(m_capacity / 2, spare));
+    if (m_size + n > m_capacity && !reserve(m_size + more)) return false;
+    std::memcpy(m_block + m_size, from, size_t(n) * sizeof(T));
+    m_size += n;
+    return true;
+}
+
+template <class T>
+bool MimeHeader::Store<T>::push(const T& value) {
+    if (m_size >= m_capacity && !reserve(m_size < 8 ? 8 : m_size * 2)) return false;
+    m_block[m_size++] = value;
+    return true;
 }
 
 // -- Loading
@@ -165,37 +203,57 @@ bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, 
         headerText += kOrderMarkSize;
         size -= kOrderMarkSize;
     }
-    const bool copied = isTidy(headerText, size) ? m_text.appendN(headerText, size)
-                                                 : appendTidied(headerText, size, m_text);
-    if (copied && splitFields() && (m_text.is7bit(0) || findCodePages(codePage, charsetClue, log)))
+    StringBuffer tidied;
+    if (!isTidy(headerText, size)) {
+        headerText = appendTidied(headerText, size, tidied) ? tidied.getString() : nullptr;
+        size = tidied.getSize();
+    }
+    const bool isCopied = headerText || size == 0 ? m_text.append(headerText, size) : false;
+    if (isCopied && splitFields() &&
+        (bytes::isAscii(m_text.data(), m_text.size()) || findCodePages(codePage, charsetClue, log)))
         return true;
     clear(0);
     return false;
 }
 
-bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, int codePage,
-                             const StringBuffer& charsetClue, MimeFields& mime, LogBase& log) {
+// The fields stand behind the text.
+static size_t placeOfFields(unsigned textSize) { return (size_t{textSize} + 7) & ~size_t{7}; }
+
+size_t MimeHeader::roomFor(const HeaderScan& scan) {
+    return placeOfFields(scan.size) + scan.fields.size() * sizeof(Field);
+}
+
+bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, void* room,
+                             int codePage, const StringBuffer& charsetClue, MimeFields& mime,
+                             LogBase& log) {
     clear(0);
     const unsigned count = scan.fields.size();
-    bool isLoaded = m_text.appendN(headerText, scan.size) && m_fields.reserve(count);
+    char* const text =
+        static_cast<char*>(room ? room : notingRefusal(std::malloc(roomFor(scan))));
+    if (!text) return false;
+    if (room) m_text.lend(text, scan.size);
+    else m_text.adopt(text, scan.size);
+    std::memcpy(text, headerText, scan.size);
+    Field* const fields = reinterpret_cast<Field*>(text + placeOfFields(scan.size));
     const FieldPlace* const places = scan.fields.data();
-    for (unsigned i = 0; isLoaded && i < count; ++i) {
+    for (unsigned i = 0; i < count; ++i) {
         const auto [start, nameEnd] = places[i];
         const unsigned end = i + 1 < count ? places[i + 1].start - 2 : scan.size;
-        const char* const line = headerText + start;
+        const char* const line = text + start;
         const unsigned n = sizeOfName(line, end - start, nameEnd - start);
         if (mayBeMimeField(line, n)) mime.note(line, n, static_cast<int>(i));
-        m_fields.push(fieldWithName(start, end - start, n));
+        new (fields + i) Field(fieldWithName(start, end - start, n));
     }
-    if (scan.hasHighBytes) isLoaded = isLoaded && findCodePages(codePage, charsetClue, log);
-    if (!isLoaded) clear(0);
-    return isLoaded;
+    m_fields.lend(fields, count);
+    if (!scan.hasHighBytes || findCodePages(codePage, charsetClue, log)) return true;
+    clear(0);
+    return false;
 }
 
 // Lines that begin with a blank belong to the field before them.
 bool MimeHeader::splitFields() {
-    const char* const text = m_text.getString();
-    const char* const end = text + m_text.getSize();
+    const char* const text = m_text.data();
+    const char* const end = text + m_text.size();
     unsigned lines = 0;
     for (const char* p = text; (p = findByte(p, end, '\n')) != nullptr; ++p)
         lines += p + 1 != end && !bytes::isBlank(p[1]);
@@ -222,7 +280,7 @@ unsigned mimetree::inner::fieldNameSize(const char* line, unsigned size) {
 }
 
 MimeHeader::Field MimeHeader::fieldOfLine(unsigned int start, unsigned int size) const {
-    return fieldWithName(start, size, fieldNameSize(m_text.getString() + start, size));
+    return fieldWithName(start, size, fieldNameSize(m_text.data() + start, size));
 }
 
 MimeHeader::Field MimeHeader::fieldWithName(unsigned int start, unsigned int size,
@@ -236,7 +294,7 @@ bool MimeHeader::findCodePages(int codePage, const StringBuffer& charsetClue, Lo
     const int clue = _zqCharset::codePageOf(charsetClue.getString(), charsetClue.getSize());
     const int candidates[] = {codePage ? 0 : declaredCodePage(log), codePage ? 0 : clue};
     for (Field& field : m_fields) {
-        const char* line = m_text.getString() + field.start;
+        const char* line = m_text.data() + field.start;
         if (bytes::isAscii(line, field.size)) continue;
         HighBytes reading{codepage::kUtf8, Trust::AsItStands};
         if (!_zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(line), field.size, 0) &&
@@ -264,11 +322,11 @@ int MimeHeader::declaredCodePage(LogBase& log) const {
 bool MimeHeader::copyMimeHeaderFrom(const MimeHeader& other, LogBase&) {
     if (this == &other) return true;
     clear(0);
-    if (!m_text.append(other.m_text) || !m_fields.reserve(other.m_fields.size())) {
+    if (!m_text.append(other.m_text.data(), other.m_text.size()) ||
+        !m_fields.append(other.m_fields.data(), other.m_fields.size())) {
         clear(0);
         return false;
     }
-    for (const Field& field : other.m_fields) m_fields.push(field);
     m_waste = other.m_waste;
     m_detectedCP = other.m_detectedCP;
     m_asRead = other.m_asRead;
@@ -289,14 +347,14 @@ bool MimeHeader::getMimeHeader(StringBuffer& out, const char*, int codePage, boo
 void MimeHeader::appendHeader(int codePage, StringBuffer& out) const {
     if (m_hasOrderMark) out.appendN(kOrderMark, kOrderMarkSize);
     if (m_asRead) {
-        out.append(m_text);
+        out.appendN(m_text.data(), m_text.size());
         return;
     }
     bool isFirst = true;
     for (const Field& field : m_fields) {
         if (!isFirst) out.appendN("\r\n", 2);
         isFirst = false;
-        const char* line = m_text.getString() + field.start;
+        const char* line = m_text.data() + field.start;
         if (field.isRaw || field.nameSize == 0) {
             out.appendN(line, field.size);
             continue;
@@ -316,12 +374,13 @@ bool MimeHeader::makeField(const StringBuffer& name, const char* value, Field& f
     appendUnfolded(value, value + sizeOf(value), clean);
     clean.trim2();
     text.append(clean);
+    const unsigned start = m_text.size();
+    if (text.failed() || clean.failed() || !m_fields.own()) return false;
     // A node that changes a field or two pays for their text only; long lists grow by half.
     constexpr unsigned kShortList = 64;
-    const unsigned start = m_text.getSize();
     if (m_fields.size() < kShortList && text.getSize() < kMaxNameSize)
         m_text.reserve(start + text.getSize());
-    if (text.failed() || clean.failed() || !m_text.append(text)) return false;
+    if (!m_text.append(text.getString(), text.getSize())) return false;
     field = fieldOfLine(start, text.getSize());
     field.isRaw = false;
     m_asRead = false;
@@ -332,7 +391,7 @@ bool MimeHeader::appendField(const StringBuffer& name, const char* value) {
     Field field;
     if (!makeField(name, value, field)) return false;
     if (m_fields.push(field)) return true;
-    m_text.shorten(field.size);
+    m_text.truncate(m_text.size() - field.size);
     return false;
 }
 
@@ -361,10 +420,11 @@ bool MimeHeader::replaceMimeFieldUtf8(const char* name, const char* value, LogBa
     }
     const int index = indexOf(clean.getString(), clean.getSize());
     if (index < 0) return appendField(clean, value);
+    Field made;
+    if (!makeField(clean, value, made)) return false;
     Field& field = m_fields[static_cast<unsigned>(index)];
-    const unsigned oldSize = field.size;
-    if (!makeField(clean, value, field)) return false;
-    m_waste += oldSize;
+    m_waste += field.size;
+    field = made;
     dropWaste();
     return true;
 }
@@ -430,16 +490,16 @@ void MimeHeader::removeHeaderFieldsAfterSig(LogBase&) {
 // Fields that are set again and again would pile their old texts up.
 void MimeHeader::dropWaste() {
     constexpr unsigned kTolerated = 4096;
-    if (m_waste > kTolerated && m_waste > m_text.getSize() / 2) compact();
+    if (m_waste > kTolerated && m_waste > m_text.size() / 2) compact();
 }
 
 // Without memory for the compact text the present one stays, which does as well.
 void MimeHeader::compact() {
-    StringBuffer kept;
-    if (!kept.reserve(m_text.getSize() - m_waste)) return;
+    Store<char> kept;
+    if (!m_fields.own() || !kept.reserve(m_text.size() - m_waste)) return;
     for (Field& field : m_fields) {
-        const unsigned start = kept.getSize();
-        kept.appendN(m_text.getString() + field.start, field.size);
+        const unsigned start = kept.size();
+        kept.append(m_text.data() + field.start, field.size);
         field.start = start;
     }
     m_text.swap(kept);
@@ -450,7 +510,7 @@ void MimeHeader::compact() {
 
 bool MimeHeader::hasName(const Field& field, const char* name, unsigned int nameSize) const {
     return field.nameSize == nameSize && nameSize > 0 &&
-           bytes::equalIgnoreCase(m_text.getString() + field.start, name, nameSize);
+           bytes::equalIgnoreCase(m_text.data() + field.start, name, nameSize);
 }
 
 int MimeHeader::indexOf(const char* name, unsigned int nameSize) const {
@@ -478,7 +538,7 @@ void MimeHeader::MimeFields::note(const char* name, unsigned int nameSize, int i
 MimeHeader::MimeFields MimeHeader::findMimeFields() const {
     MimeFields found;
     for (unsigned i = 0; i < m_fields.size(); ++i) {
-        const char* const name = m_text.getString() + m_fields[i].start;
+        const char* const name = m_text.data() + m_fields[i].start;
         const unsigned nameSize = m_fields[i].nameSize;
         if (mayBeMimeField(name, nameSize)) found.note(name, nameSize, static_cast<int>(i));
     }
@@ -487,7 +547,7 @@ MimeHeader::MimeFields MimeHeader::findMimeFields() const {
 
 // Without the blanks at both ends; a line that is no field is value whole.
 void MimeHeader::findValue(const Field& field, const char*& begin, const char*& end) const {
-    begin = m_text.getString() + field.start;
+    begin = m_text.data() + field.start;
     end = begin + field.size;
     if (field.nameSize) {
         begin += field.nameSize;
@@ -545,7 +605,7 @@ bool MimeHeader::getSubFieldUtf8(const char* fieldName, const char* param, Strin
 bool MimeHeader::getFieldNameUtf8(int index, StringBuffer& out, LogBase&) const {
     if (index < 0 || index >= getNumFields()) return false;
     const Field& field = m_fields[static_cast<unsigned>(index)];
-    return out.appendN(m_text.getString() + field.start, field.nameSize);
+    return out.appendN(m_text.data() + field.start, field.nameSize);
 }
 
 bool MimeHeader::getFieldValueUtf8(int index, StringBuffer& out, LogBase&) const {
@@ -559,5 +619,5 @@ bool MimeHeader::getFieldValueUtf8(int index, StringBuffer& out, LogBase&) const
 bool MimeHeader::getFieldText(int index, StringBuffer& out) const {
     if (index < 0 || index >= getNumFields()) return false;
     const Field& field = m_fields[static_cast<unsigned>(index)];
-    return out.appendN(m_text.getString() + field.start, field.size);
+    return out.appendN(m_text.data() + field.start, field.size);
 }

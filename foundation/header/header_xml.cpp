@@ -290,7 +290,7 @@ bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) c
 void MimeHeader::writeAnew() {
     constexpr unsigned kLineSize = 78;
     for (Field& field : m_fields) {
-        const char* const line = m_text.getString() + field.start;
+        const char* const line = m_text.data() + field.start;
         const bool mustChange = field.size > kLineSize || !bytes::isAscii(line, field.size);
         if (field.nameSize == 0 || !mustChange) continue;
         field.isRaw = false;

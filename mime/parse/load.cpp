@@ -124,7 +124,7 @@ bool Loader::load(MimeMessage2& root, const char* data, unsigned size) {
     if (!data) size = 0;
     root.clear();
     SourceText source(data, data + size);
-    return finishLevels(openNode(root, source, data, size));
+    return finishLevels(openNode(root, source, lookAt(source, data, size)));
 }
 
 bool Loader::parseBody(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
@@ -166,13 +166,14 @@ bool Loader::loadNextPart() {
 // RFC 1847 2.1: a signature covers the first part byte for byte, so its text is kept.
 bool Loader::addPart(const char* part, unsigned size) {
     Level& level = *m_level;
-    MimeMessage2* child = MimeMessage2::createNewObject();
+    Entity entity = lookAt(level.source, part, size);
+    MimeMessage2* const child = createNode(entity);
     if (!child || !level.node.m_subParts.appendPtr(child)) {
         VantrelObject::deleteObject(child);
         return false;
     }
     level.node.m_modified = true;
-    const bool hasParts = openNode(*child, level.source, part, size) == Progress::HasParts;
+    const bool hasParts = openNode(*child, level.source, entity) == Progress::HasParts;
     if (!level.signedPending) return true;
     level.signedPending = false;
     const SignedText kept = keepSigned(level, *child, part, size);
@@ -217,43 +218,50 @@ void Loader::closeLevel(bool ok) {
 
 // -- One entity
 
-Loader::Progress Loader::openNode(MimeMessage2& node, SourceText& source, const char* data,
-                                  unsigned size) {
+// Kept on purpose: in text, a double LF in the body makes the header, too, be repaired.
+Loader::Entity Loader::lookAt(SourceText& source, const char* data, unsigned size) {
+    const unsigned skip = mboxLineLength(data, size);
+    Entity entity{data + skip, size - skip};
+    const char* const end = data + size;
+    entity.isBehindMboxLine = skip != 0;
+    entity.isUsual = header_scan::run(entity.data, entity.size, m_scan) &&
+                     (m_lineEndings == LineEndings::AsTheyAre ||
+                      !source.find(Break::LfLf, entity.data, end));
+    return entity;
+}
+
+// A part has little but its header, which has room in the block of the node.
+MimeMessage2* Loader::createNode(Entity& entity) const {
+    const size_t room = entity.isUsual ? MimeHeader::roomFor(m_scan) : 0;
+    void* const block = notingRefusal(::operator new(sizeof(MimeMessage2) + room, std::nothrow));
+    if (!block) return nullptr;
+    if (room) entity.room = static_cast<char*>(block) + sizeof(MimeMessage2);
+    return ::new (block) MimeMessage2;
+}
+
+Loader::Progress Loader::openNode(MimeMessage2& node, SourceText& source, const Entity& entity) {
     m_log.enterContext("loadMimeComplete", m_log.m_verbose);
-    const Progress progress = loadNode(node, source, data, size);
+    const Progress progress = loadNode(node, source, entity);
     if (progress == Progress::HasParts) m_level->isWholeEntity = true;
     else m_log.leaveContext();
     return progress;
 }
 
-Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const char* data,
-                                  unsigned size) {
-    if (!data) return Progress::Failed;
-    if (const unsigned skip = mboxLineLength(data, size)) {
-        m_log.verboseInfo("Skipping MBOX leading From line...");
-        data += skip;
-        size -= skip;
-    }
-    return scanUsualHeader(source, data, size) ? loadScanned(node, source, data, size)
-                                               : loadTolerantly(node, source, data, size);
+Loader::Progress Loader::loadNode(MimeMessage2& node, SourceText& source, const Entity& entity) {
+    if (!entity.data) return Progress::Failed;
+    if (entity.isBehindMboxLine) m_log.verboseInfo("Skipping MBOX leading From line...");
+    return entity.isUsual ? loadScanned(node, source, entity)
+                          : loadTolerantly(node, source, entity.data, entity.size);
 }
 
-// Kept on purpose: in text, a double LF in the body makes the header, too, be repaired.
-bool Loader::scanUsualHeader(SourceText& source, const char* data, unsigned size) {
-    return header_scan::run(data, size, m_scan) &&
-           (m_lineEndings == LineEndings::AsTheyAre ||
-            !source.find(Break::LfLf, data, data + size));
-}
-
-Loader::Progress Loader::loadScanned(MimeMessage2& node, SourceText& source, const char* data,
-                                     unsigned size) {
+Loader::Progress Loader::loadScanned(MimeMessage2& node, SourceText& source, const Entity& entity) {
     { const OperationContext context(m_log, "findEndOfHeader2"); }
     m_log.verboseInfo("Found end-of-header.");
-    const char* const body = data + m_scan.size + 4;
-    const unsigned bodySize = size - m_scan.size - 4;
+    const char* const body = entity.data + m_scan.size + 4;
+    const unsigned bodySize = entity.size - m_scan.size - 4;
     MimeHeader::MimeFields fields;
-    if (!node.m_mimeHeader.loadScanned(data, m_scan, headerCodePage(), m_charsetClue, fields,
-                                       m_log))
+    if (!node.m_mimeHeader.loadScanned(entity.data, m_scan, entity.room, headerCodePage(),
+                                       m_charsetClue, fields, m_log))
         return Progress::Failed;
     m_type = node.cacheFields(fields, m_log);
     if (bodySize == 0) return Progress::Done;

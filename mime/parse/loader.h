@@ -30,16 +30,18 @@ public:
 
 private:
     enum class Progress { Failed, Done, HasParts };  // HasParts: a level was opened
+    struct Entity;
     struct RepairedText;
     struct SignedText;
     struct Level;
     using Repaired = std::unique_ptr<RepairedText>;
 
     bool finishLevels(Progress first);
-    Progress openNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
-    Progress loadNode(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
-    bool scanUsualHeader(SourceText& source, const char* data, unsigned size);
-    Progress loadScanned(MimeMessage2& node, SourceText& source, const char* data, unsigned size);
+    Entity lookAt(SourceText& source, const char* data, unsigned size);
+    MimeMessage2* createNode(Entity& entity) const;
+    Progress openNode(MimeMessage2& node, SourceText& source, const Entity& entity);
+    Progress loadNode(MimeMessage2& node, SourceText& source, const Entity& entity);
+    Progress loadScanned(MimeMessage2& node, SourceText& source, const Entity& entity);
     Progress loadTolerantly(MimeMessage2& node, SourceText& source, const char* data,
                             unsigned size);
     Progress loadWithoutBlankLine(MimeMessage2& node, const char* data, unsigned size);
@@ -69,10 +71,19 @@ private:
     StringBuffer& m_charsetClue;
     LogBase& m_log;
     const MemoryWatch m_memory;
-    HeaderScan m_scan;         // of the node that is loaded
-    TypeTraits m_type;         // and what its Content-Type says
+    HeaderScan m_scan;         // of the entity that was looked at last
+    TypeTraits m_type;         // what its Content-Type says
     Level* m_level = nullptr;  // the innermost open one
     bool m_result = true;      // of the level closed last
+};
+
+// A text that becomes a node, and what a first look at it showed.
+struct Loader::Entity {
+    const char* data;
+    unsigned size;
+    bool isBehindMboxLine = false;
+    bool isUsual = false;  // its header is as m_scan says
+    void* room = nullptr;  // for the header, behind the node
 };
 
 // A copy of a text with its line ends repaired, and what is known about it.
