@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Many messages: mbox files and Maildirs, message by message, never held whole.
+//
+//     auto box = mimetree::Mbox::open("archive.mbox");
+//     if (!box) return report(box.error().message());
+//     for (const mimetree::RawMessage& raw : *box)
+//         if (auto message = raw.parse()) std::cout << message->subject() << '\n';
+//     if (!box->ok()) return report(box->error().message());
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "mimetree/message.hpp"
+
+namespace mimetree {
+
+// A message as it stands in a mailbox, not parsed yet.
+struct RawMessage {
+    std::string_view bytes;      // good until the next one is taken
+    std::string_view from_line;  // mbox: the line in front, without its line end; else empty
+    std::string_view path;       // Maildir: of the file; mbox: of the mailbox
+    std::string_view flags;      // Maildir: "FS", the letters after ":2,"; else empty
+    size_t number = 0;           // from 1
+    uint64_t offset = 0;         // mbox: where its From line begins in the file
+
+    Result<Message> parse(ParseOptions options = {}) const noexcept {
+        return Message::parse(bytes, options);
+    }
+};
+
+// How an mbox tells messages apart, and what it did to lines of text that begin with "From ".
+enum class MboxKind {
+    automatic,  // content_length when the first messages have such fields that fit, else rd
+    rd,         // ">" in front of any number of ">" and "From ": one is taken away
+    o,          // ">" in front of "From " alone: taken away
+    content_length,  // Content-Length says where the message ends; lines are as they were
+    none,            // lines are as they were
+};
+
+// Where bytes come from, front to back.
+class ByteSource {
+public:
+    virtual ~ByteSource() = default;
+
+    // Puts up to `size` bytes into `to` and answers their number; 0 at the end, less than 0 for an
+    // error.
+    virtual std::ptrdiff_t read(char* to, size_t size) noexcept = 0;
+};
+
+namespace detail {
+
+// Walks a mailbox once: each of its iterators is at the same message.
+template <class Mailbox>
+class MailboxIterator {
+public:
+    using iterator_concept = std::input_iterator_tag;
+    using value_type = RawMessage;
+    using difference_type = std::ptrdiff_t;
+
+    MailboxIterator() = default;
+    explicit MailboxIterator(Mailbox& box) noexcept : m_box(&box) { ++*this; }
+
+    const RawMessage& operator*() const noexcept { return m_box->current(); }
+    const RawMessage* operator->() const noexcept { return &m_box->current(); }
+    MailboxIterator& operator++() noexcept {
+        if (!m_box->next()) m_box = nullptr;
+        return *this;
+    }
+    void operator++(int) noexcept { ++*this; }
+    bool operator==(std::default_sentinel_t) const noexcept { return !m_box; }
+
+private:
+    Mailbox* m_box = nullptr;
+};
+
+}  // namespace detail
+
+// An mbox (RFC 4155 and its kin), read front to back through a buffer as large as its largest
+// message.
+class MIMETREE_API Mbox {
+public:
+    static Result<Mbox> open(const std::string& path, MboxKind kind = MboxKind::automatic) noexcept;
+
+    // Out of anything else: standard input, a compressed file.
+    static Result<Mbox> from(std::unique_ptr<ByteSource> source, std::string_view name,
+                             MboxKind kind = MboxKind::automatic) noexcept;
+
+    Mbox(Mbox&&) noexcept;
+    Mbox& operator=(Mbox&&) noexcept;
+    ~Mbox();
+
+    MboxKind kind() const noexcept;  // what automatic came to
+
+    // Goes on to the next message; false at the end and after an error.
+    bool next() noexcept;
+    const RawMessage& current() const noexcept;
+
+    auto begin() noexcept { return detail::MailboxIterator<Mbox>(*this); }
+    auto end() const noexcept { return std::default_sentinel; }
+
+    // False when reading stopped before the end; the reason why.
+    bool ok() const noexcept;
+    const Error& error() const noexcept;
+
+private:
+    struct State;
+    explicit Mbox(std::unique_ptr<State> state) noexcept;
+    std::unique_ptr<State> m_state;
+};
+
+// A Maildir: the messages in its new/ and cur/, by file name.
+class MIMETREE_API Maildir {
+public:
+    static Result<Maildir> open(const std::string& path) noexcept;
+
+    Maildir(Maildir&&) noexcept;
+    Maildir& operator=(Maildir&&) noexcept;
+    ~Maildir();
+
+    // As in Mbox.  A file that cannot be read ends nothing: skipped() counts it, error() names
+    // the last of them.
+    bool next() noexcept;
+    const RawMessage& current() const noexcept;
+    auto begin() noexcept { return detail::MailboxIterator<Maildir>(*this); }
+    auto end() const noexcept { return std::default_sentinel; }
+    bool ok() const noexcept;
+    size_t skipped() const noexcept;
+    const Error& error() const noexcept;
+
+private:
+    struct State;
+    explicit Maildir(std::unique_ptr<State> state) noexcept;
+    std::unique_ptr<State> m_state;
+};
+
+}  // namespace mimetree
