@@ -39,7 +39,7 @@ struct Address {
 };
 
 // The addresses of a field in their order, members of groups included.
-class Addresses {
+class MIMETREE_API Addresses {
 public:
     Addresses() = default;
     explicit Addresses(std::span<const Address> list) noexcept : m_list(list) {}
@@ -51,10 +51,10 @@ public:
     const Address& operator[](size_t i) const noexcept { return m_list[i]; }
 
     // The first, or an empty one.
-    MIMETREE_API const Address& first() const noexcept;
+    const Address& first() const noexcept;
     // For people, not for a header: `Ann Other <ann@example.org>, bob@example.org`.  Empty when
     // memory is exhausted.
-    MIMETREE_API std::string text() const noexcept;
+    std::string text() const noexcept;
 
 private:
     std::span<const Address> m_list;
@@ -188,6 +188,10 @@ public:
     // texts of that kind in reading order, joined; empty when there is none.
     std::string_view text() const noexcept;
     std::string_view html() const noexcept;
+
+    // The parts that such a reader shows, plain text preferred to HTML: where a text has no plain
+    // form, it is HTML.
+    Parts body_parts() const noexcept;
 
     // Every part that is_attachment(); every other leaf that no text shows: inline pictures and
     // the like.  In reading order.

@@ -26,10 +26,10 @@ enum class Errc {
     damaged,           // strict parsing was asked for, and a boundary is missing
 };
 
-class [[nodiscard]] Error {
+class MIMETREE_API Error {
 public:
     // `message` is one line of UTF-8 for people.
-    MIMETREE_API Error(Errc code, std::string_view message) noexcept;
+    Error(Errc code, std::string_view message) noexcept;
 
     Errc code() const noexcept { return m_code; }
     const std::string& message() const noexcept { return m_message; }

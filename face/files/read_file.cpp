@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Reads files for messages, builders and mailboxes.
+
+#include "face/files/read_file.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace mimetree::inner {
+
+namespace {
+
+// Limit: the engine counts bytes in 32 bits.
+constexpr unsigned kMost = 0xFFFFFFFFu - 1;
+constexpr unsigned kReadSize = 1u << 20;
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// Paths are UTF-8 also where the system's own are not.
+std::filesystem::path pathOf(const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+File openFile(const std::string& path) {
+#ifdef _WIN32
+    return File(_wfopen(pathOf(path).c_str(), L"rb"));
+#else
+    return File(std::fopen(path.c_str(), "rbe"));
+#endif
+}
+
+Error outOfMemory(const std::string& path) {
+    return Error(Errc::out_of_memory, path + ": out of memory");
+}
+
+}  // namespace
+
+Error systemError(const std::string& path, int error) {
+    return Error(Errc::io, path + ": " + std::generic_category().message(error));
+}
+
+std::optional<Error> readFile(const std::string& path, DataBuffer& bytes) {
+    const File file = openFile(path);
+    if (!file) return systemError(path, errno);
+    std::error_code unknown;
+    const uint64_t size = std::filesystem::file_size(pathOf(path), unknown);
+    if (!unknown && size < kMost && !bytes.reserve(static_cast<unsigned>(size) + kReadSize))
+        return outOfMemory(path);
+    return readStream(file.get(), path, bytes);
+}
+
+std::optional<Error> readStream(std::FILE* stream, const std::string& name, DataBuffer& bytes) {
+    std::setvbuf(stream, nullptr, _IONBF, 0);
+    for (;;) {
+        if (bytes.getSize() > kMost - kReadSize)
+            return Error(Errc::too_large, name + ": larger than 4 GiB");
+        unsigned char* const to = bytes.extend(kReadSize);
+        if (!to) return outOfMemory(name);
+        errno = 0;
+        const size_t got = std::fread(to, 1, kReadSize, stream);
+        bytes.shorten(kReadSize - static_cast<unsigned>(got));
+        if (got == kReadSize) continue;
+        if (!std::ferror(stream)) return std::nullopt;
+        if (errno != EINTR) return systemError(name, errno);
+        std::clearerr(stream);
+    }
+}
+
+}  // namespace mimetree::inner

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Files and streams read whole.
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "foundation/DataBuffer.h"
+#include "mimetree/result.hpp"
+
+namespace mimetree::inner {
+
+// Appends what the file at the UTF-8 path holds to `bytes`; an error names the path.
+std::optional<Error> readFile(const std::string& path, DataBuffer& bytes);
+
+// The same for an open stream, which goes by `name`.
+std::optional<Error> readStream(std::FILE* stream, const std::string& name, DataBuffer& bytes);
+
+// The reason that errno stands for, with `path` in front.
+Error systemError(const std::string& path, int error);
+
+}  // namespace mimetree::inner

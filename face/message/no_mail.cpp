@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// Judges an input by its front, before the engine makes a tree of whatever it is.  parse.cpp
+// asks.
+
+#include "face/message/no_mail.h"
+
+#include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/bytes.h"
+
+namespace mimetree::inner {
+
+namespace {
+
+constexpr ByteSet kSpace(" \t\r\n");
+// What no text holds, in whatever charset: ISO 2022 needs ESC, SO and SI, and old systems end a
+// text with SUB.
+constexpr ByteSet kBinary = ByteSet().range('\0', '\x1F').without("\t\n\v\f\r\b\x0E\x0F\x1A\x1B");
+
+// Limit: how far an input that begins with no header is looked at.
+constexpr size_t kFront = 16384;
+
+std::string_view lineOf(std::string_view text) {
+    return text.substr(0, text.find_first_of("\r\n"));
+}
+
+std::string_view behindLine(std::string_view text) {
+    text.remove_prefix(lineOf(text).size());
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : !text.empty());
+    return text;
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+    while (!text.empty() && kSpace.has(text.front())) text.remove_prefix(1);
+    return text;
+}
+
+std::string_view withoutMarks(std::string_view text) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    text = withoutBlanks(text);
+    return text.starts_with("From ") ? withoutBlanks(behindLine(text)) : text;
+}
+
+bool isUtf16(std::string_view text) {
+    return text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
+}
+
+// Junk may stand in front of a header, but only text: within a picture or a program there is
+// always something that looks like a field.
+bool beginsWithHeader(std::string_view front) {
+    if (isFieldLine(front)) return true;
+    for (; !front.empty(); front = behindLine(front)) {
+        const std::string_view line = lineOf(front);
+        for (const char c : line)
+            if (kBinary.has(c)) return false;
+        const size_t colon = line.find(':');
+        if (isFieldLine(line) && line.substr(colon + 1, 1) == " ") return true;
+    }
+    return false;
+}
+
+bool isBinary(std::string_view front) {
+    if (isUtf16(front)) return false;
+    for (const char c : front)
+        if (kBinary.has(c)) return true;
+    return false;
+}
+
+// A second message begins behind a blank line with a line of the same kind and a header.
+bool holdsManyMessages(std::string_view text) {
+    text = withoutBlanks(text);
+    if (!isMboxLine(text)) return false;
+    for (;;) {
+        const char* const hit = bytes::find(text.data(), text.size(), "\nFrom ", 6);
+        if (!hit) return false;
+        const std::string_view before = text.substr(0, static_cast<size_t>(hit - text.data()));
+        text.remove_prefix(before.size() + 1);
+        const bool isBehindBlank = before.ends_with('\n') || before.ends_with("\n\r");
+        if (isBehindBlank && isMboxLine(text) && isFieldLine(behindLine(text))) return true;
+    }
+}
+
+}  // namespace
+
+bool isMboxLine(std::string_view line) {
+    if (!line.starts_with("From ")) return false;
+    line = lineOf(line);
+    for (size_t colon = line.find(':'); colon != std::string_view::npos;
+         colon = line.find(':', colon + 1))
+        if (colon > 0 && colon + 1 < line.size() && bytes::isDigit(line[colon - 1]) &&
+            bytes::isDigit(line[colon + 1]))
+            return true;
+    return false;
+}
+
+bool isFieldLine(std::string_view line) {
+    size_t end = 0;
+    while (end < line.size() && kFieldNameBytes.has(line[end])) ++end;
+    if (end == 0) return false;
+    while (end < line.size() && bytes::isBlank(line[end])) ++end;
+    return end < line.size() && line[end] == ':';
+}
+
+std::optional<Error> whyNoMail(std::string_view input) {
+    const std::string_view front = withoutMarks(input).substr(0, kFront);
+    if (withoutBlanks(input).empty()) return Error(Errc::not_mail, "empty: no mail message");
+    if (!beginsWithHeader(front) && isBinary(front))
+        return Error(Errc::not_mail, "not a mail message: neither text nor a header in front");
+    if (holdsManyMessages(input))
+        return Error(Errc::is_mbox, "an mbox of several messages, which Mbox reads");
+    return std::nullopt;
+}
+
+}  // namespace mimetree::inner

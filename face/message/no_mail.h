@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What is handed in as a mail and is none.
+
+#include <optional>
+#include <string_view>
+
+#include "mimetree/result.hpp"
+
+namespace mimetree::inner {
+
+// Errc::not_mail for nothing at all and for bytes that are neither text nor begin with a header;
+// Errc::is_mbox for several messages in one; else nothing.
+std::optional<Error> whyNoMail(std::string_view input);
+
+// True when `line`, up to its line break, looks as an mbox puts it in front of a message
+// (RFC 4155): "From ", somebody, and a time of day.
+bool isMboxLine(std::string_view line);
+
+// True when `line` begins as a header field does: a name and a colon.
+bool isFieldLine(std::string_view line);
+
+}  // namespace mimetree::inner

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// Bytes and files into messages.  What is no mail is refused here; everything else the engine
+// repairs.
+
+#include <utility>
+
+#include "face/files/read_file.h"
+#include "face/message/no_mail.h"
+#include "face/message/tree.h"
+
+namespace mimetree {
+
+namespace {
+
+// Limit: the engine counts bytes in 32 bits.
+constexpr uint64_t kTooLarge = uint64_t{1} << 32;
+
+std::string_view chars(std::span<const std::byte> bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// Nothing, or why the tree is not there.
+Result<void> load(Tree& tree, std::string_view mail, ParseOptions options) {
+    const inner::MemoryWatch watch;
+    if (options.strict) tree.m_log.m_options.setString("StrictMimeParsing");
+    StringBuffer charsetClue;
+    const bool loaded = tree.m_root->loadMimeComplete2(
+        mail.data(), static_cast<unsigned>(mail.size()), /*lenientLineEndings*/ false, charsetClue,
+        tree.m_log, /*inputIsUtf8*/ false);
+    if (loaded) return {};
+    if (watch.wasRefused()) return Error(Errc::out_of_memory, "out of memory");
+    if (options.strict) return Error(Errc::damaged, "a multipart whose boundary is missing");
+    return Error(Errc::not_mail, "not a mail message");
+}
+
+Error withPath(const Error& error, const std::string& path) {
+    return Error(error.code(), path + ": " + error.message());
+}
+
+}  // namespace
+
+Message::Message(std::unique_ptr<Tree> tree) noexcept : m_tree(std::move(tree)) {}
+Message::Message(Message&&) noexcept = default;
+Message& Message::operator=(Message&&) noexcept = default;
+Message::~Message() = default;
+
+Result<Message> Message::parse(std::span<const std::byte> mail, ParseOptions options) noexcept {
+    return parse(chars(mail), options);
+}
+
+Result<Message> Message::parse(std::string_view mail, ParseOptions options) noexcept {
+    return inner::attempt([&]() -> Result<Message> {
+        if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
+        if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
+        auto tree = std::make_unique<Tree>(MimeMessage2::createNewObject());
+        if (const Result<void> done = load(*tree, mail, options); !done) return done.error();
+        return Message(std::move(tree));
+    });
+}
+
+Result<Message> Message::read(const std::string& path, ParseOptions options) noexcept {
+    return inner::attempt([&]() -> Result<Message> {
+        DataBuffer bytes;
+        if (const std::optional<Error> failed = inner::readFile(path, bytes)) return *failed;
+        Result<Message> message =
+            parse({reinterpret_cast<const char*>(bytes.getData2()), bytes.getSize()}, options);
+        if (!message) return withPath(message.error(), path);
+        return message;
+    });
+}
+
+}  // namespace mimetree

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a part says of itself, and how parts are found.
+
+#include <charconv>
+
+#include "face/message/tree.h"
+
+namespace mimetree {
+
+namespace {
+
+// Limit: a path grows with its depth, so a message nested without end would make them quadratic.
+constexpr unsigned kMaxPathDepth = 32;
+
+bool startsIgnoringCase(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() &&
+           inner::bytes::equalIgnoreCase(text.data(), prefix.data(), prefix.size());
+}
+
+// Takes the first number off `path`, with the dot behind it; 0 when there is none.
+uint32_t takeNumber(std::string_view& path) {
+    uint32_t number = 0;
+    const char* const end = path.data() + path.size();
+    const auto [stop, error] = std::from_chars(path.data(), end, number);
+    if (error != std::errc() || (stop != end && (*stop != '.' || stop + 1 == end))) return 0;
+    path.remove_prefix(static_cast<size_t>(stop - path.data()) + (stop != end));
+    return number;
+}
+
+}  // namespace
+
+// RFC 2045 5.2: a type that is missing, or is none, is that of plain text.
+std::string_view Part::type() const noexcept {
+    const std::string_view own = view(node().m_contentType.m_type);
+    const size_t slash = own.find('/');
+    if (slash != own.npos && slash > 0 && slash + 1 < own.size())
+        return m_tree->lowerCase(Tree::Kind::Type, m_index, own);
+    if (startsIgnoringCase(own, "multipart")) return "multipart/mixed";
+    return own.empty() && m_tree->isInDigest(m_index) ? "message/rfc822" : "text/plain";
+}
+
+// RFC 2046 5.1.5.
+bool Tree::isInDigest(uint32_t index) {
+    return index != 0 && Part(this, m_slots[index].parent).type() == "multipart/digest";
+}
+
+std::string_view Part::charset() const noexcept {
+    const std::string_view found = node().m_charset.getName();
+    return found.empty() ? parameter("charset").value_or(found) : found;
+}
+
+std::string_view Part::encoding() const noexcept {
+    return m_tree->lowerCase(Tree::Kind::Encoding, m_index, view(node().m_contentTransferEncoding));
+}
+
+std::string_view Part::disposition() const noexcept {
+    return m_tree->lowerCase(Tree::Kind::Disposition, m_index, view(node().m_disposition));
+}
+
+std::optional<std::string_view> Part::parameter(std::string_view name) const noexcept {
+    return m_tree->text(Tree::Kind::Parameter, m_index, name, [&]() -> std::optional<std::string> {
+        StringBuffer value;
+        if (!node().getSubFieldUtf8("Content-Type", std::string(name).c_str(), value,
+                                    m_tree->m_log))
+            return std::nullopt;
+        return std::string(view(value));
+    });
+}
+
+std::string_view Part::declared_name() const noexcept {
+    const std::string_view filename = view(node().m_filename);
+    return filename.empty() ? view(node().m_contentType.m_name) : filename;
+}
+
+std::span<const std::byte> Part::bytes() const noexcept {
+    const DataBuffer& body = node().getMimeBodyDb();
+    return {reinterpret_cast<const std::byte*>(body.getData2()), body.getSize()};
+}
+
+std::span<const std::byte> Part::signed_bytes() const noexcept {
+    if (children().empty()) return {};
+    const DataBuffer& kept = children().front().node().getSignedData();
+    return {reinterpret_cast<const std::byte*>(kept.getData2()), kept.getSize()};
+}
+
+unsigned Part::depth() const noexcept {
+    return m_tree->answer([&] { return m_tree->slots()[m_index].depth; });
+}
+
+Parts Part::children() const noexcept {
+    return m_tree->answer([&] { return m_tree->children(m_index); });
+}
+
+std::string_view Part::path() const noexcept {
+    if (m_index == 0 || depth() > kMaxPathDepth) return {};
+    return m_tree
+        ->text(Tree::Kind::Path, m_index, {},
+               [&] {
+                   std::string path;
+                   for (uint32_t at = m_index; at != 0; at = m_tree->slots()[at].parent)
+                       path.insert(0, std::to_string(m_tree->slots()[at].number) +
+                                          (path.empty() ? "" : "."));
+                   return std::optional(path);
+               })
+        .value_or(std::string_view());
+}
+
+bool Part::is_multipart() const noexcept { return type().starts_with("multipart/"); }
+bool Part::is_text() const noexcept { return type().starts_with("text/"); }
+bool Part::is_message() const noexcept {
+    return type() == "message/rfc822" || type() == "message/global";
+}
+
+MimeMessage2& Part::node() const noexcept { return m_tree->node(m_index); }
+
+Result<Message> Part::message() const noexcept {
+    if (!is_message()) return Error(Errc::not_found, "the part is no message");
+    const std::span<const std::byte> body = bytes();
+    return Message::parse(body);
+}
+
+// -- Texts
+
+std::string_view Part::text() const noexcept {
+    if (!is_text()) return {};
+    return view(node().getMimeBodyDb());
+}
+
+// -- Finding parts
+
+Parts Message::parts() const noexcept {
+    return m_tree->answer([&] { return m_tree->parts(); });
+}
+
+Part Message::root() const noexcept { return Part(m_tree.get(), 0); }
+
+std::optional<Part> Message::part(std::string_view path) const noexcept {
+    Part at = root();
+    while (!path.empty()) {
+        const uint32_t number = takeNumber(path);
+        const Parts children = at.children();
+        if (number == 0 || number > children.size()) return std::nullopt;
+        at = children[number - 1];
+    }
+    return at;
+}
+
+}  // namespace mimetree
