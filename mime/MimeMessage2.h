@@ -379,13 +379,34 @@ private:
     enum class Stored : uint8_t { AsUtf8, NoText, AsItCame, Converted, ConvertedFrom1252 };
 
     // How a body became what is stored, so that what was only read is written as it came.
-    // Void once another body is set.
-    struct Received {
+    // Void once another body is set.                                         received.cpp
+    class Received {
+    public:
+        Received() = default;
+        Received& operator=(Received&& other) noexcept;
+        ~Received() { delete m_rest; }
+
         Stored stored = Stored::AsUtf8;
-        int label = 0;        // code page of the node's charset when a load had stored the body
-        StringBuffer coding;  // and its transfer coding, where it is text that was left
-        int codePage = 0;     // from which it was converted
-        DataBuffer bytes;     // from which it was converted, kept where no way leads back to them
+        int label = 0;     // code page of the node's charset when a load had stored the body
+        int codePage = 0;  // from which it was converted
+
+        void copyFrom(const Received& other);
+        // The transfer coding, where the body is text that was left.
+        void noteCoding(const StringBuffer& coding);
+        bool hadCoding(const StringBuffer& coding) const;
+        // From which it was converted, kept where no way leads back to them.
+        void takeBytes(DataBuffer& bytes);
+        const DataBuffer* bytes() const { return m_rest ? &m_rest->bytes : nullptr; }
+
+    private:
+        struct Rest {  // what few nodes have
+            StringBuffer coding;
+            DataBuffer bytes;
+        };
+        bool makeRest();
+
+        uint8_t m_usualCoding = 0;
+        Rest* m_rest = nullptr;
     };
 
     enum class BodyCoding { None, Binary, Base64, QuotedPrintable, Uuencode };

@@ -228,8 +228,7 @@ bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, voi
                              LogBase& log) {
     clear(0);
     const unsigned count = scan.fields.size();
-    char* const text =
-        static_cast<char*>(room ? room : notingRefusal(std::malloc(roomFor(scan))));
+    char* const text = static_cast<char*>(room ? room : notingRefusal(std::malloc(roomFor(scan))));
     if (!text) return false;
     if (room) m_text.lend(text, scan.size);
     else m_text.adopt(text, scan.size);

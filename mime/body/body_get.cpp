@@ -107,7 +107,7 @@ bool MimeMessage2::isToBeConverted(int codePage, bool isText) const {
     if (stored != Stored::NoText && stored != Stored::AsItCame)
         return isText || (isSameLabel && isReadAsText());
     const bool isSameCoding =
-        stored == Stored::NoText || m_received.coding.equalsIgnoreCase(m_contentTransferEncoding);
+        stored == Stored::NoText || m_received.hadCoding(m_contentTransferEncoding);
     if (!isText || (isSameLabel && isSameCoding)) return false;
     const unsigned char* const body = m_mimeBody.getData2();
     const unsigned size = m_mimeBody.getSize();
@@ -119,12 +119,12 @@ bool MimeMessage2::isToBeConverted(int codePage, bool isText) const {
 // True when the body was loaded and is still what its bytes, as they came in this code page,
 // say.  One that was set is what its setter made of it, and is converted.
 bool MimeMessage2::readsAsReceived(int codePage, LogBase& log) const {
-    const DataBuffer& bytes = m_received.bytes;
+    const DataBuffer* const bytes = m_received.bytes();
     DataBuffer utf8;
-    return m_received.stored != Stored::AsUtf8 && !bytes.isEmpty() &&
+    return m_received.stored != Stored::AsUtf8 && bytes && !bytes->isEmpty() &&
            m_received.codePage == codePage &&
-           EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes.getData2(), bytes.getSize(),
-                                       utf8, log) &&
+           EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes->getData2(),
+                                       bytes->getSize(), utf8, log) &&
            utf8.equals(m_mimeBody);
 }
 
@@ -143,7 +143,7 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
     const int wireCp = isText ? wireCodePage(isText) : codepage::kUtf8;
     if (wireCp != codepage::kUtf8) {
         log.verboseInfo("Converting MIME body from utf-8..");
-        if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
+        if (readsAsReceived(wireCp, log)) wire.take(*m_received.bytes());
         else wire.convertLabelled(m_charset, wireCp, log);
     }
     const WireCoding coding = codingOf(m_contentTransferEncoding);
@@ -169,7 +169,7 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
     const int wireCp = wireCodePage(isText);
     if (wireCp != codepage::kUtf8) {
         log.verboseInfo("Converting text from stored utf-8 to target code page.");
-        if (readsAsReceived(wireCp, log)) wire.take(m_received.bytes);
+        if (readsAsReceived(wireCp, log)) wire.take(*m_received.bytes());
         else wire.convertLabelled(m_charset, wireCp, log);
     }
     const WireCoding coding = codingOf(m_contentTransferEncoding);
@@ -179,7 +179,7 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
         return;
     }
     log.verboseInfo(coding == WireCoding::Base64 ? "Appending base64 encoded body.."
-                                             : "Appending quoted-printable encoded body..");
+                                                 : "Appending quoted-printable encoded body..");
     StringBuffer encoded;
     wire.encode(coding, encoded);
     out.append(encoded);

@@ -172,7 +172,7 @@ MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* 
 void MimeMessage2::noteReceived(Stored stored) {
     m_received.stored = stored;
     m_received.label = m_charset.getCodePage();
-    if (stored == Stored::AsItCame) m_received.coding.setString(m_contentTransferEncoding);
+    if (stored == Stored::AsItCame) m_received.noteCoding(m_contentTransferEncoding);
 }
 
 void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const StringBuffer& text,
@@ -304,7 +304,7 @@ MimeMessage2::Stored MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log)
     m_mimeBody.swap(utf8);
     if (leadsNoWayBack(codePage, utf8, m_mimeBody)) {
         m_received.codePage = codePage;
-        m_received.bytes.takeData(utf8);
+        m_received.takeBytes(utf8);
     }
     m_mimeBody.shrinkToFit();
     return Stored::Converted;

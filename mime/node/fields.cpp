@@ -20,8 +20,8 @@ bool MimeMessage2::getHeaderFieldUtf8_2(const char* name, bool decode, StringBuf
                                         LogBase& log) const {
     if (!isAlive()) return false;
     StringBuffer value;
-    const bool found = name && m_mimeHeader.getMimeFieldUtf8(name, value, log) &&
-                       (!decode || value.qbDecode(log));
+    const bool found =
+        name && m_mimeHeader.getMimeFieldUtf8(name, value, log) && (!decode || value.qbDecode(log));
     if (!found) value.clear();
     out.swap(value);
     return found;

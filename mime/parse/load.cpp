@@ -224,9 +224,9 @@ Loader::Entity Loader::lookAt(SourceText& source, const char* data, unsigned siz
     Entity entity{data + skip, size - skip};
     const char* const end = data + size;
     entity.isBehindMboxLine = skip != 0;
-    entity.isUsual = header_scan::run(entity.data, entity.size, m_scan) &&
-                     (m_lineEndings == LineEndings::AsTheyAre ||
-                      !source.find(Break::LfLf, entity.data, end));
+    entity.isUsual =
+        header_scan::run(entity.data, entity.size, m_scan) &&
+        (m_lineEndings == LineEndings::AsTheyAre || !source.find(Break::LfLf, entity.data, end));
     return entity;
 }
 
