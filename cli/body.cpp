@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
@@ -69,8 +70,28 @@ ExitStatus showRewritten(const Message& message, const Options&, Output& out) {
 
 }  // namespace
 
+void addBodyOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    CLI::Option* part = app.add_option("--part", options.part, "the part with this number")
+                            ->type_name("N.N")
+                            ->each([&](const std::string&) { options.byPart = true; })
+                            ->check([](const std::string& number) {
+                                return isPartNumber(number)
+                                           ? std::string()
+                                           : "\"" + number + "\" is no part number";
+                            });
+    CLI::Option* html = app.add_flag("--html", options.html, "the first HTML text");
+    CLI::Option* text = app.add_flag("--text", options.text, "the first plain text");
+    part->excludes(html)->excludes(text);
+    html->excludes(text);
+}
+
 ExitStatus body(const Options& options, Output& out) {
     return forEachMessage(options, out, Heading::Path, showBody);
+}
+
+void addRewriteOptions(CLI::App& app, Options& options) {
+    addFile(app, options, "message; - for stdin");
 }
 
 ExitStatus rewrite(const Options& options, Output& out) {

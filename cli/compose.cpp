@@ -21,6 +21,7 @@
 #include "foundation/charset/code_pages.h"
 #include "foundation/zqMimeTypes.h"
 #include "foundation/zqStrings.h"
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/wire.h"
@@ -477,7 +478,47 @@ void checkHeader(const MimeMessage2& root, LogBase& log) {
     }
 }
 
+void addList(CLI::App& app, const char* name, std::vector<std::string>& list, const char* type,
+             const char* what) {
+    app.add_option(name, list, what)->type_name(type)->allow_extra_args(false);
+}
+
+// Several behind one option, without what CLI11 calls extra arguments: it would then take the
+// name "[a]" for a list.
+void addFileList(CLI::App& app, const char* name, std::vector<std::string>& list,
+                 const char* what) {
+    app.add_option(name, list, what)
+        ->type_name("FILE ...")
+        ->expected(1, 1'000'000)
+        ->allow_extra_args(false);
+}
+
 }  // namespace
+
+void addComposeOptions(CLI::App& app, Options& options) {
+    ComposeOptions& compose = options.compose;
+    addList(app, "--from", compose.from, "LIST", "the sender: addr, or 'Name <addr>'");
+    addList(app, "--to", compose.to, "LIST", "recipients; this and the next may be repeated");
+    addList(app, "--cc", compose.cc, "LIST", "those who get a copy");
+    addList(app, "--bcc", compose.bcc, "LIST", "those who get one unseen; the field is written");
+    app.add_option("--subject", compose.subject, "what it is about")->type_name("TEXT");
+    app.add_option("--text", compose.text, "the plain text, in UTF-8; - for stdin")
+        ->type_name("FILE");
+    app.add_option("--html", compose.html, "the HTML text, in UTF-8; - for stdin")
+        ->type_name("FILE");
+    addFileList(app, "--attach", compose.attachments, "attachments");
+    addFileList(app, "--inline", compose.inlines, "files that the HTML shows as \"cid:NAME\"");
+    addList(app, "--header", compose.headers, "'Name: value'", "a further field, repeatable");
+    addCharset(app, compose.charset, "of the texts; us-ascii or utf-8 when not given");
+    app.add_option("--encoding", compose.encoding, "of the texts; the shortest when not given")
+        ->type_name("CODING")
+        ->check(CLI::IsMember({"7bit", "8bit", "quoted-printable", "base64"}));
+    app.footer(
+        "The message goes to standard output, in 7 bits unless --encoding 8bit is given.  Date\n"
+        "and Message-ID are made where --header does not give them, types are told by file names.\n"
+        "HTML refers to an inline file by cid: and its name without directories, as it is or\n"
+        "percent-encoded; the Content-ID that was made for the file takes the place of the name.");
+}
 
 ExitStatus compose(const Options& options, Output& out) {
     const std::string mistake = mistakeIn(options.compose);

@@ -10,6 +10,7 @@
 #include <new>
 #include <unordered_map>
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
@@ -488,6 +489,28 @@ bool isEmpty(const ConvertOptions& options) {
 }
 
 }  // namespace
+
+void addConvertOptions(CLI::App& app, Options& options) {
+    ConvertOptions& convert = options.convert;
+    addFile(app, options, "message; - for stdin");
+    CLI::Option* to7bit =
+        app.add_flag("--to-7bit", convert.to7bit, "8-bit parts in quoted-printable or base64");
+    app.add_flag("--to-8bit", convert.to8bit, "texts without a coding, where lines allow it")
+        ->excludes(to7bit);
+    addCharset(app, convert.charset, "texts in this charset, or else in utf-8");
+    app.add_flag("--remove-attachments", convert.removeAttachments, "drop what is attached");
+    app.add_option("--only", convert.only, "drop all parts but of these types")
+        ->type_name("TYPE")
+        ->check([](const std::string& type) {
+            const size_t slash = type.find('/');
+            return slash != 0 && slash + 1 < type.size() && slash != std::string::npos
+                       ? std::string()
+                       : "\"" + type + "\" is no type like text/plain or text/*";
+        });
+    app.footer(
+        "At least one option must say what to change; they combine.  Parts of multipart/signed\n"
+        "and multipart/encrypted stay as they are.");
+}
 
 ExitStatus convert(const Options& options, Output& out) {
     if (isEmpty(options.convert)) {

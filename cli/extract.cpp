@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/folder.h"
 #include "cli/input.h"
@@ -164,6 +165,21 @@ private:
 };
 
 }  // namespace
+
+void addExtractOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_option("-o,--output", options.directory, "the directory, made when missing")
+        ->required()
+        ->type_name("DIR");
+    app.add_flag("--all", options.all, "every part, the texts of the message too");
+    app.add_flag("--dry-run", options.dryRun, "write nothing, only tell the names");
+    app.add_flag("--json", options.json, "one JSON document a message, one line each");
+    app.footer(
+        "Parts count as attachments that say so, that are no text, or that have a file name and\n"
+        "are not the message's own text.  A part goes to one file in DIR, never elsewhere, over\n"
+        "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
+        "Text keeps its charset, and files have the date of the message.");
+}
 
 ExitStatus extract(const Options& options, Output& out) {
     Folder folder(options.directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);

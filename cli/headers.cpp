@@ -2,6 +2,7 @@
 // Command `headers`: the header fields of each message, a line each and decoded, or as they
 // were read.
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 
@@ -29,6 +30,11 @@ ExitStatus showHeaders(const Message& message, const Options& options, Output& o
 }
 
 }  // namespace
+
+void addHeadersOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_flag("--raw", options.raw, "as stored, neither decoded nor unfolded");
+}
 
 ExitStatus headers(const Options& options, Output& out) {
     return forEachMessage(options, out, Heading::Path, showHeaders);

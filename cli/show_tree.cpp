@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
@@ -67,6 +68,16 @@ ExitStatus showTree(const Message& message, const Options&, Output& out) {
 }
 
 }  // namespace
+
+void addTreeOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_flag("--json", options.json, "one JSON document a message, one line each");
+    app.footer(
+        "JSON: \"nodes\" is a flat list, each node before its children.  \"depth\" counts from\n"
+        "0 at the root, \"parent\" is an index into the list (null at the root), and \"part\" is\n"
+        "the number that body --part takes: \"\" at the root, \"1.2\" for the second child of its\n"
+        "first child, null below depth 32.");
+}
 
 ExitStatus tree(const Options& options, Output& out) {
     return options.json ? forEachMessage(options, out, Heading::None, showJson)

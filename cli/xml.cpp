@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "cli/arguments.h"
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
@@ -72,6 +73,11 @@ ExitStatus showStructure(const Message& message, const Options& options, Output&
 
 }  // namespace
 
+void addToXmlOptions(CLI::App& app, Options& options) {
+    addFile(app, options, "message; - for stdin");
+    app.footer("One message a call: several XML documents in a row would not be XML.");
+}
+
 // Several documents in a row are no XML, so a directory is refused as several paths are.
 ExitStatus toXml(const Options& options, Output& out) {
     std::error_code ignored;
@@ -80,6 +86,11 @@ ExitStatus toXml(const Options& options, Output& out) {
         return kBadUsage;
     }
     return forEachMessage(options, out, Heading::None, showXml);
+}
+
+void addFromXmlOptions(CLI::App& app, Options& options) {
+    addFile(app, options, "XML as to-xml writes it; - for stdin");
+    app.footer("Of several messages in one document, the first is written.");
 }
 
 ExitStatus fromXml(const Options& options, Output& out) {
@@ -102,6 +113,14 @@ ExitStatus fromXml(const Options& options, Output& out) {
     if (mail.failed()) return failed(path, "out of memory");
     out.writeContent(view(mail));
     return log.text().empty() ? kDone : failed(path, log.text());
+}
+
+void addStructureOptions(CLI::App& app, Options& options) {
+    addMessages(app, options);
+    app.add_flag("--xml", options.xml, "in the manner of XML, with closing lines");
+    app.footer(
+        "The outline indents by four blanks a level; messages nested deeper than 1000 levels,\n"
+        "or whose indentation takes more than 256 MiB, are refused (see tree).");
 }
 
 ExitStatus structure(const Options& options, Output& out) {

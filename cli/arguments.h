@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Arguments that several commands take.
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+
+// FILE..., messages and directories of such.
+void addMessages(CLI::App& app, Options& options);
+
+// One FILE.
+void addFile(CLI::App& app, Options& options, const char* what);
+
+void addCharset(CLI::App& app, std::string& charset, const char* what);
