@@ -4,6 +4,7 @@
 
 #include "face/message/no_mail.h"
 
+#include "face/mailbox/separator.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
 
@@ -65,32 +66,7 @@ bool isBinary(std::string_view front) {
     return false;
 }
 
-// A second message begins behind a blank line with a line of the same kind and a header.
-bool holdsManyMessages(std::string_view text) {
-    text = withoutBlanks(text);
-    if (!isMboxLine(text)) return false;
-    for (;;) {
-        const char* const hit = bytes::find(text.data(), text.size(), "\nFrom ", 6);
-        if (!hit) return false;
-        const std::string_view before = text.substr(0, static_cast<size_t>(hit - text.data()));
-        text.remove_prefix(before.size() + 1);
-        const bool isBehindBlank = before.ends_with('\n') || before.ends_with("\n\r");
-        if (isBehindBlank && isMboxLine(text) && isFieldLine(behindLine(text))) return true;
-    }
-}
-
 }  // namespace
-
-bool isMboxLine(std::string_view line) {
-    if (!line.starts_with("From ")) return false;
-    line = lineOf(line);
-    for (size_t colon = line.find(':'); colon != std::string_view::npos;
-         colon = line.find(':', colon + 1))
-        if (colon > 0 && colon + 1 < line.size() && bytes::isDigit(line[colon - 1]) &&
-            bytes::isDigit(line[colon + 1]))
-            return true;
-    return false;
-}
 
 bool isFieldLine(std::string_view line) {
     size_t end = 0;
@@ -105,7 +81,7 @@ std::optional<Error> whyNoMail(std::string_view input) {
     if (withoutBlanks(input).empty()) return Error(Errc::not_mail, "empty: no mail message");
     if (!beginsWithHeader(front) && isBinary(front))
         return Error(Errc::not_mail, "not a mail message: neither text nor a header in front");
-    if (holdsManyMessages(input))
+    if (holdsSeveralMessages(input))
         return Error(Errc::is_mbox, "an mbox of several messages, which Mbox reads");
     return std::nullopt;
 }

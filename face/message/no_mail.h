@@ -14,10 +14,6 @@ namespace mimetree::inner {
 // Errc::is_mbox for several messages in one; else nothing.
 std::optional<Error> whyNoMail(std::string_view input);
 
-// True when `line`, up to its line break, looks as an mbox puts it in front of a message
-// (RFC 4155): "From ", somebody, and a time of day.
-bool isMboxLine(std::string_view line);
-
 // True when `line` begins as a header field does: a name and a colon.
 bool isFieldLine(std::string_view line);
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "face/message/bodies.h"
+#include "face/result/attempt.h"
 #include "foundation/LogNull.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
@@ -22,23 +23,6 @@ inline std::string_view view(const StringBuffer& s) { return {s.getString(), s.g
 inline std::string_view view(const DataBuffer& d) {
     return {reinterpret_cast<const char*>(d.getData2()), d.getSize()};
 }
-
-namespace inner {
-
-// Runs `work`, which may throw, and answers what it gives; the error where memory ran out, be
-// it in the standard containers or in the engine.
-template <class Work>
-auto attempt(Work work) noexcept -> decltype(work()) {
-    try {
-        const MemoryWatch watch;
-        auto made = work();
-        if (!made || !watch.wasRefused()) return made;
-    } catch (...) {  // nothing but the want of memory throws here
-    }
-    return Error(Errc::out_of_memory, "out of memory");
-}
-
-}  // namespace inner
 
 struct Tree {
     // Takes ownership of `root`; null stands for memory that ran out.

@@ -28,6 +28,7 @@ struct RawMessage {
     std::string_view flags;      // Maildir: "FS", the letters after ":2,"; else empty
     size_t number = 0;           // from 1
     uint64_t offset = 0;         // mbox: where its From line begins in the file
+    uint64_t size = 0;           // in the file; mbox: up to where the next one begins
 
     Result<Message> parse(ParseOptions options = {}) const noexcept {
         return Message::parse(bytes, options);
@@ -35,12 +36,20 @@ struct RawMessage {
 };
 
 // How an mbox tells messages apart, and what it did to lines of text that begin with "From ".
+// In all kinds a message begins with a line "From ", a sender and a date, in any form that is
+// known to have been written.  It follows a blank line, which belongs to it; where there is none,
+// a header field must follow.  An address without a known date will do between a blank line and
+// a header field, and whatever stands behind "From " in front of the file and a header field.
 enum class MboxKind {
-    automatic,  // content_length when the first messages have such fields that fit, else rd
-    rd,         // ">" in front of any number of ">" and "From ": one is taken away
-    o,          // ">" in front of "From " alone: taken away
-    content_length,  // Content-Length says where the message ends; lines are as they were
-    none,            // lines are as they were
+    // Each message by itself: content_length where that fits, else rd, which also takes away what
+    // kind o put in front of a line.
+    automatic,
+    rd,  // ">" in front of any number of ">" and "From ": one is taken away
+    o,   // ">" in front of "From " alone: taken away
+    // The field Content-Length says where the message ends, if the end of the file or a From
+    // line follows there; else the next From line does.  Lines are as they were.
+    content_length,
+    none,  // lines are as they were
 };
 
 // Where bytes come from, front to back.
@@ -48,7 +57,7 @@ class ByteSource {
 public:
     virtual ~ByteSource() = default;
 
-    // Puts up to `size` bytes into `to` and answers their number; 0 at the end, less than 0 for an
+    // Puts up to `size` bytes into `to` and answers their number; 0 at the end, and -errno for an
     // error.
     virtual std::ptrdiff_t read(char* to, size_t size) noexcept = 0;
 };
@@ -82,7 +91,8 @@ private:
 }  // namespace detail
 
 // An mbox (RFC 4155 and its kin), read front to back through a buffer as large as its largest
-// message.
+// message.  Text in front of the first From line is a message without one; an empty file has no
+// messages, and what begins with no text is an error.
 class MIMETREE_API Mbox {
 public:
     static Result<Mbox> open(const std::string& path, MboxKind kind = MboxKind::automatic) noexcept;
@@ -95,7 +105,8 @@ public:
     Mbox& operator=(Mbox&&) noexcept;
     ~Mbox();
 
-    MboxKind kind() const noexcept;  // what automatic came to
+    // As asked for; of the current message, where that was automatic.
+    MboxKind kind() const noexcept;
 
     // Goes on to the next message; false at the end and after an error.
     bool next() noexcept;
@@ -106,7 +117,7 @@ public:
 
     // False when reading stopped before the end; the reason why.
     bool ok() const noexcept;
-    const Error& error() const noexcept;
+    const Error& error() const noexcept;  // only when not ok()
 
 private:
     struct State;

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lines ">From " of an mbox back to what they were.  Mbox calls it for each message.
+
+#include "face/mailbox/quoting.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "foundation/bytes/bytes.h"
+
+namespace mimetree::inner {
+
+namespace {
+
+bool isQuoted(std::string_view line, MboxKind kind) noexcept {
+    const size_t quotes = line.find_first_not_of('>');
+    if (quotes == 0 || quotes == std::string_view::npos) return false;
+    return line.substr(quotes).starts_with("From ") && (quotes == 1 || kind == MboxKind::rd);
+}
+
+// The next quoted line that begins behind `from`, or the end.
+const char* nextQuoted(const char* from, const char* end, MboxKind kind) noexcept {
+    while (const char* const hit = bytes::find(from, static_cast<size_t>(end - from), "\n>", 2)) {
+        from = hit + 1;
+        if (isQuoted({from, static_cast<size_t>(end - from)}, kind)) return from;
+    }
+    return end;
+}
+
+}  // namespace
+
+size_t unquoteFromLines(char* text, size_t size, MboxKind kind) noexcept {
+    if (kind != MboxKind::rd && kind != MboxKind::o) return size;
+    const char* const end = text + size;
+    const char* from = text;
+    char* to = text;
+    const char* quote = isQuoted({text, size}, kind) ? text : nextQuoted(text, end, kind);
+    while (true) {
+        const size_t run = static_cast<size_t>(quote - from);
+        if (to != from) std::memmove(to, from, run);
+        to += run;
+        if (quote == end) return static_cast<size_t>(to - text);
+        from = quote + 1;
+        quote = nextQuoted(from, end, kind);
+    }
+}
+
+}  // namespace mimetree::inner

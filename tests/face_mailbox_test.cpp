@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+// Mbox and Maildir: what programs write comes back as it was, and nothing is lost.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <vector>
+
+#include "face/mailbox/separator.h"
+#include "mimetree/mailbox.hpp"
+
+namespace fs = std::filesystem;
+using mimetree::Mbox;
+using mimetree::MboxKind;
+using mimetree::RawMessage;
+using mimetree::inner::LineBefore;
+
+namespace {
+
+constexpr const char* kFromLine = "From ann@example.org Thu Nov  1 12:34:56 2001";
+
+// Gives a text in pieces of one size, and an error where `good` bytes are read.
+class Pieces final : public mimetree::ByteSource {
+public:
+    Pieces(std::string_view text, size_t piece, size_t good = SIZE_MAX)
+        : m_text(text), m_piece(piece), m_good(good) {}
+    std::ptrdiff_t read(char* to, size_t size) noexcept override {
+        if (m_good == 0) return -EIO;
+        const size_t n = std::min({size, m_piece, m_text.size(), m_good});
+        m_text.copy(to, n);
+        m_text.remove_prefix(n);
+        m_good -= n;
+        return static_cast<std::ptrdiff_t>(n);
+    }
+
+private:
+    std::string_view m_text;
+    size_t m_piece, m_good;
+};
+
+Mbox mbox_of(std::string_view text, MboxKind kind, size_t piece = 1 << 16) {
+    return Mbox::from(std::make_unique<Pieces>(text, piece), "box", kind).value();
+}
+
+std::vector<std::string> read_all(std::string_view text, MboxKind kind, size_t piece = 1 << 16) {
+    Mbox box = mbox_of(text, kind, piece);
+    std::vector<std::string> mails;
+    uint64_t covered = 0;
+    for (const RawMessage& raw : box) {
+        mails.emplace_back(raw.bytes);
+        EXPECT_EQ(raw.number, mails.size());
+        EXPECT_EQ(raw.offset, covered);
+        covered += raw.size;
+    }
+    EXPECT_TRUE(box.ok());
+    EXPECT_EQ(covered, text.size());
+    return mails;
+}
+
+struct Style {
+    MboxKind written, read;
+    const char* lineEnd;
+};
+
+std::string mail_of(std::mt19937& random, const Style& style) {
+    static constexpr const char* kLines[] = {
+        "From the beginning", ">From here", ">>From there", "",    "text",
+        "From: nobody",       ">",          "From ",        "Fro", kFromLine,
+        "Content-Length: 7"};
+    // What no quoting tells apart: with kind none only what begins no message is kept.
+    const size_t choices = style.written == MboxKind::none ? 9 : std::size(kLines);
+    const std::string end = style.lineEnd;
+    std::string body;
+    for (unsigned n = random() % 8; n > 0; --n) {
+        std::string line = kLines[random() % choices];
+        // The same line stands for two under this kind.
+        if (style.written == MboxKind::o && line.starts_with(">From")) line += "!", line[0] = '|';
+        body += line + end;
+    }
+    std::string header = "Subject: a mail" + end;
+    if (style.written == MboxKind::content_length)
+        header += "Content-Length: " + std::to_string(body.size()) + end;
+    return header + end + body;
+}
+
+void write_mail(std::string& box, const std::string& mail, const Style& style) {
+    box += kFromLine + std::string(style.lineEnd);
+    for (size_t at = 0; at < mail.size();) {
+        const size_t stop = mail.find('\n', at) + 1;
+        const std::string_view line = std::string_view(mail).substr(at, stop - at);
+        const size_t quotes = line.find_first_not_of('>');
+        const bool is_from = line.substr(std::min(quotes, line.size())).starts_with("From ");
+        if (is_from && (style.written == MboxKind::rd || (style.written == MboxKind::o && !quotes)))
+            box += '>';
+        box += line;
+        at = stop;
+    }
+    box += style.lineEnd;
+}
+
+TEST(Mbox, GivesBackWhatWasWrittenAtEachBufferSize) {
+    std::mt19937 random(7);
+    for (const char* lineEnd : {"\n", "\r\n"})
+        for (const Style style : {Style{MboxKind::rd, MboxKind::rd, lineEnd},
+                                  {MboxKind::o, MboxKind::o, lineEnd},
+                                  {MboxKind::content_length, MboxKind::content_length, lineEnd},
+                                  {MboxKind::none, MboxKind::none, lineEnd},
+                                  {MboxKind::rd, MboxKind::automatic, lineEnd},
+                                  {MboxKind::content_length, MboxKind::automatic, lineEnd}})
+            for (int round = 0; round < 20; ++round) {
+                std::vector<std::string> mails;
+                std::string box;
+                for (int i = 0; i < 10; ++i) {
+                    mails.push_back(mail_of(random, style));
+                    write_mail(box, mails.back(), style);
+                }
+                for (const size_t piece : {1, 3, 64, 1000, 100000})
+                    ASSERT_EQ(read_all(box, style.read, piece), mails) << box;
+            }
+}
+
+TEST(Mbox, LargeMessagesComeWhole) {
+    const Style style{MboxKind::rd, MboxKind::rd, "\n"};
+    std::vector<std::string> mails;
+    std::string box;
+    for (const unsigned lines : {1u, 40000u, 3u, 90000u, 90000u, 2u}) {
+        mails.push_back("Subject: large\n\n");
+        for (unsigned i = 0; i < lines; ++i)
+            mails.back() += "From here to " + std::to_string(i) + "\n";
+        write_mail(box, mails.back(), style);
+    }
+    EXPECT_EQ(read_all(box, MboxKind::automatic), mails);
+}
+
+struct LineRow {
+    const char* text;
+    bool at_start, after_blank, after_text;
+};
+
+constexpr LineRow kLineRows[] = {
+    {"From ann@example.org Thu Nov  1 12:34:56 2001\nTo: x", true, true, true},
+    {"From ann@example.org Thu Nov  1 12:34:56 2001\r\nTo: x", true, true, true},
+    {"From ann@example.org Thu Nov  1 12:34:56 2001\ntext", true, true, false},
+    {"From ann@example.org Thu Nov  1 12:34:56 2001", true, true, false},
+    {"From 123@xxx Mon Jan 01 12:34:56 +0000 2018\nX: y", true, true, true},
+    {"From - Thu Nov 01 12:34:56 2001\nX: y", true, true, true},
+    {"From ???@??? Thu Nov 01 12:34:56 2001\nX: y", true, true, true},
+    {"From MAILER-DAEMON Thu Nov  1 12:34 2001 +0100\nX: y", true, true, true},
+    {"From a Thu Nov  1 12:34:56 MET DST 2001 remote from b\nX: y", true, true, true},
+    {"From ann@example.org Thu, 1 Nov 2001 12:34:56 -0500 (EST)\nX: y", true, true, true},
+    {"From ann at example.org  Thu Nov  1 12:34:56 2001\nX: y", true, true, true},
+    {"From \"Ann Other\"@example.org Thu Nov  1 12:34:56 2001\nX: y", true, true, true},
+    {"From Ann Other <ann@example.org> Thu Nov  1 12:34:56 2001\nX: y", true, true, true},
+    {"From  Thu Nov  1 12:34:56 2001\nX: y", true, true, true},
+    {"From ann@example.org 2001-11-01 12:34:56\nX: y", true, true, true},
+    {"From ann@example.org 2001-11-01T12:34:56Z\nX: y", true, true, true},
+    {"From ann@example.org jeu. nov. 1 12:34:56 2001\nX: y", true, true, false},
+    {"From ann@example.org\nX: y", true, true, false},
+    {"From ann@example.org\ntext", false, false, false},
+    {"From nobody\nX: y", true, false, false},
+    {"From the beginning\ntext", false, false, false},
+    {"From the office at Thu Nov  1 12:34:56 2001\ntext", false, false, false},
+    {"From Monday to Friday, 12:34 to 15:00\nX: y", true, false, false},
+    {"From: ann@example.org\nX: y", false, false, false},
+    {"from ann@example.org Thu Nov  1 12:34:56 2001\nTo: x", false, false, false},
+};
+
+TEST(Mbox, KnowsALineThatBeginsAMessage) {
+    using mimetree::inner::beginsMessage;
+    for (const LineRow& row : kLineRows) {
+        EXPECT_EQ(beginsMessage(row.text, LineBefore::start_of_file), row.at_start) << row.text;
+        EXPECT_EQ(beginsMessage(row.text, LineBefore::blank_line), row.after_blank) << row.text;
+        EXPECT_EQ(beginsMessage(row.text, LineBefore::text), row.after_text) << row.text;
+    }
+}
+
+struct BoxRow {
+    const char* what;
+    MboxKind kind;
+    std::string text;
+    std::vector<std::string> mails;
+};
+
+TEST(Mbox, ReadsOddFiles) {
+    const std::string from = kFromLine + std::string("\n");
+    const std::string a = "A: 1\n\nx\n", b = "B: 2\n\ny\n";
+    const std::string three = "A: 1\nContent-Length: 3\n\n";
+    const BoxRow rows[] = {
+        {"nothing", MboxKind::automatic, "", {}},
+        {"no blank lines", MboxKind::automatic, from + a + from + b, {a, b}},
+        {"cut in a body",
+         MboxKind::automatic,
+         from + a + "\n" + from + "B: 2\n\ny",
+         {a, "B: 2\n\ny"}},
+        {"cut in a From line",
+         MboxKind::automatic,
+         from + a + "\nFrom ann@e",
+         {a + "\nFrom ann@e"}},
+        {"a mail alone", MboxKind::automatic, a, {a}},
+        {"text in front", MboxKind::automatic, "x\n\n" + from + b, {"x\n", b}},
+        {"messages without anything", MboxKind::automatic, from + "\n" + from, {"", ""}},
+        {"too short a length",
+         MboxKind::automatic,
+         from + three + "xxxx\n\n" + from + b,
+         {three + "xxxx\n", b}},
+        {"too long a length",
+         MboxKind::content_length,
+         from + three + "\n\n" + from + b,
+         {three + "\n", b}},
+        {"a length behind the end", MboxKind::content_length, from + three + "x", {three + "x"}},
+        {"no length where it is wanted",
+         MboxKind::content_length,
+         from + a + "\n" + from + b,
+         {a, b}},
+        {"a length without the last line end",
+         MboxKind::content_length,
+         from + three + "abc\n\n" + from + b,
+         {three + "abc", b}},
+        {"quoted, and a length of before",
+         MboxKind::automatic,
+         from + "Content-Length: 6\n\n>From \n\n" + from + b,
+         {"Content-Length: 6\n\nFrom \n", b}},
+    };
+    for (const BoxRow& row : rows) EXPECT_EQ(read_all(row.text, row.kind), row.mails) << row.what;
+}
+
+TEST(Mbox, AFailedReadIsToldBehindTheMessagesBefore) {
+    std::string text;
+    for (int i = 0; i < 4; ++i) text += kFromLine + std::string("\nA: 1\n\nbody\n\n");
+    for (size_t good = 0; good <= text.size(); ++good) {
+        auto box = Mbox::from(std::make_unique<Pieces>(text, 5, good), "box");
+        while (box && box->next()) EXPECT_LE(box->current().offset + box->current().size, good);
+        EXPECT_FALSE(box && box->ok());
+        EXPECT_EQ((box ? box->error() : box.error()).code(), mimetree::Errc::io);
+    }
+    EXPECT_EQ(Mbox::open("/none/such").error().code(), mimetree::Errc::io);
+    EXPECT_EQ(Mbox::open("/").error().code(), mimetree::Errc::io);
+    EXPECT_EQ(Mbox::from(std::make_unique<Pieces>(std::string_view("\x7F"
+                                                                   "ELF\0",
+                                                                   5),
+                                                  5),
+                         "a")
+                  .error()
+                  .code(),
+              mimetree::Errc::not_mail);
+}
+
+void put_file(const fs::path& path, std::string_view content) { std::ofstream(path) << content; }
+
+TEST(Maildir, ReadsFilesByNameAndPassesOverWhatIsNone) {
+    const fs::path dir = fs::temp_directory_path() / ("maildir" + std::to_string(getpid()));
+    for (const char* name : {"new", "cur", "tmp", ".Sub/cur"}) fs::create_directories(dir / name);
+    put_file(dir / "new/3.a", "new");
+    put_file(dir / "cur/1.a:2,FS", "first");
+    put_file(dir / "cur/2.a:2,", "second");
+    put_file(dir / "cur/4.a", "moved");
+    put_file(dir / "cur/5.a", "deleted");
+    put_file(dir / "cur/.hidden", "x");
+    put_file(dir / "tmp/0.a", "x");
+    mkfifo((dir / "cur/6.pipe").c_str(), 0600);
+    fs::create_symlink("7.loop", dir / "cur/7.loop");
+    auto box = mimetree::Maildir::open(dir.string()).value();
+    fs::rename(dir / "cur/4.a", dir / "cur/4.a:2,R");
+    fs::remove(dir / "cur/5.a");
+    std::vector<std::string> got;
+    for (const RawMessage& raw : box)
+        got.push_back(std::to_string(raw.number) + std::string(raw.bytes) + std::string(raw.flags));
+    EXPECT_EQ(got, (std::vector<std::string>{"1firstFS", "2second", "3new", "4movedR"}));
+    EXPECT_EQ(box.skipped(), 3u);
+    EXPECT_FALSE(box.ok());
+    EXPECT_NE(box.error().message().find("7.loop"), std::string::npos);
+    EXPECT_FALSE(mimetree::Maildir::open((dir / "cur").string()).has_value());
+    fs::remove_all(dir);
+}
+
+}  // namespace
