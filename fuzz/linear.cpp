@@ -1,20 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Looks for input that costs more than linear time: a mail of a prefix, one or two units of
-// one to four words repeated, and a suffix, timed at n and 4 n through everything that reads or
-// writes mail. What seems to grow faster is timed again, longer and larger, before it is told.
-// usage: linear SECONDS [SEED]     (status 1 when something was found)
+// one to four words repeated, and a suffix, timed at n and 4 n through everything that reads,
+// changes or writes mail (operations.cpp) and the program's commands. What seems to grow faster is
+// timed again, longer and larger, before it is told. usage: linear SECONDS [SEED]     (status 1
+// when something was found)
+
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
-#include <functional>
+#include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
-#include "foundation/LogNull.h"
-#include "foundation/_zqEmailAddress.h"
-#include "laws.h"
 #include "mail_words.h"
+#include "operations.h"
 
 namespace {
 
@@ -57,10 +61,17 @@ struct Template {
     }
 };
 
-std::string words(unsigned most) {
+template <size_t N>
+const char* oneOf(const char* const (&list)[N]) {
+    return list[below(static_cast<unsigned>(N))];
+}
+
+enum class Kind { Mail, Xml };
+
+std::string words(Kind kind, unsigned most) {
     std::string text;
     for (unsigned n = below(most + 1); n; --n)
-        text += kMailWords[below(static_cast<unsigned>(std::size(kMailWords)))];
+        text += kind == Kind::Xml && below(2) ? oneOf(kXmlWords) : oneOf(kMailWords);
     return text;
 }
 
@@ -94,105 +105,25 @@ const char* const kNumberedUnits[] = {
     "--b\r\nContent-Type: text/plain; name=f%\r\n\r\nx\r\n",
     "<a%>"};
 
-Unit randomUnit() {
+Unit randomUnit(Kind kind) {
     Unit unit;
     unit.isNumbered = below(3) == 0;
-    if (unit.isNumbered)
-        unit.text = kNumberedUnits[below(static_cast<unsigned>(std::size(kNumberedUnits)))];
-    if (!unit.isNumbered || below(2)) unit.text += words(4);
+    if (unit.isNumbered) unit.text = oneOf(kNumberedUnits);
+    if (!unit.isNumbered || below(2)) unit.text += words(kind, 4);
     if (unit.text.empty()) unit.text = "-";
     return unit;
 }
 
 Template randomTemplate() {
     Template made;
-    made.prefix = kPrefixes[below(static_cast<unsigned>(std::size(kPrefixes)))] + words(1);
-    made.first = randomUnit();
-    if (below(2)) made.second = randomUnit();
-    made.suffix = words(2);
+    made.prefix = oneOf(kPrefixes);
+    const Kind kind = made.prefix.rfind('<', 0) == 0 ? Kind::Xml : Kind::Mail;
+    made.prefix += words(kind, 1);
+    made.first = randomUnit(kind);
+    if (below(2)) made.second = randomUnit(kind);
+    made.suffix = words(kind, 2);
     return made;
 }
-
-struct Operation {
-    const char* name;
-    void (*run)(const std::string& text);
-};
-
-void xmlIn(const std::string& text) {
-    LogNull log;
-    StringBuffer xml;
-    xml.appendN(text.data(), static_cast<unsigned>(text.size()));
-    VantrelObject::deleteObject(MimeMessage2::createMimeFromXml(xml, "mime_message", false, log));
-}
-
-void viaXml(const std::string& text) {
-    MimeMessage2 message;
-    load(message, text, /*asText*/ false);
-    LogNull log;
-    StringBuffer xml;
-    message.getMimeXml(xml, log);
-    xmlIn(bytesOf(xml));
-}
-
-void set(const std::string& text) {
-    LogNull log;
-    MimeMessage2 message;
-    for (const char* name : {"Subject", "To", "Content-Type", "Content-Disposition", "X"})
-        message.addReplaceHeaderFieldUtf8(name, text.c_str(), log);
-    message.setNameUtf8(text.c_str(), log);
-    message.setFilenameUtf8(text.c_str(), log);
-    message.setBoundary(text.c_str(), log);
-    written(message);
-}
-
-void change(const std::string& text) {
-    LogNull log;
-    MimeMessage2 message;
-    load(message, text, /*asText*/ true);
-    message.makeBinarySafeForString();
-    message.restoreBinarySafeForString();
-    message.convert8Bit(log);
-    message.makeAttachmentFilenamesRelative(log);
-    message.collapseMultiple("X", log);
-    message.moveHeaderToBottom("To", log);
-    message.uuDecodeAttachment(log);
-    VantrelObject::deleteObject(message.cloneMimeMessage(nullptr));
-}
-
-const Operation kOperations[] = {
-    {"load",
-     [](const std::string& text) {
-         MimeMessage2 m;
-         load(m, text, false);
-     }},
-    {"load as text",
-     [](const std::string& text) {
-         MimeMessage2 m;
-         load(m, text, true);
-     }},
-    {"read",
-     [](const std::string& text) {
-         MimeMessage2 m;
-         load(m, text, false);
-         readAll(m);
-     }},
-    {"write",
-     [](const std::string& text) {
-         MimeMessage2 m;
-         load(m, text, false);
-         written(m);
-     }},
-    {"set", set},
-    {"change", change},
-    {"from XML", xmlIn},
-    {"through XML", viaXml},
-    {"addresses",
-     [](const std::string& text) {
-         LogNull log;
-         ExtPtrArray list;
-         _zqEmailAddress::parseAndLoadList(text.c_str(), list, 0, log);
-     }},
-};
 
 double seconds(const Operation& operation, const std::string& text, int rounds) {
     double least = 1e9;
@@ -204,12 +135,18 @@ double seconds(const Operation& operation, const std::string& text, int rounds) 
     return least;
 }
 
-// How many times more than linear the time grows from n to 4 n; 0 when both are too short to say.
-double growth(const Operation& operation, const Template& made, size_t n, int rounds) {
-    const double large = seconds(operation, made.text(4 * n), rounds);
-    if (large < 0.004) return 0;
-    return large / (4 * seconds(operation, made.text(n), rounds) + 0.0005);
-}
+struct Trial {
+    std::string small, large;
+
+    Trial(const Template& made, size_t n) : small(made.text(n)), large(made.text(4 * n)) {}
+
+    // How many times more than linear the time grows; 0 when both are too short to say.
+    double growth(const Operation& operation, int rounds) const {
+        const double most = seconds(operation, large, rounds);
+        if (most < 0.002) return 0;
+        return most / (4 * seconds(operation, small, rounds) + 0.0005);
+    }
+};
 
 std::string shown(const std::string& text) {
     std::string out;
@@ -222,13 +159,44 @@ std::string shown(const std::string& text) {
     return out;
 }
 
-// Nested units take more from one level to the next than the caches hold; that is no fault.
-bool isFound(const Operation& operation, const Template& made) {
-    constexpr size_t kSmall = 64000;
-    return growth(operation, made, kSmall, 1) > kAllowed &&
-           growth(operation, made, kSmall, 3) > kAllowed &&
-           growth(operation, made, 4 * kSmall, 3) > kAllowed;
-}
+class Search {
+public:
+    explicit Search(std::FILE* report) : m_report(report) {}
+
+    void tryTemplate(const Template& made) {
+        ++m_tried;
+        const Trial trial(made, kSmall);
+        for (const auto* list : {&kOperations, &kCommandOperations})
+            for (const Operation& operation : *list)
+                if (isSuspect(operation, trial)) confirm(operation, made);
+    }
+
+    unsigned finish() const {
+        std::fprintf(m_report, "%u templates, %u found\n", m_tried, m_found);
+        return m_found;
+    }
+
+private:
+    static constexpr size_t kSmall = 128000;
+
+    static bool isSuspect(const Operation& operation, const Trial& trial) {
+        return trial.growth(operation, 1) > kAllowed && trial.growth(operation, 3) > kAllowed;
+    }
+
+    // Nested units take more from one level to the next than the caches hold; that is no fault.
+    void confirm(const Operation& operation, const Template& made) {
+        const double growth = Trial(made, 4 * kSmall).growth(operation, 3);
+        if (growth <= kAllowed) return;
+        ++m_found;
+        std::fprintf(m_report, "%s: %.1f x linear: %s | %s | %s | %s\n", operation.name, growth,
+                     shown(made.prefix).c_str(), shown(made.first.text).c_str(),
+                     shown(made.second.text).c_str(), shown(made.suffix).c_str());
+        std::fflush(m_report);
+    }
+
+    std::FILE* const m_report;
+    unsigned m_tried = 0, m_found = 0;
+};
 
 }  // namespace
 
@@ -238,20 +206,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     g_random.seed(argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1);
+    Search search(fdopen(dup(STDOUT_FILENO), "w"));
+    silenceCommands();
     const std::time_t end = std::time(nullptr) + std::atoi(argv[1]);
-    unsigned tried = 0, found = 0;
-    for (; std::time(nullptr) < end; ++tried) {
-        const Template made = randomTemplate();
-        for (const Operation& operation : kOperations) {
-            if (!isFound(operation, made)) continue;
-            ++found;
-            std::printf("%s: %.1f x linear: %s | %s | %s | %s\n", operation.name,
-                        growth(operation, made, 64000, 1), shown(made.prefix).c_str(),
-                        shown(made.first.text).c_str(), shown(made.second.text).c_str(),
-                        shown(made.suffix).c_str());
-            std::fflush(stdout);
-        }
-    }
-    std::printf("%u templates, %u found\n", tried, found);
-    return found != 0;
+    while (std::time(nullptr) < end) search.tryTemplate(randomTemplate());
+    return search.finish() != 0;
 }

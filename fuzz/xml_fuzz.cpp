@@ -10,43 +10,6 @@
 
 namespace {
 
-constexpr const char* kXmlWords[] = {"<mime_message>",
-                                     "</mime_message>",
-                                     "<header>",
-                                     "</header>",
-                                     "<body>",
-                                     "</body>",
-                                     "<subpart>",
-                                     "</subpart>",
-                                     "<Subject>",
-                                     "</Subject>",
-                                     "<To>",
-                                     "</To>",
-                                     "<address addr=\"",
-                                     "\" name=\"",
-                                     "\"/>",
-                                     "<Content-Type boundary=\"",
-                                     "\">",
-                                     "multipart/mixed",
-                                     "</Content-Type>",
-                                     "<![CDATA[",
-                                     "]]>",
-                                     "&#10;",
-                                     "&#13;",
-                                     "&#xA;Bcc: x",
-                                     "&lt;",
-                                     "&amp;",
-                                     "_x0A_",
-                                     "_x3A_",
-                                     "<_x42_cc_x3A_>",
-                                     "=?x?8bit?a\nBcc:_x?=",
-                                     "\n",
-                                     "\r\nBcc: e@x\r\n",
-                                     "\t",
-                                     "&#0;",
-                                     "<!--",
-                                     "-->"};
-
 std::string document(Choices& choices) {
     std::string xml;
     while (!choices.atEnd()) {
