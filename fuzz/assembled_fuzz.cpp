@@ -14,4 +14,5 @@ FUZZ_TARGET(assembled_fuzz) {
     readAll(message);
     checkWriting(message, asText);
     checkXml(message);
+    checkLog(mail, asText);
 }

@@ -2,6 +2,8 @@
 
 #include "laws.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "foundation/LogNull.h"
@@ -77,4 +79,44 @@ void checkXml(MimeMessage2& message) {
     require(back != nullptr, "its XML form is read");
     require(shapeOf(*back) == shapeOf(message), "XML gives back the parts");
     VantrelObject::deleteObject(back);
+}
+
+namespace {
+
+// Counts the lines that it is told.
+class CountingLog : public LogText {
+public:
+    CountingLog() { m_verbose = true; }
+
+    void logError(const char* text) override {
+        ++lines;
+        LogText::logError(text);
+    }
+    void logInfo(const char* text) override {
+        ++lines;
+        LogText::logInfo(text);
+    }
+    void enterContext(const char* name, bool isVerbose) override {
+        ++lines;
+        LogText::enterContext(name, isVerbose);
+    }
+    void logData(const char* name, const char* value) override {
+        ++lines;
+        LogText::logData(name, value);
+    }
+
+    std::ptrdiff_t lines = 0;
+};
+
+}  // namespace
+
+void checkLog(const std::string& text, bool asText) {
+    CountingLog log;
+    StringBuffer clue;
+    MimeMessage2 message;
+    message.loadMimeComplete2(text.data(), static_cast<unsigned>(text.size()), asText, clue, log,
+                              /*inputIsUtf8*/ false);
+    const std::string told = bytesOf(log.text());
+    require(std::count(told.begin(), told.end(), '\n') == log.lines, "no log line is forged");
+    require(told.find('\r') == std::string::npos, "nor written over");
 }

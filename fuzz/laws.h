@@ -23,3 +23,6 @@ void checkWriting(const MimeMessage2& message, bool asText);
 
 // XML gives back a tree of the same shape with as many fields.
 void checkXml(MimeMessage2& message);
+
+// A verbose log of the load has the lines that it was told, and no other.
+void checkLog(const std::string& text, bool asText);

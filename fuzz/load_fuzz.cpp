@@ -25,8 +25,10 @@ FUZZ_TARGET(load_fuzz) {
     const uint8_t dress = choices.byte();
     const bool isSqueezed = dress & 1, asText = dress & 2;
     MimeMessage2 message;
-    load(message, isSqueezed ? squeezed(choices) : choices.rest(), asText);
+    const std::string mail = isSqueezed ? squeezed(choices) : choices.rest();
+    load(message, mail, asText);
     readAll(message);
     checkWriting(message, asText);
     checkXml(message);
+    checkLog(mail, asText);
 }

@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
 # Builds the fuzz targets with clang and runs each of them for SECONDS; what they learn stays in
-# build/fuzz/corpus and is the start of the next run.  A find is left in the current folder: mend
-# the fault, and keep the file, made small, in fuzz/finds/TARGET/.
+# build/fuzz/corpus and is the start of the next run.  A find is left in build/fuzz: mend the
+# fault, and keep the file, made small, in fuzz/finds/TARGET/.
 # FUZZ_RUNS=n stops each after n inputs, the same ones each time.
 # usage: fuzz/run.sh SECONDS [TARGET...]
 set -euo pipefail
@@ -23,7 +23,8 @@ run_target() {
     local same=()
     [ -z "${FUZZ_RUNS:-}" ] || same=(-runs="$FUZZ_RUNS" -seed=1)
     if ! "build/fuzz/fuzz/$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 \
-        -dict=fuzz/mail.dict "${same[@]}" "$corpus" "${seeds[@]}" >"$corpus.log" 2>&1; then
+        -artifact_prefix=build/fuzz/ -dict=fuzz/mail.dict "${same[@]}" "$corpus" "${seeds[@]}" \
+        >"$corpus.log" 2>&1; then
         tail -n 40 "$corpus.log" >&2
         echo "$1: a find" >&2
         return 1
