@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench stress peers fuzz equality check-all packages clean
+.PHONY: build run test bench stress peers fuzz coverage equality check-all packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -46,6 +46,11 @@ FUZZ_SECONDS ?= 60
 fuzz:
 	@cmake/install-packages.sh build fuzz
 	fuzz/run.sh $(FUZZ_SECONDS)
+
+# Tells which lines of the engine the fuzz targets reach.
+coverage:
+	@cmake/install-packages.sh build ci fuzz
+	fuzz/coverage.sh
 
 # Compares what this engine makes of half a million mails with what that of COMMIT does.
 COMMIT ?= $(shell git describe --tags --abbrev=0)

@@ -15,4 +15,5 @@ FUZZ_TARGET(assembled_fuzz) {
     checkWriting(message, asText);
     checkXml(message);
     checkLog(mail, asText);
+    checkFileNames(message);
 }

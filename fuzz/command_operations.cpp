@@ -5,7 +5,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -38,9 +40,10 @@ std::string fileOf(const std::string& text) {
     return path;
 }
 
+// As many as fit on a command line.
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
-    for (size_t at = 0, end; at < text.size(); at = end + 1) {
+    for (size_t at = 0, end; at < text.size() && lines.size() < 50000; at = end + 1) {
         end = std::min(text.find('\n', at), text.size());
         lines.push_back(text.substr(at, end - at));
     }

@@ -120,3 +120,20 @@ void checkLog(const std::string& text, bool asText) {
     require(std::count(told.begin(), told.end(), '\n') == log.lines, "no log line is forged");
     require(told.find('\r') == std::string::npos, "nor written over");
 }
+
+void checkFileNames(MimeMessage2& message) {
+    const std::string folder = "/dev/null/";  // where no file can be made
+    XString directory;
+    directory.setFromUtf8(folder.c_str());
+    LogNull log;
+    ExtPtrArray paths;
+    message.extractPartsToFiles(paths, directory, log);
+    for (int i = 0; i < paths.getSize(); ++i) {
+        const std::string path = bytesOf(*static_cast<StringBuffer*>(paths.elementAt(i)));
+        const std::string name = path.substr(std::min(path.size(), folder.size()));
+        require(path.rfind(folder, 0) == 0 && name.find('/') == std::string::npos &&
+                    !name.empty() && name != "." && name != "..",
+                "a file stays in its folder");
+        require(name.size() < 256, "its name is no longer than file systems take");
+    }
+}

@@ -26,3 +26,6 @@ void checkXml(MimeMessage2& message);
 
 // A verbose log of the load has the lines that it was told, and no other.
 void checkLog(const std::string& text, bool asText);
+
+// Attachments become files of the folder that was named.
+void checkFileNames(MimeMessage2& message);
