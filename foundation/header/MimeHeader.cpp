@@ -58,7 +58,7 @@ unsigned sizeOfName(const char* line, unsigned size, unsigned n) {
 
 // What tells most names from those that MimeFields has places for.
 bool mayBeMimeField(const char* name, unsigned size) {
-    return size >= sizeof "Content-Id" - 1 && bytes::lower(*name) == 'c';
+    return size >= sizeof "Content-ID" - 1 && (*name | 0x20) == 'c';
 }
 
 bool isBreak(char c) { return c == '\r' || c == '\n'; }
@@ -238,8 +238,10 @@ bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, voi
     for (unsigned i = 0; i < count; ++i) {
         const auto [start, nameEnd] = places[i];
         const unsigned end = i + 1 < count ? places[i + 1].start - 2 : scan.size;
-        const char* const line = text + start;
-        const unsigned n = sizeOfName(line, end - start, nameEnd - start);
+        const char* const line = headerText + start;
+        const bool isPlain = headerText[nameEnd] == ':' && nameEnd - start <= kMaxNameSize;
+        const unsigned n =
+            isPlain ? nameEnd - start : sizeOfName(line, end - start, nameEnd - start);
         if (mayBeMimeField(line, n)) mime.note(line, n, static_cast<int>(i));
         new (fields + i) Field(fieldWithName(start, end - start, n));
     }
@@ -523,10 +525,10 @@ void MimeHeader::MimeFields::note(const char* name, unsigned int nameSize, int i
         std::string_view name;
         int MimeFields::*place;
     };
-    static constexpr Row kRows[] = {{"content-type", &MimeFields::contentType},
-                                    {"content-id", &MimeFields::contentId},
-                                    {"content-disposition", &MimeFields::disposition},
-                                    {"content-transfer-encoding", &MimeFields::transferEncoding}};
+    static constexpr Row kRows[] = {{"Content-Type", &MimeFields::contentType},
+                                    {"Content-ID", &MimeFields::contentId},
+                                    {"Content-Disposition", &MimeFields::disposition},
+                                    {"Content-Transfer-Encoding", &MimeFields::transferEncoding}};
     for (const Row& row : kRows)
         if (row.name.size() == nameSize && this->*row.place < 0 &&
             bytes::equalIgnoreCase(name, row.name.data(), nameSize))

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/header/plain_value.h"
 #include "mime/node/internal.h"
@@ -36,6 +37,17 @@ private:
     const char* const m_end;
 };
 
+// XML or JSON, in any letter case.
+bool namesTextFormat(const char* p, const char* end) {
+    static constexpr ByteSet kInitials("xXjJ");
+    for (; end - p >= 3; ++p) {
+        if (!kInitials.has(*p)) continue;
+        if (bytes::equalIgnoreCase(p, "xml", 3)) return true;
+        if (end - p >= 4 && bytes::equalIgnoreCase(p, "json", 4)) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 // RFC 2046 4: media that are no text.  XML and JSON are text that may be in any charset.
@@ -60,8 +72,7 @@ TypeTraits mimetree::inner::traitsOf(const char* type, unsigned size) {
         }
     }
     if (isApplication && !traits.isBinary)
-        traits.isBinary = !bytes::findIgnoreCase(type, size, "xml", 3) &&
-                          !bytes::findIgnoreCase(type, size, "json", 4);
+        traits.isBinary = !namesTextFormat(type, end);
     return traits;
 }
 
