@@ -10,15 +10,15 @@
 #include <new>
 
 #include "foundation/DataBuffer.h"
-#include "foundation/coding/EncodedWords.h"
 #include "foundation/EncodingConvert.h"
-#include "foundation/base/FileSave.h"
 #include "foundation/LogNull.h"
+#include "foundation/base/FileSave.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/line_ends.h"
 #include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
-#include "foundation/bytes/line_ends.h"
+#include "foundation/coding/EncodedWords.h"
 
 using namespace mimetree::inner;
 
@@ -183,8 +183,17 @@ bool StringBuffer::appendN(const char* s, unsigned int n) {
 }
 
 bool StringBuffer::append3(const char* a, const char* b, const char* c) {
-    StringBuffer joined;
-    return joined.append(a) && joined.append(b) && joined.append(c) ? append(joined) : refuse();
+    const char* const texts[] = {textOf(a), textOf(b), textOf(c)};
+    const size_t sizes[] = {std::strlen(texts[0]), std::strlen(texts[1]), std::strlen(texts[2])};
+    const size_t n = sizes[0] + sizes[1] + sizes[2];
+    if (n > kMaxSize) return refuse();
+    if (owns(a) || owns(b) || owns(c)) {
+        StringBuffer joined;
+        return joined.append3(a, b, c) ? append(joined) : refuse();
+    }
+    char* to = extend(static_cast<unsigned int>(n));
+    for (int i = 0; to && i < 3; to += sizes[i++]) std::memcpy(to, texts[i], sizes[i]);
+    return to != nullptr;
 }
 
 bool StringBuffer::appendChar(char c) {
@@ -286,10 +295,7 @@ void StringBuffer::trim2() {
     if (begin) removeFront(begin);
 }
 
-void StringBuffer::toLowerCase() {
-    char* data = getString_rw();
-    for (unsigned int i = 0; i < m_size; ++i) data[i] = bytes::lower(data[i]);
-}
+void StringBuffer::toLowerCase() { bytes::makeLower(getString_rw(), m_size); }
 
 namespace {
 

@@ -141,6 +141,15 @@ bool equalIgnoreCase(const char* a, const char* b, size_t n) {
     return true;
 }
 
+void makeLower(char* p, size_t n) {
+    size_t i = 0;
+    for (; n - i >= 8; i += 8) {
+        const uint64_t word = lowerWord(load<uint64_t>(p + i));
+        std::memcpy(p + i, &word, sizeof word);
+    }
+    for (; i < n; ++i) p[i] = lower(p[i]);
+}
+
 const char* findIgnoreCase(const char* p, size_t n, const char* needle, size_t m) {
     if (m == 0) return p;
     const char first = lower(needle[0]);

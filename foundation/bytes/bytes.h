@@ -27,6 +27,7 @@ size_t plainRun(const char* p, size_t n);
 bool hasC1(const char* p, size_t n);
 
 bool equalIgnoreCase(const char* a, const char* b, size_t n);
+void makeLower(char* p, size_t n);
 
 inline char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 inline bool isBlank(char c) { return c == ' ' || c == '\t'; }

@@ -22,9 +22,10 @@ constexpr uint8_t kOther = std::size(kUsualCodings);
 
 uint8_t placeOf(const StringBuffer& coding) {
     uint8_t i = 0;
-    while (i != kOther && !coding.equalsIgnoreCase2(kUsualCodings[i].data(),
-                                                    static_cast<unsigned>(kUsualCodings[i].size())))
-        ++i;
+    for (; i != kOther; ++i)
+        if (coding.getSize() == kUsualCodings[i].size() &&
+            bytes::equalIgnoreCase(coding.getString(), kUsualCodings[i].data(), coding.getSize()))
+            break;
     return i;
 }
 

@@ -71,8 +71,7 @@ TypeTraits mimetree::inner::traitsOf(const char* type, unsigned size) {
             traits.isBinary = true;
         }
     }
-    if (isApplication && !traits.isBinary)
-        traits.isBinary = !namesTextFormat(type, end);
+    if (isApplication && !traits.isBinary) traits.isBinary = !namesTextFormat(type, end);
     return traits;
 }
 

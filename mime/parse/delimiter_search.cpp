@@ -24,6 +24,17 @@ size_t leadingDashes(std::string_view text) {
     return other < text.size() ? other : text.size();
 }
 
+// Boundaries of one mail begin alike, and differ at their ends.
+bool isAt(const char* p, std::string_view delimiter) {
+    const size_t n = delimiter.size();
+    uint32_t found = 0, sought = 0;
+    if (n >= sizeof found) {
+        std::memcpy(&found, p + n - sizeof found, sizeof found);
+        std::memcpy(&sought, delimiter.data() + n - sizeof found, sizeof found);
+    }
+    return found == sought && std::memcmp(p, delimiter.data(), n) == 0;
+}
+
 const char* findPlainly(std::string_view delimiter, const char* from, const char* to) {
     return bytes::find(from, static_cast<size_t>(to - from), delimiter.data(), delimiter.size());
 }
@@ -85,8 +96,7 @@ const char* DelimiterSearch::walk(std::string_view delimiter, size_t dashes, con
     for (unsigned i = m_next; i < m_runs.size() || listRun(to); ++i) {
         const auto at = static_cast<ptrdiff_t>(m_runs[i]) - static_cast<ptrdiff_t>(dashes);
         if (at > last) break;
-        if (at >= first && std::memcmp(m_begin + at, delimiter.data(), delimiter.size()) == 0)
-            return m_begin + at;
+        if (at >= first && isAt(m_begin + at, delimiter)) return m_begin + at;
         m_steps += 1 + delimiter.size() / 64;
         if (m_steps > allowed) m_isLongWalk = true;
         if (m_isLongWalk) break;
