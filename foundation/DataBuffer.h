@@ -89,6 +89,7 @@ public:
     char* release(unsigned int& capacity);
     void swap(DataBuffer& other) noexcept;
     void shorten(unsigned int n);  // drops the last n bytes, or all of them
+    void removeFront(unsigned int n);
     void clear() {                 // gives the storage back
         if (m_data || m_shared) dropStorage();
         m_size = m_capacity = 0;

@@ -28,6 +28,12 @@ public:
     static bool EncConvert(int fromCodePage, int toCodePage, const unsigned char* data,
                            unsigned int length, DataBuffer& out, LogBase& log);
 
+    // The same to UTF-8 in the buffer itself, which takes hardly more memory than the longer of
+    // both texts: for the charsets of one byte a character in which every byte is one.  False,
+    // with the text spoiled and the buffer marked, when memory is exhausted.
+    static bool canBeInPlace(int codePage);
+    static bool toUtf8InPlace(int codePage, DataBuffer& text);
+
     // True when `codePage` is known and can hold every character of the UTF-8 text as a reader
     // knows it who takes the name of the charset strictly.
     static bool canHold(int codePage, const char* utf8, unsigned int length);

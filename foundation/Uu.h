@@ -14,5 +14,6 @@ class StringBuffer;
 class MIMETREE_API Uu {
 public:
     bool uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log);
+    bool uu_decode(const char* text, unsigned int size, DataBuffer& out, LogBase& log);
     bool uu_decode2(const char* text, bool reserved, DataBuffer& out, LogBase& log);
 };

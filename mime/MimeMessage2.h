@@ -433,14 +433,19 @@ private:
     void cacheDispositionParams(StringBuffer& field, LogBase& log);
     void recacheField(const StringBuffer& name, LogBase& log);
     Stored decodeBody(const char* encoding, const void* data, unsigned int size,
-                      const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log);
+                      const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log,
+                      DataBuffer* owner = nullptr);
     Stored decodeBase64(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
     Stored decodeQP(const void* data, unsigned int size, int codePage, bool isText, LogBase& log);
     Stored uudecodeBody(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
-    Stored store8bit(const void* data, unsigned int size, int codePage, bool isText, LogBase& log);
+    Stored store8bit(const void* data, unsigned int size, int codePage, bool isText, LogBase& log,
+                     DataBuffer* owner = nullptr);
+    int codePageOf8bit(const void* data, unsigned int size, int codePage, LogBase& log);
     Stored convertBodyToUtf8(int codePage, LogBase& log);
+    Stored storeConverted(int codePage, const void* data, unsigned int size, DataBuffer* owner,
+                          LogBase& log);
     void noteReceived(Stored stored);
     bool isToBeConverted(int codePage, bool isText) const;
     bool isReadAsText() const;

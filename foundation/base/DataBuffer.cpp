@@ -197,6 +197,14 @@ void DataBuffer::shorten(unsigned int n) {
     if (m_data && !m_shared) m_data[m_size] = 0;
 }
 
+// Bytes of shared storage stay where they are.
+void DataBuffer::removeFront(unsigned int n) {
+    if (n > m_size) n = m_size;
+    if (m_shared) m_data += n;
+    else if (n) std::memmove(m_data, m_data + n, m_size - n);
+    shorten(n);
+}
+
 bool DataBuffer::is7bit(unsigned int n) const {
     return bytes::isAscii(chars(m_data), n < m_size ? n : m_size);
 }

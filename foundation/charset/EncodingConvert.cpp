@@ -7,6 +7,7 @@
 
 #include "foundation/EncodingConvert.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "foundation/DataBuffer.h"
@@ -85,24 +86,165 @@ const Codec* findCodec(int codePage) {
 using Direction = bool (*)(const Codec& codec, Source in, Output& out);
 
 // Appends what one direction of a codec makes of the bytes, or nothing.
-bool run(Direction step, const Codec& codec, Source in, DataBuffer& buffer) {
-    const bool isFresh = buffer.isEmpty();
+bool append(Direction step, const Codec& codec, Source in, DataBuffer& buffer) {
     Output out(buffer);
     if (!out.roomForText(in.size()) || !step(codec, in, out)) {
         out.abandon();
         return false;
     }
     out.finish();
-    // A buffer that is being filled piece by piece keeps its room for the next piece.
+    return true;
+}
+
+// A buffer that is being filled piece by piece keeps its room for the next piece.
+bool run(Direction step, const Codec& codec, Source in, DataBuffer& buffer) {
+    const bool isFresh = buffer.isEmpty();
+    if (!append(step, codec, in, buffer)) return false;
     if (isFresh) buffer.shrinkToFit();
     return true;
 }
 
+// -- Long texts
+
+constexpr size_t kPiece = 16 * 1024;
+
+bool isSingleByte(const Codec& codec) {
+    const charset::CodecList singles = charset::singleByteCodecs();
+    return &codec >= singles.begin() && &codec < singles.end();
+}
+
+// In most charsets a line begins in the state in which the text does.
+bool beginsAnewWithEachLine(const Codec& codec) {
+    constexpr int kUtf7 = 65000, kHz = 52936;
+    const int codePage = codec.codePage;
+    return !codepage::isUtf16Or32(codePage) && codePage != codepage::kUtf8 && codePage != kUtf7 &&
+           codePage != kHz;
+}
+
+// What of the text can be decoded by itself; all of it where nothing tells a place to cut.
+Source firstPiece(const Codec& codec, Source in) {
+    if (in.size() <= kPiece || !beginsAnewWithEachLine(codec)) return in;
+    const unsigned char* end = in.p + kPiece;
+    if (!isSingleByte(codec))
+        while (end != in.p && end[-1] != '\n') --end;
+    return end == in.p ? in : Source{in.p, end};
+}
+
+// Room in `buffer` for one piece after the other: as much as the pieces so far say that the rest
+// will take.  The bound of what it may take is several times the text.
+class PieceRoom {
+public:
+    PieceRoom(DataBuffer& buffer, Source in)
+        : m_buffer(buffer), m_before(buffer.getSize()), m_in(in) {}
+
+    bool make(Source piece) {
+        const uint64_t size = m_buffer.getSize();
+        const uint64_t needed = size + kLongest * piece.size() + kSlack;
+        if (needed <= m_reserved) return true;
+        m_reserved = std::min<uint64_t>(std::max(needed, likely(piece)), kMaxSize);
+        return m_buffer.reserve(static_cast<unsigned>(m_reserved));
+    }
+
+private:
+    static constexpr unsigned kLongest = 3;  // bytes of UTF-8 for a byte
+    static constexpr unsigned kSlack = 128;
+
+    // Limit: one step makes no more room than twice the text, or else for a quarter of it.
+    uint64_t likely(Source piece) const {
+        const uint64_t size = m_buffer.getSize(), made = size - m_before;
+        const auto taken = static_cast<uint64_t>(piece.p - m_in.p);
+        if (taken == 0) return 0;
+        const auto left = static_cast<uint64_t>(m_in.end - piece.p);
+        const uint64_t atThatRate = made * left / taken;
+        const uint64_t whole = m_in.size();
+        return std::min(size + atThatRate + atThatRate / 16,
+                        std::max(m_before + 2 * whole, size + whole / 4));
+    }
+
+    DataBuffer& m_buffer;
+    const unsigned m_before;
+    const Source m_in;
+    uint64_t m_reserved = 0;
+};
+
+bool decode(const Codec& codec, Source in, DataBuffer& buffer) {
+    if (firstPiece(codec, in).end == in.end) return run(codec.decode, codec, in, buffer);
+    const unsigned before = buffer.getSize();
+    PieceRoom room(buffer, in);
+    for (Source rest = in; !rest.isEmpty();) {
+        const Source piece = firstPiece(codec, rest);
+        if (!room.make(piece) || !append(codec.decode, codec, piece, buffer)) {
+            buffer.shorten(buffer.getSize() - before);
+            return false;
+        }
+        rest.p = piece.end;
+    }
+    if (before == 0) buffer.shrinkToFit();
+    return true;
+}
+
+// A text that becomes UTF-8 where it stands: what is made, a gap, and what is not read yet.
+class InPlace {
+public:
+    InPlace(const Codec& codec, DataBuffer& text)
+        : m_codec(codec), m_text(text), m_whole(text.getSize()) {}
+
+    bool run() {
+        DataBuffer piece;
+        for (m_begin = m_text.getData2_rw(); m_begin && m_from != m_text.getSize();) {
+            const unsigned left = m_text.getSize() - m_from;
+            const unsigned taken = left < kPiece ? left : unsigned{kPiece};
+            const unsigned char* const from = m_begin + m_from;
+            piece.shorten(piece.getSize());
+            if (!append(m_codec.decode, m_codec, {from, from + taken}, piece)) return false;
+            m_from += taken;
+            if (m_from - m_to < piece.getSize() && !widen(piece.getSize(), taken)) return false;
+            std::memcpy(m_begin + m_to, piece.getData2(), piece.getSize());
+            m_to += piece.getSize();
+        }
+        m_text.shorten(m_text.getSize() - m_to);
+        m_text.shrinkToFit();
+        return m_begin != nullptr;
+    }
+
+private:
+    // As wide as the rest needs if it grows as the last piece did.
+    bool widen(unsigned made, unsigned taken) {
+        const unsigned left = m_text.getSize() - m_from;
+        const uint64_t likely = uint64_t{left} * (made - taken) / taken;
+        const uint64_t size = m_text.getSize();
+        const uint64_t allowed = std::max(uint64_t{m_whole} * 2, size + m_whole / 4);
+        const uint64_t more = std::max<uint64_t>(std::min(made + likely, allowed - size), made);
+        if (more > kMaxSize - m_text.getSize()) return m_text.markFailed(), false;
+        const unsigned wider = static_cast<unsigned>(more);
+        if (!m_text.reserve(m_text.getSize() + wider) || !m_text.extend(wider)) return false;
+        m_begin = m_text.getData2_rw();
+        std::memmove(m_begin + m_from + wider, m_begin + m_from, left);
+        m_from += wider;
+        return true;
+    }
+
+    const Codec& m_codec;
+    DataBuffer& m_text;
+    const unsigned m_whole;
+    unsigned char* m_begin = nullptr;
+    unsigned m_to = 0, m_from = 0;
+};
+
+// Whether every byte is a character of the charset.
+bool isTotal(const Codec& codec) {
+    unsigned char all[128];
+    DataBuffer text;
+    for (unsigned i = 0; i < sizeof all; ++i) all[i] = static_cast<unsigned char>(0x80 + i);
+    return isSingleByte(codec) && append(codec.decode, codec, {all, all + sizeof all}, text) &&
+           !text.containsSubstring("\xEF\xBF\xBD", kMaxSize);
+}
+
 bool convert(const Codec& from, const Codec& to, Source in, DataBuffer& out) {
-    if (to.codePage == codepage::kUtf8) return run(from.decode, from, in, out);
+    if (to.codePage == codepage::kUtf8) return decode(from, in, out);
     if (from.codePage == codepage::kUtf8) return run(to.encode, to, in, out);
     DataBuffer text;
-    if (!run(from.decode, from, in, text)) return false;
+    if (!decode(from, in, text)) return false;
     return run(to.encode, to, {text.getData2(), text.getData2() + text.getSize()}, out);
 }
 
@@ -115,7 +257,7 @@ constexpr Forms kForms[] = {{50220, 51932}, {50225, 51949}};
 
 bool decodesWhole(const Codec& codec, Source in) {
     DataBuffer text;
-    return run(codec.decode, codec, in, text) && !text.containsSubstring("\xEF\xBF\xBD", kMaxSize);
+    return decode(codec, in, text) && !text.containsSubstring("\xEF\xBF\xBD", kMaxSize);
 }
 
 // Tolerated: 8-bit text that is labelled with a charset of 7 bits by a mailer that forgot to
@@ -146,6 +288,18 @@ bool EncodingConvert::EncConvert(int fromCodePage, int toCodePage, const unsigne
     if (!out.owns(data)) return convert(*from, *to, {data, data + length}, out);
     DataBuffer result;  // `out` would move its own bytes while they are read
     return convert(*from, *to, {data, data + length}, result) && out.append(result);
+}
+
+bool EncodingConvert::canBeInPlace(int codePage) {
+    const Codec* const codec = findCodec(codePage);
+    return codec && isTotal(*codec);
+}
+
+bool EncodingConvert::toUtf8InPlace(int codePage, DataBuffer& text) {
+    const Codec* const codec = findCodec(codePage);
+    if (codec && InPlace(*codec, text).run()) return true;
+    text.markFailed();
+    return false;
 }
 
 bool EncodingConvert::canHold(int codePage, const char* utf8, unsigned int length) {

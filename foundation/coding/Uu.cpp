@@ -161,12 +161,17 @@ bool decodeText(const char* text, size_t textSize, DataBuffer& out, LogBase& log
 }  // namespace
 
 bool Uu::uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log) {
-    return decodeText(text.getString(), text.getSize(), out, log);
+    return uu_decode(text.getString(), text.getSize(), out, log);
+}
+
+// Text within `out` would move when that grows.
+bool Uu::uu_decode(const char* text, unsigned int size, DataBuffer& out, LogBase& log) {
+    if (!out.owns(text)) return decodeText(text, size, out, log);
+    DataBuffer apart;
+    return decodeText(text, size, apart, log) && out.append(apart);
 }
 
 bool Uu::uu_decode2(const char* text, bool, DataBuffer& out, LogBase& log) {
     if (!text) return false;
-    if (!out.owns(text)) return decodeText(text, std::strlen(text), out, log);
-    DataBuffer apart;  // growing would move the text
-    return decodeText(text, std::strlen(text), apart, log) && out.append(apart);
+    return uu_decode(text, static_cast<unsigned int>(std::strlen(text)), out, log);
 }

@@ -23,6 +23,9 @@ namespace {
 constexpr unsigned k7bitProbe = 8192;
 constexpr unsigned kUtf8Probe = 8000;
 
+// From here on it matters how often a body is held.
+constexpr unsigned kLongBody = 256 * 1024;
+
 bool isIso8859(int codePage) { return codePage >= 28591 && codePage <= 28605; }
 bool isWindows125x(int codePage) { return codePage >= 1250 && codePage <= 1258; }
 
@@ -52,10 +55,9 @@ constexpr ByteOrderMark kMarks[] = {
     {"\x00\x00\xFE\xFF", 4, 4, "MIME body is UTF32BE."},
 };
 
-const ByteOrderMark* markOf(const DataBuffer& body) {
+const ByteOrderMark* markOf(const unsigned char* body, unsigned size) {
     for (const ByteOrderMark& mark : kMarks)
-        if (body.getSize() >= mark.shortestBody &&
-            std::memcmp(body.getData2(), mark.bytes, mark.size) == 0)
+        if (size >= mark.shortestBody && std::memcmp(body, mark.bytes, mark.size) == 0)
             return &mark;
     return nullptr;
 }
@@ -97,24 +99,28 @@ bool looksLike1252(const DataBuffer& body) {
     return n != 0 && bytes::hasC1(reinterpret_cast<const char*>(body.getData2()), n - 1);
 }
 
-// Tolerated: text labelled UTF-16LE that plainly is not.
-bool isPlainlyNoUtf16(const DataBuffer& body) {
-    return body.is7bit(k7bitProbe) && !body.containsChar('\0');
+bool isAsciiText(const unsigned char* body, unsigned size) {
+    return bytes::isAscii(reinterpret_cast<const char*>(body), size);
 }
 
-bool isAsciiText(const DataBuffer& body) {
-    return bytes::isAscii(reinterpret_cast<const char*>(body.getData2()), body.getSize());
+// Tolerated: text labelled UTF-16LE that plainly is not.
+bool isPlainlyNoUtf16(const unsigned char* body, unsigned size) {
+    return isAsciiText(body, size < k7bitProbe ? size : k7bitProbe) &&
+           (size == 0 || !std::memchr(body, 0, size));
 }
 
 // True where what was read tells no more what it was read from: bytes that are not valid, which
 // all become U+FFFD; a byte order that may be another than the charset says; in charsets of 7
 // bits, 8-bit bytes, which are read by guess, and escapes that nothing follows.
-bool leadsNoWayBack(int codePage, const DataBuffer& received, const DataBuffer& utf8) {
+bool leadsNoWayBack(int codePage, const unsigned char* received, unsigned size,
+                    const DataBuffer& utf8) {
     if (codepage::isUtf16Or32(codePage)) {
-        if (markOf(received)) return true;
+        if (markOf(received, size)) return true;
     } else if (!EncodingConvert::keepsAscii(codePage)) {
-        if (!isAsciiText(received)) return true;
-        if (isAsciiText(utf8) && !received.equals(utf8)) return true;
+        if (!isAsciiText(received, size)) return true;
+        const bool isSame = utf8.getSize() == size &&
+                            (size == 0 || std::memcmp(utf8.getData2(), received, size) == 0);
+        if (!isSame && isAsciiText(utf8.getData2(), utf8.getSize())) return true;
     }
     return utf8.containsSubstring("\xEF\xBF\xBD", utf8.getSize());
 }
@@ -147,7 +153,8 @@ MimeMessage2::BodyCoding MimeMessage2::bodyCodingOf(const char* name) {
 
 MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* data,
                                               unsigned int size, const _zqCharset& charset,
-                                              bool isText, bool bIsUtf8, LogBase& log) {
+                                              bool isText, bool bIsUtf8, LogBase& log,
+                                              DataBuffer* owner) {
     OperationContext context(log, "setMimeBodyByEncoding");
     log.verboseData("encoding", encoding ? encoding : "");
     log.verboseLong("isText", isText);
@@ -160,7 +167,8 @@ MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* 
     if (coding == BodyCoding::QuotedPrintable) return decodeQP(data, size, codePage, isText, log);
     if (coding == BodyCoding::Base64) return decodeBase64(data, size, codePage, isText, log);
     if (coding == BodyCoding::Uuencode) return uudecodeBody(data, size, codePage, isText, log);
-    const Stored stored = store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log);
+    const Stored stored =
+        store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log, owner);
     // RFC 2046 5.2.1: an attached message may not be labelled binary.
     if (coding == BodyCoding::Binary && m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
         setContentEncoding("8bit", log);
@@ -202,7 +210,7 @@ MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int s
     ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
     if (!isText) return Stored::NoText;
     if (codePage == codepage::kNone || codePage == codepage::kUtf8) return Stored::AsItCame;
-    if (codePage == codepage::kUtf16LE && isPlainlyNoUtf16(m_mimeBody)) return Stored::AsItCame;
+    if (codePage == codepage::kUtf16LE && isPlainlyNoUtf16(m_mimeBody.getData2(), m_mimeBody.getSize())) return Stored::AsItCame;
     return convertBodyToUtf8(codePage, log);
 }
 
@@ -225,7 +233,7 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
         log.verboseInfo("Set quoted-printable non-text MIME body.");
         return Stored::NoText;
     }
-    if (const ByteOrderMark* mark = markOf(m_mimeBody)) {
+    if (const ByteOrderMark* mark = markOf(m_mimeBody.getData2(), m_mimeBody.getSize())) {
         if (mark->message) log.verboseInfo(mark->message);
         return Stored::AsItCame;
     }
@@ -247,14 +255,17 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
 // Tolerated: a body that is not uuencoded after all; it stays as it is.
 MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int size,
                                                 int codePage, bool isText, LogBase& log) {
-    StringBuffer text;
-    text.appendN(static_cast<const char*>(data), size);
     DataBuffer decoded;
-    if (!Uu().uu_decode(text, decoded, log)) decoded.append(text);
+    DataBuffer* const owner =
+        Uu().uu_decode(static_cast<const char*>(data), size, decoded, log) ? &decoded : nullptr;
+    if (owner) {
+        data = decoded.getData2();
+        size = decoded.getSize();
+    }
     // As base64 it will be read by that rule, too.
-    const bool keeps = codePage == codepage::kUtf16LE && isPlainlyNoUtf16(decoded);
-    const Stored stored =
-        store8bit(decoded.getData2(), decoded.getSize(), codePage, isText && !keeps, log);
+    const bool keeps = codePage == codepage::kUtf16LE &&
+                       isPlainlyNoUtf16(static_cast<const unsigned char*>(data), size);
+    const Stored stored = store8bit(data, size, codePage, isText && !keeps, log, owner);
     setContentEncoding("base64", log);
     return stored;
 }
@@ -264,49 +275,73 @@ void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const 
     if (isAlive()) store8bit(data, size, charset.getCodePage(), isText, log);
 }
 
-MimeMessage2::Stored MimeMessage2::store8bit(const void* data, unsigned int size,
-                                             int codePage, bool isText, LogBase& log) {
+// `owner`, unless it is null, holds the bytes and is emptied where they are stored as they are.
+MimeMessage2::Stored MimeMessage2::store8bit(const void* data, unsigned int size, int codePage,
+                                             bool isText, LogBase& log, DataBuffer* owner) {
     m_modified = true;
     const NewBody fresh(m_mimeBody);
     m_received = Received();
-    m_mimeBody.append(data, size);
-    if (!isText) return Stored::NoText;
-    if (codePage == codepage::kUtf8) return Stored::AsItCame;
-    const bool is7bit = m_mimeBody.is7bit(k7bitProbe);
-    if (codePage == codepage::kNone) {
-        if (is7bit) return Stored::AsItCame;
-        if (_zqUtf::isValidUtf8(m_mimeBody.getData2(), m_mimeBody.getSize(), 0)) {
-            setCharset("utf-8", log);
-            return Stored::AsItCame;
-        }
-        codePage = codepage::kLatin1;
-    }
+    if (isText) codePage = codePageOf8bit(data, size, codePage, log);
+    if (isText && codePage != codepage::kUtf8)
+        return storeConverted(codePage, data, size, owner, log);
+    if (owner) m_mimeBody.takeData(*owner);
+    else m_mimeBody.append(data, size);
+    return isText ? Stored::AsItCame : Stored::NoText;
+}
+
+// The code page from which such text is to be converted: UTF-8 where it stays as it came.
+int MimeMessage2::codePageOf8bit(const void* data, unsigned int size, int codePage, LogBase& log) {
+    if (codePage == codepage::kUtf8) return codePage;
+    const auto* const bytes = static_cast<const unsigned char*>(data);
+    const bool is7bit = isAsciiText(bytes, size < k7bitProbe ? size : k7bitProbe);
+    const bool isUnknown = codePage == codepage::kNone;
+    if (isUnknown && is7bit) return codepage::kUtf8;
     // Tolerated: UTF-8 that is labelled with a single-byte charset.
     const bool isSingleByte =
         codePage == codepage::kAscii || isIso8859(codePage) || isWindows125x(codePage);
-    if (isSingleByte && !is7bit && m_mimeBody.isReallyUtf8(codePage)) {
+    if ((isUnknown || (isSingleByte && !is7bit)) && _zqUtf::isValidUtf8(bytes, size, 0)) {
         setCharset("utf-8", log);
-        return Stored::AsItCame;
+        return codepage::kUtf8;
     }
-    return convertBodyToUtf8(codePage, log);
+    return isUnknown ? codepage::kLatin1 : codePage;
+}
+
+MimeMessage2::Stored MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
+    DataBuffer decoded;
+    decoded.takeData(m_mimeBody);
+    return storeConverted(codePage, decoded.getData2(), decoded.getSize(), &decoded, log);
 }
 
 // Kept on purpose: US-ASCII is read as ISO-8859-1, which is what it is written as.
-MimeMessage2::Stored MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::storeConverted(int codePage, const void* data, unsigned int size,
+                                                  DataBuffer* owner, LogBase& log) {
+    const auto* const bytes = static_cast<const unsigned char*>(data);
+    const auto keepIn = [&](DataBuffer& to) {
+        if (owner) to.takeData(*owner);
+        else to.append(data, size);
+    };
     if (codePage == codepage::kAscii) codePage = codepage::kLatin1;
-    if (EncodingConvert::keepsAscii(codePage) && isAsciiText(m_mimeBody)) return Stored::Converted;
-    DataBuffer utf8;
-    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8, m_mimeBody.getData2(),
-                                     m_mimeBody.getSize(), utf8, log)) {
+    if (EncodingConvert::keepsAscii(codePage) && isAsciiText(bytes, size)) {
+        keepIn(m_mimeBody);
+        return Stored::Converted;
+    }
+    if (owner && size >= kLongBody && EncodingConvert::canBeInPlace(codePage)) {
+        m_mimeBody.takeData(*owner);
+        return EncodingConvert::toUtf8InPlace(codePage, m_mimeBody) ? Stored::Converted
+                                                                    : Stored::AsItCame;
+    }
+    if (!EncodingConvert::EncConvert(codePage, codepage::kUtf8, bytes, size, m_mimeBody, log)) {
+        keepIn(m_mimeBody);
         m_mimeBody.markFailed();
         return Stored::AsItCame;
     }
-    m_mimeBody.swap(utf8);
-    if (leadsNoWayBack(codePage, utf8, m_mimeBody)) {
-        m_received.codePage = codePage;
-        m_received.takeBytes(utf8);
-    }
     m_mimeBody.shrinkToFit();
+    if (leadsNoWayBack(codePage, bytes, size, m_mimeBody)) {
+        m_received.codePage = codePage;
+        DataBuffer received;
+        keepIn(received);
+        m_received.takeBytes(received);
+    }
     return Stored::Converted;
 }
 

@@ -59,7 +59,7 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     logContentType(node);
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
-    parseLeaf(node, encoding, body, size);
+    parseLeaf(node, repaired.get(), encoding, body, size);
     return Progress::Done;
 }
 
@@ -124,7 +124,9 @@ void Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
     charset.setByName(name.getString());
 }
 
-void Loader::parseLeaf(MimeMessage2& node, const char* encoding, const char* body, unsigned size) {
+// `repaired` is a copy of the text that has served when the body was read, or null.
+void Loader::parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* encoding,
+                       const char* body, unsigned size) {
     logContentType(node);
     m_log.verboseData("charset", node.m_charset.getName());
     noteCharsetClue(node.m_charset);
@@ -151,14 +153,20 @@ void Loader::parseLeaf(MimeMessage2& node, const char* encoding, const char* bod
     coding.setString(encoding);
     DataBuffer oldBody;  // which the text may be
     oldBody.takeData(node.m_mimeBody);
-    const auto store = [&] {
+    const bool isXHtml = beginsWithXHtml(body, size);
+    DataBuffer* const owner = repaired ? &repaired->text : nullptr;  // of the body, and of it alone
+    if (owner) {
+        owner->removeFront(static_cast<unsigned>(body - repaired->begin()));
+        body = repaired->begin();
+    }
+    const auto store = [&](DataBuffer* mayBeEmptied) {
         return node.decodeBody(coding.getString(), body, size, charset, isText, m_inputIsUtf8,
-                               m_log);
+                               m_log, mayBeEmptied);
     };
 
     if (!isAttachment && codePage == codepage::kNone && type.isHtml) {
         m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
-        store();
+        store(nullptr);
         takeCharsetFromHtml(node, charset);
         node.m_mimeBody.clear();
     }
@@ -167,12 +175,12 @@ void Loader::parseLeaf(MimeMessage2& node, const char* encoding, const char* bod
     m_log.verboseData("charset", charset.getName());
     m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
     m_log.verboseLong("isText", isText);
-    const MimeMessage2::Stored stored = store();
+    const MimeMessage2::Stored stored = store(owner);
     const bool wasReally1252 = stored == MimeMessage2::Stored::ConvertedFrom1252;
     m_log.verboseLong("wasReally1252", wasReally1252);
     if (wasReally1252) node.setCharset("windows-1252", m_log);
     node.noteReceived(stored);
-    if (beginsWithXHtml(body, size)) node.setContentType("text/html", true, m_log);
+    if (isXHtml) node.setContentType("text/html", true, m_log);
 }
 
 }  // namespace mimetree::inner

@@ -6,23 +6,55 @@
 
 #include "mime/parse/header_end.h"
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <string_view>
 
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
+using line_ends::BareCr;
+
+namespace {
+
+// Null when there is none; the buffer is then marked.
+unsigned char* makeRoom(DataBuffer& buffer, unsigned size, size_t more) {
+    if (more <= 0xFFFFFFFFu - size) return buffer.extend(size + static_cast<unsigned>(more));
+    buffer.markFailed();
+    return nullptr;
+}
+
+// CRLF for each `found`, which ends with it, in place.
+void becomeCrlf(DataBuffer& text, std::string_view found) {
+    unsigned char* const begin = text.getData2_rw();
+    const auto* at = reinterpret_cast<const char*>(begin);
+    const char* const end = at + text.getSize();
+    unsigned char* to = begin;
+    while (at != end) {
+        const char* const hit =
+            bytes::find(at, static_cast<size_t>(end - at), found.data(), found.size());
+        const char* const stop = hit ? hit : end;
+        std::memmove(to, at, static_cast<size_t>(stop - at));
+        to += stop - at;
+        at = stop;
+        if (!hit) break;
+        *to++ = '\r';
+        *to++ = '\n';
+        at += found.size();
+    }
+    text.shorten(text.getSize() - static_cast<unsigned>(to - begin));
+}
+
+}  // namespace
 
 HeaderEndSearch::HeaderEndSearch(SourceText& source, const char* data, unsigned size,
-                                 LineEndings lineEndings, StringBuffer& repairBuf,
-                                 StringBuffer& convertBuf, LogBase& log)
+                                 LineEndings lineEndings, LogBase& log)
     : m_source(source),
       m_entryData(data),
       m_entrySize(size),
       m_lineEndings(lineEndings),
-      m_repairBuf(repairBuf),
-      m_convertBuf(convertBuf),
       m_log(log),
       m_data(data),
       m_size(size) {}
@@ -93,23 +125,31 @@ void HeaderEndSearch::lookForBareBreaks() {
     m_end = lfLf;
 }
 
-// Goes on in a copy with repaired line ends; true when its header ends somewhere.
+// Goes on in the copy with repaired line ends; true when its header ends somewhere.
 // Kept on purpose: a zero byte ends this search, and so the header's hope of a repair.
-bool HeaderEndSearch::settleIn(StringBuffer& repaired) {
-    m_data = repaired.getString();
-    m_size = repaired.getSize();
+bool HeaderEndSearch::settle() {
+    m_data = m_repaired.isEmpty() ? "" : reinterpret_cast<const char*>(m_repaired.getData2());
+    m_size = m_repaired.getSize();
     m_terminator = textOf(Break::CrlfCrlf).text;
     atDoubleCrlf();
     if (m_end && std::memchr(m_data, 0, static_cast<size_t>(m_end - m_data))) m_end = nullptr;
     return m_end != nullptr;
 }
 
+// From the text as it came in, which a repair in between would not make another: there is one
+// copy at a time, and it is no larger than it has to be.
+bool HeaderEndSearch::rewrite(BareCr bareCr) {
+    m_repaired.clear();
+    const size_t more = line_ends::countIncomplete(m_entryData, m_entrySize, bareCr);
+    if (unsigned char* const to = makeRoom(m_repaired, m_entrySize, more))
+        line_ends::complete(m_entryData, m_entrySize, bareCr, reinterpret_cast<char*>(to));
+    return settle();
+}
+
 bool HeaderEndSearch::rewriteAll() {
     m_log.verboseInfo("Converting all line endings to CRLF.");
-    m_convertBuf.appendN(m_data, m_size);
-    if (m_hasDoubleCr) m_convertBuf.allToCRLF();
-    else m_convertBuf.toCRLF();
-    return settleIn(m_convertBuf);
+    m_isConverted = rewrite(m_hasDoubleCr ? BareCr::BecomesCrlf : BareCr::Stays);
+    return m_isConverted;
 }
 
 // "\r\n\r\r\n", "\r\n\r", "\n\r\n"; the last gives way to a "\n\n" that begins in front of it.
@@ -130,32 +170,32 @@ bool HeaderEndSearch::atMixedBreaks() {
 bool HeaderEndSearch::rewriteBareLf() {
     if (!find(Break::LfLf, m_data + m_size)) return false;
     m_log.verboseInfo("Found LFLF, converting to CRLF");
-    m_repairBuf.appendN(m_data, m_size);
-    m_repairBuf.toCRLF();
-    settleIn(m_repairBuf);
+    rewrite(BareCr::Stays);
     return true;
 }
 
 // "A: 1\r\r\nB: 2\r\r\n\r\r\nbody"; without a CRCRLF, all bare CRs become line ends.
 bool HeaderEndSearch::rewriteCrCrLf() {
-    m_repairBuf.appendN(m_data, m_size);
-    if (m_repairBuf.containsSubstring("\r\r\n")) {
-        m_log.verboseInfo("Found CRCRLF. Fixing..");
-        m_repairBuf.replaceAllOccurances("\r\r\r\n", "\r\n");
-        m_repairBuf.replaceAllOccurances("\r\r\n", "\r\n");
-    } else {
-        m_repairBuf.allToCRLF();
-    }
-    return settleIn(m_repairBuf);
+    if (!bytes::find(m_data, m_size, "\r\r\n", 3)) return rewrite(BareCr::BecomesCrlf);
+    m_log.verboseInfo("Found CRCRLF. Fixing..");
+    if (!isRepaired()) m_repaired.append(m_entryData, m_entrySize);
+    for (const std::string_view found : {"\r\r\r\n", "\r\r\n"}) becomeCrlf(m_repaired, found);
+    return settle();
 }
 
 // "A: 1\rB: 2\r\rbody", in the text as it came in.
 bool HeaderEndSearch::rewriteBareCr() {
     if (!m_source.find(Break::CrCr, m_entryData, m_entryData + m_entrySize)) return false;
     m_log.verboseInfo("Found CRCR.");
-    m_repairBuf.setStringN(m_entryData, m_entrySize);
-    m_repairBuf.replaceAllOccurances("\r", "\r\n");
-    return settleIn(m_repairBuf);
+    m_repaired.clear();
+    const char* const end = m_entryData + m_entrySize;
+    const auto more = static_cast<size_t>(std::count(m_entryData, end, '\r'));
+    if (unsigned char* to = makeRoom(m_repaired, m_entrySize, more))
+        for (const char* p = m_entryData; p != end; ++p) {
+            *to++ = static_cast<unsigned char>(*p);
+            if (*p == '\r') *to++ = '\n';
+        }
+    return settle();
 }
 
 // -- The node's face on it
@@ -168,13 +208,19 @@ void MimeMessage2::findEndOfHeader2(const char** data, unsigned int, bool lenien
     SourceText source(*data, *data + sizeInOut);
     HeaderEndSearch search(source, *data, sizeInOut,
                            lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
-                           repairBuf, convertBuf, log);
+                           log);
     search.startFrom(*endOfHeader, *terminator);
     search.run();
+    const ptrdiff_t end = search.endOfHeader() ? search.endOfHeader() - search.data() : -1;
     *data = search.data();
     sizeInOut = search.size();
-    *endOfHeader = search.endOfHeader();
     *terminator = search.terminator();
+    if (search.isRepaired()) {
+        StringBuffer& copy = search.isConverted() ? convertBuf : repairBuf;
+        copy.takeFromDb(search.repaired());
+        *data = copy.getString();
+    }
+    *endOfHeader = end < 0 ? nullptr : *data + end;
 }
 
 const char* MimeMessage2::findEndOfHeader(const char* text) {

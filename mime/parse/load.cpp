@@ -271,8 +271,7 @@ Loader::Progress Loader::loadScanned(MimeMessage2& node, SourceText& source, con
 
 Loader::Progress Loader::loadTolerantly(MimeMessage2& node, SourceText& source, const char* data,
                                         unsigned size) {
-    StringBuffer repairBuf, convertBuf;
-    HeaderEndSearch search(source, data, size, m_lineEndings, repairBuf, convertBuf, m_log);
+    HeaderEndSearch search(source, data, size, m_lineEndings, m_log);
     search.run();
     if (m_memory.wasRefused()) return Progress::Failed;
     if (!search.endOfHeader()) return loadWithoutBlankLine(node, search.data(), search.size());
@@ -294,9 +293,8 @@ Loader::Progress Loader::loadTolerantly(MimeMessage2& node, SourceText& source, 
     const char* const coding = node.m_contentTransferEncoding.getString();
     if (!search.isRepaired()) {
         progress = openBody(node, source, nullptr, coding, body, bodySize);
-    } else if (Repaired repaired{notingRefusal(new (std::nothrow) RepairedText(
-                   text == convertBuf.getString() ? convertBuf : repairBuf))}) {
-        text = repaired->text.getString();
+    } else if (Repaired repaired{
+                   notingRefusal(new (std::nothrow) RepairedText(search.repaired()))}) {
         SourceText& copy = repaired->source;
         progress = openBody(node, copy, std::move(repaired), coding, text + bodyAt, bodySize);
     }

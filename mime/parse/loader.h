@@ -60,7 +60,8 @@ private:
                        const char* encoding, const char* body, unsigned size);
     Progress startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
                         const char* body, unsigned size, bool isSigned);
-    void parseLeaf(MimeMessage2& node, const char* encoding, const char* body, unsigned size);
+    void parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* encoding,
+                   const char* body, unsigned size);
     void logContentType(const MimeMessage2& node);
     void noteCharsetClue(const _zqCharset& charset);
     void takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
@@ -88,10 +89,12 @@ struct Loader::Entity {
 
 // A copy of a text with its line ends repaired, and what is known about it.
 struct Loader::RepairedText {
-    explicit RepairedText(StringBuffer& repaired)
-        : text(std::move(repaired)), source(text.getString(), text.getString() + text.getSize()) {}
+    explicit RepairedText(DataBuffer& repaired)
+        : text(std::move(repaired)), source(begin(), begin() + text.getSize()) {}
 
-    StringBuffer text;
+    const char* begin() const { return reinterpret_cast<const char*>(text.getData2()); }
+
+    DataBuffer text;
     SourceText source;
 };
 
