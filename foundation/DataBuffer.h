@@ -77,6 +77,9 @@ public:
     // nothing changed, when memory is exhausted or the bytes are not all there.
     bool makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n);
 
+    // The same, and the byte behind them in `whole` becomes a NUL, so that no reader needs a copy.
+    bool cutSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n);
+
     // Gives spare storage back where there is much of it.
     void shrinkToFit();
 

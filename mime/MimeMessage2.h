@@ -397,6 +397,9 @@ private:
         // From which it was converted, kept where no way leads back to them.
         void takeBytes(DataBuffer& bytes);
         const DataBuffer* bytes() const { return m_rest ? &m_rest->bytes : nullptr; }
+        void ownBytes() {  // and share them no more
+            if (m_rest) m_rest->bytes.getData2_rw();
+        }
 
     private:
         struct Rest {  // what few nodes have
@@ -411,6 +414,9 @@ private:
 
     enum class BodyCoding { None, Binary, Base64, QuotedPrintable, Uuencode };
     static BodyCoding bodyCodingOf(const char* name);
+    static bool isStoredAsItStands(const char* coding) {
+        return bodyCodingOf(coding) <= BodyCoding::Binary;
+    }
 
     class Held;
     bool isWithinString(const char* p) const;

@@ -88,6 +88,12 @@ bool DataBuffer::makeSliceOf(DataBuffer& whole, unsigned int offset, unsigned in
     return true;
 }
 
+bool DataBuffer::cutSliceOf(DataBuffer& whole, unsigned int offset, unsigned int n) {
+    if (!makeSliceOf(whole, offset, n)) return false;
+    m_data[n] = 0;
+    return true;
+}
+
 bool DataBuffer::refuse() {
     MemoryWatch::noteRefusal();
     m_failed = true;

@@ -59,8 +59,53 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     logContentType(node);
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
-    parseLeaf(node, repaired.get(), encoding, body, size);
+    Leaf leaf(body, size);
+    if (MimeMessage2::isStoredAsItStands(encoding)) lend(leaf, source, repaired.get());
+    parseLeaf(node, leaf, encoding);
     return Progress::Done;
+}
+
+// A node whose text was repaired for it alone takes the copy; those within a multipart share it.
+// What a signature covers must stay whole: a slice ends in a NUL.
+void Loader::lend(Leaf& leaf, SourceText& source, RepairedText* own) const {
+    if (own) leaf.takeFrom(*own);
+    else if (m_level && m_level->copy && m_level->enclosing.source != &source)
+        leaf.shareWith(*m_level->copy);
+}
+
+void Loader::Leaf::takeFrom(RepairedText& repaired) {
+    bytes.takeData(repaired.text);
+    bytes.removeFront(static_cast<unsigned>(body - repaired.begin));
+    body = reinterpret_cast<const char*>(bytes.getData2());
+    hasOwner = true;
+}
+
+void Loader::Leaf::shareWith(RepairedText& repaired) {
+    hasOwner = repaired.share(bytes, body, size);
+    if (hasOwner) sharedWith = &repaired;
+}
+
+// Bytes that are gone are those of the node.
+void Loader::Leaf::noteStored(MimeMessage2& node) {
+    if (sharedWith && bytes.isEmpty()) sharedWith->noteShare(node, size);
+}
+
+// A node that cannot be noted has bytes of its own at once.
+void Loader::RepairedText::noteShare(MimeMessage2& node, unsigned size) {
+    if (sharers.push(&node)) shared += size;
+    else detach(node);
+}
+
+void Loader::RepairedText::detach(MimeMessage2& node) {
+    node.m_mimeBody.getData2_rw();
+    node.m_received.ownBytes();
+    node.m_signedData.getData2_rw();
+}
+
+// Limit: sharers keep no more than twice what they share.
+Loader::RepairedText::~RepairedText() {
+    if (shared < text.getSize() / 2)
+        for (MimeMessage2* const node : sharers) detach(*node);
 }
 
 void Loader::logContentType(const MimeMessage2& node) {
@@ -84,10 +129,16 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
             return Progress::Failed;
         }
         m_log.verboseInfo("No boundary found -- loading the body with all that follows.");
-        node.noteReceived(node.store8bit(body, size, node.m_charset.getCodePage(), true, m_log));
+        Leaf leaf(body, size);
+        lend(leaf, source, repaired.get());
+        node.noteReceived(node.store8bit(leaf.body, size, node.m_charset.getCodePage(), true, m_log,
+                                         leaf.owner()));
+        leaf.noteStored(node);
         return Progress::Done;
     }
     m_log.verboseInfo("The boundary string was found, continuing to parse MIME...");
+    const bool isSameText = m_level && &m_level->source == &source;
+    level->copy = repaired ? repaired.get() : isSameText ? m_level->copy : nullptr;
     level->repaired = std::move(repaired);
     level->signedPending = isSigned;
     if (m_level) level->enclosing = m_level->enclosing;
@@ -124,9 +175,9 @@ void Loader::takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset) {
     charset.setByName(name.getString());
 }
 
-// `repaired` is a copy of the text that has served when the body was read, or null.
-void Loader::parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* encoding,
-                       const char* body, unsigned size) {
+void Loader::parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding) {
+    const char* const body = leaf.body;
+    const unsigned size = leaf.size;
     logContentType(node);
     m_log.verboseData("charset", node.m_charset.getName());
     noteCharsetClue(node.m_charset);
@@ -154,11 +205,6 @@ void Loader::parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* e
     DataBuffer oldBody;  // which the text may be
     oldBody.takeData(node.m_mimeBody);
     const bool isXHtml = beginsWithXHtml(body, size);
-    DataBuffer* const owner = repaired ? &repaired->text : nullptr;  // of the body, and of it alone
-    if (owner) {
-        owner->removeFront(static_cast<unsigned>(body - repaired->begin()));
-        body = repaired->begin();
-    }
     const auto store = [&](DataBuffer* mayBeEmptied) {
         return node.decodeBody(coding.getString(), body, size, charset, isText, m_inputIsUtf8,
                                m_log, mayBeEmptied);
@@ -175,7 +221,8 @@ void Loader::parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* e
     m_log.verboseData("charset", charset.getName());
     m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
     m_log.verboseLong("isText", isText);
-    const MimeMessage2::Stored stored = store(owner);
+    const MimeMessage2::Stored stored = store(leaf.owner());
+    leaf.noteStored(node);
     const bool wasReally1252 = stored == MimeMessage2::Stored::ConvertedFrom1252;
     m_log.verboseLong("wasReally1252", wasReally1252);
     if (wasReally1252) node.setCharset("windows-1252", m_log);

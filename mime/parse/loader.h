@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/header/header_scan.h"
@@ -60,8 +61,9 @@ private:
                        const char* encoding, const char* body, unsigned size);
     Progress startParts(MimeMessage2& node, SourceText& source, Repaired& repaired,
                         const char* body, unsigned size, bool isSigned);
-    void parseLeaf(MimeMessage2& node, RepairedText* repaired, const char* encoding,
-                   const char* body, unsigned size);
+    struct Leaf;
+    void parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding);
+    void lend(Leaf& leaf, SourceText& source, RepairedText* own) const;
     void logContentType(const MimeMessage2& node);
     void noteCharsetClue(const _zqCharset& charset);
     void takeCharsetFromHtml(MimeMessage2& node, _zqCharset& charset);
@@ -87,15 +89,42 @@ struct Loader::Entity {
     void* room = nullptr;  // for the header, behind the node
 };
 
-// A copy of a text with its line ends repaired, and what is known about it.
+// A copy of a text with its line ends repaired, and what is known about it.  Bodies that are
+// stored as they stand there share its storage, unless that would keep far more than they need.
 struct Loader::RepairedText {
     explicit RepairedText(DataBuffer& repaired)
-        : text(std::move(repaired)), source(begin(), begin() + text.getSize()) {}
+        : text(std::move(repaired)),
+          begin(reinterpret_cast<const char*>(text.getData2())),
+          source(begin, begin + text.getSize()) {}
+    ~RepairedText();
 
-    const char* begin() const { return reinterpret_cast<const char*>(text.getData2()); }
+    bool share(DataBuffer& slice, const char* from, unsigned size) {
+        return slice.cutSliceOf(text, static_cast<unsigned>(from - begin), size);
+    }
+    void noteShare(MimeMessage2& node, unsigned size);
+    static void detach(MimeMessage2& node);
 
     DataBuffer text;
+    const char* const begin;
     SourceText source;
+    GrowArray<MimeMessage2*> sharers;
+    uint64_t shared = 0;  // bytes
+};
+
+// The bytes of a leaf, and the buffer that may hand them on, if there is one.
+struct Loader::Leaf {
+    Leaf(const char* b, unsigned n) : body(b), size(n) {}
+
+    void takeFrom(RepairedText& repaired);
+    void shareWith(RepairedText& repaired);
+    DataBuffer* owner() { return hasOwner ? &bytes : nullptr; }
+    void noteStored(MimeMessage2& node);
+
+    const char* body;
+    unsigned size;
+    DataBuffer bytes;
+    bool hasOwner = false;
+    RepairedText* sharedWith = nullptr;
 };
 
 // A part whose text was kept, and where in the source it stands: signed parts within it are
@@ -116,6 +145,7 @@ struct Loader::Level {
     SourceText& source;
     SignedText enclosing;  // what the nearest signature outside covers
     Repaired repaired;     // where the body stands, unless it is a slice of an outer level's
+    RepairedText* copy = nullptr;  // that, or the outer level's; null for the text as it came in
     MultipartSplitter splitter;
     bool signedPending = false;  // the next part is the signed one
     bool isWholeEntity = false;  // "loadMimeComplete" is to be closed with the level
