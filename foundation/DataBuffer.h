@@ -93,7 +93,7 @@ public:
     void swap(DataBuffer& other) noexcept;
     void shorten(unsigned int n);  // drops the last n bytes, or all of them
     void removeFront(unsigned int n);
-    void clear() {                 // gives the storage back
+    void clear() {  // gives the storage back
         if (m_data || m_shared) dropStorage();
         m_size = m_capacity = 0;
         m_failed = false;

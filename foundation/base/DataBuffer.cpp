@@ -10,10 +10,10 @@
 #include <new>
 #include <utility>
 
-#include "foundation/base/FileSave.h"
-#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/StringBuffer.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/base/FileSave.h"
+#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/ranges.h"
 

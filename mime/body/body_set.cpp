@@ -201,8 +201,8 @@ void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const 
     if (isAlive()) decodeBase64(data, size, charset.getCodePage(), isText, log);
 }
 
-MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size,
-                                                int codePage, bool isText, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size, int codePage,
+                                                bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyBase64");
     m_modified = true;
     const NewBody fresh(m_mimeBody);
@@ -210,7 +210,9 @@ MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int s
     ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
     if (!isText) return Stored::NoText;
     if (codePage == codepage::kNone || codePage == codepage::kUtf8) return Stored::AsItCame;
-    if (codePage == codepage::kUtf16LE && isPlainlyNoUtf16(m_mimeBody.getData2(), m_mimeBody.getSize())) return Stored::AsItCame;
+    if (codePage == codepage::kUtf16LE &&
+        isPlainlyNoUtf16(m_mimeBody.getData2(), m_mimeBody.getSize()))
+        return Stored::AsItCame;
     return convertBodyToUtf8(codePage, log);
 }
 
@@ -219,8 +221,8 @@ void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqC
     if (isAlive()) decodeQP(data, size, charset.getCodePage(), isText, log);
 }
 
-MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
-                                            int codePage, bool isText, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size, int codePage,
+                                            bool isText, LogBase& log) {
     OperationContext context(log, "setMimeBodyQP");
     m_modified = true;
     log.verboseLong("cp", codePage);
@@ -253,8 +255,8 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
 
 // The body goes on as base64: uuencode is no MIME coding (RFC 2045 6).
 // Tolerated: a body that is not uuencoded after all; it stays as it is.
-MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int size,
-                                                int codePage, bool isText, LogBase& log) {
+MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int size, int codePage,
+                                                bool isText, LogBase& log) {
     DataBuffer decoded;
     DataBuffer* const owner =
         Uu().uu_decode(static_cast<const char*>(data), size, decoded, log) ? &decoded : nullptr;

@@ -207,8 +207,7 @@ void MimeMessage2::findEndOfHeader2(const char** data, unsigned int, bool lenien
     if (!isAlive() || !*data) return;
     SourceText source(*data, *data + sizeInOut);
     HeaderEndSearch search(source, *data, sizeInOut,
-                           lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre,
-                           log);
+                           lenientLineEndings ? LineEndings::Lenient : LineEndings::AsTheyAre, log);
     search.startFrom(*endOfHeader, *terminator);
     search.run();
     const ptrdiff_t end = search.endOfHeader() ? search.endOfHeader() - search.data() : -1;

@@ -185,10 +185,10 @@ Loader::SignedText Loader::keepSigned(const Level& level, MimeMessage2& node, co
                                       unsigned size) {
     const SignedText& outer = level.enclosing;
     const bool isWithin = outer.source == &level.source;
-    const bool isSlice =
-        isWithin ? node.m_signedData.makeSliceOf(*outer.kept,
-                                                 static_cast<unsigned>(part - outer.begin), size)
-                 : level.copy && level.copy->share(node.m_signedData, part, size);
+    const bool isSlice = isWithin
+                             ? node.m_signedData.makeSliceOf(
+                                   *outer.kept, static_cast<unsigned>(part - outer.begin), size)
+                             : level.copy && level.copy->share(node.m_signedData, part, size);
     if (!isSlice) node.m_signedData.append(part, size);
     else if (!isWithin) level.copy->noteShare(node, size);
     return SignedText{&level.source, part, &node.m_signedData};
