@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Bodies on their way through the mail system: compose.cpp and convert.cpp choose transfer
-// codings by what is found here.
+// Bodies on their way through the mail system: transfer codings are chosen by what is found
+// here.
 
-#include "cli/wire.h"
+#include "face/builder/wire.h"
 
 #include <new>
 
 #include "foundation/ContentCoding.h"
-#include "cli/output.h"
+
+namespace mimetree::inner {
 
 WireFacts factsOf(std::string_view text) {
     WireFacts facts;
@@ -46,3 +47,15 @@ const char* shorterCoding(const DataBuffer& text) {
     if (!coding.encodeBase64(text.getData2(), text.getSize(), base64)) throw std::bad_alloc();
     return canQuote && quoted.getSize() <= base64.getSize() ? "quoted-printable" : "base64";
 }
+
+bool isEncoded(const MimeMessage2& part) {
+    const StringBuffer& coding = part.m_contentTransferEncoding;
+    return coding.equalsIgnoreCase("quoted-printable") || coding.equalsIgnoreCase("base64");
+}
+
+bool is8bit(const MimeMessage2& part) {
+    const StringBuffer& coding = part.m_contentTransferEncoding;
+    return coding.equalsIgnoreCase("8bit") || coding.equalsIgnoreCase("binary");
+}
+
+}  // namespace mimetree::inner

@@ -8,6 +8,8 @@
 
 #include "mime/MimeMessage2.h"
 
+namespace mimetree::inner {
+
 // RFC 5322 2.1.1: what a line may hold, without its CRLF.
 constexpr size_t kMaxLine = 998;
 
@@ -27,3 +29,8 @@ DataBuffer wireBytes(MimeMessage2& leaf, LogBase& log);
 
 // "quoted-printable" or "base64", whichever makes the text shorter.
 const char* shorterCoding(const DataBuffer& text);
+
+bool isEncoded(const MimeMessage2& part);  // in one of these two
+bool is8bit(const MimeMessage2& part);     // labelled "8bit" or "binary"
+
+}  // namespace mimetree::inner
