@@ -14,10 +14,8 @@
 #include "cli/commands.h"
 #include "cli/input.h"
 #include "cli/nodes.h"
-#include "cli/wire.h"
-#include "foundation/EncodingConvert.h"
-#include "foundation/_zqUtf.h"
-#include "foundation/charset/code_pages.h"
+#include "face/builder/leaf_charset.h"
+#include "face/builder/wire.h"
 #include "foundation/header/HeaderWriter.h"
 
 using namespace mimetree::inner;
@@ -42,30 +40,9 @@ std::string_view typeOf(const MimeMessage2& part) {
     return type.empty() ? "text/plain" : type;
 }
 
-bool isText(const MimeMessage2& part) { return beginsWith(typeOf(part), "text/"); }
-
-// RFC 1847: the signature covers the bytes as they are.
-bool isSealed(const MimeMessage2& part) {
-    return isSame(typeOf(part), "multipart/signed") || isSame(typeOf(part), "multipart/encrypted");
-}
-
-bool isEncoded(const MimeMessage2& part) {
-    const std::string_view coding = view(part.getContentEncoding());
-    return isSame(coding, "quoted-printable") || isSame(coding, "base64");
-}
-
-bool is8bit(const MimeMessage2& part) {
-    const std::string_view coding = view(part.getContentEncoding());
-    return isSame(coding, "8bit") || isSame(coding, "binary");
-}
-
 bool fits(std::string_view type, std::string_view pattern) {
     if (!pattern.ends_with("/*")) return isSame(type, pattern);
     return pattern == "*/*" || beginsWith(type, pattern.substr(0, pattern.size() - 1));
-}
-
-int codePageOf(const StringBuffer& charset) {
-    return _zqCharset::codePageOf(charset.getString(), charset.getSize());
 }
 
 void setBody(MimeMessage2& leaf, const DataBuffer& body, LogBase& log) {
@@ -168,10 +145,7 @@ private:
     bool isUnwanted(const MimeMessage2& leaf) const;
     void removeParts();
     void convertLeaf(size_t index);
-    void nameCharset(MimeMessage2& leaf);
-    bool hasUtf8Body(size_t index);
     void toCharset(size_t index);
-    void fixCoding(MimeMessage2& leaf);
     void to7bit(MimeMessage2& leaf);
     void attachedTo7bit(size_t index);
     void headerTo7bit(size_t index);
@@ -330,7 +304,7 @@ void Converter::convertLeaf(size_t index) {
         return;
     }
     const bool isTextLeaf = isText(leaf), was8bit = is8bit(leaf);
-    if (isTextLeaf) nameCharset(leaf);
+    if (isTextLeaf) nameCharset(leaf, m_log);
     if (!m_options.charset.empty() && isTextLeaf) toCharset(index);
     if (m_options.to7bit && isSame(typeOf(leaf), "message/rfc822")) attachedTo7bit(index);
     else if (m_options.to7bit) to7bit(leaf);
@@ -338,57 +312,15 @@ void Converter::convertLeaf(size_t index) {
     if (is8bit(leaf) && !was8bit) label8bit(index);
 }
 
-// The engine stores such text as if it were ISO-8859-1, and does not say so when it writes it.
-void Converter::nameCharset(MimeMessage2& leaf) {
-    StringBuffer declared;
-    const int codePage = leaf.getCharsetCodePage();
-    const bool isUnnamed = codePage == codepage::kNone &&
-                           !leaf.getSubFieldUtf8("Content-Type", "charset", declared, m_log);
-    if ((isUnnamed || codePage == codepage::kAscii) && !leaf.isAttachment(m_log) &&
-        !leaf.getMimeBodyDb().is7bit())
-        leaf.setCharset("utf-8", m_log);
-}
-
-// The engine stores the bytes of text attachments as they are; they become UTF-8 here.
-bool Converter::hasUtf8Body(size_t index) {
-    MimeMessage2& leaf = *m_nodes[index].message;
-    const DataBuffer& body = leaf.getMimeBodyDb();
-    StringBuffer charset;
-    if (leaf.getCharsetCodePage() == 0 && !body.is7bit() &&
-        leaf.getSubFieldUtf8("Content-Type", "charset", charset, m_log)) {
-        const int codePage = codePageOf(charset);
-        if (!EncodingConvert::isKnown(codePage)) return false;
-        DataBuffer utf8;
-        if (!EncodingConvert::EncConvert(codePage, 65001, body.getData2(), body.getSize(), utf8,
-                                         m_log))
-            throw std::bad_alloc();
-        setBody(leaf, utf8, m_log);
-    }
-    return _zqUtf::isValidUtf8(body.getData2(), body.getSize(), 0);
-}
-
 void Converter::toCharset(size_t index) {
-    if (!hasUtf8Body(index)) return tell(index, "in no charset that is known, left as it is");
-    MimeMessage2& leaf = *m_nodes[index].message;
-    const std::string_view body = view(leaf.getMimeBodyDb());
     _zqCharset charset;
     charset.setByName(m_options.charset.c_str());
-    if (!EncodingConvert::canHold(charset.getCodePage(), body.data(),
-                                  static_cast<unsigned>(body.size()))) {
-        tell(index, m_options.charset + " cannot hold this text, made utf-8");
-        charset.setByName("utf-8");
+    switch (recode(*m_nodes[index].message, charset, m_log)) {
+        case Recoded::Done: return;
+        case Recoded::AsUtf8:
+            return tell(index, m_options.charset + " cannot hold this text, made utf-8");
+        case Recoded::Unknown: return tell(index, "in no charset that is known, left as it is");
     }
-    leaf.setCharset(charset, m_log);
-    fixCoding(leaf);
-}
-
-// RFC 2045 6.2: text in another charset may need another coding.
-void Converter::fixCoding(MimeMessage2& leaf) {
-    if (isEncoded(leaf)) return;
-    const DataBuffer bytes = wireBytes(leaf, m_log);
-    const WireFacts facts = factsOf(view(bytes));
-    if (!facts.fitsLines()) leaf.setContentEncoding(shorterCoding(bytes), m_log);
-    else if (!facts.is7bit && !is8bit(leaf)) leaf.setContentEncoding("8bit", m_log);
 }
 
 // -- Codings
