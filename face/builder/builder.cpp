@@ -47,24 +47,6 @@ void checkText(const char* what, std::string_view text) {
     if (!isUtf8(text)) fail(std::string(what) + " is not in UTF-8");
 }
 
-// RFC 5322 2.1.1, RFC 6532: what no 7-bit form exists for, such as the address itself, stays
-// UTF-8.
-void checkHeader(const MimeMessage2& root, bool may8bit) {
-    LogNull log;
-    StringBuffer header;
-    root.getMimeHeader(header, log);
-    const std::string_view text = viewOf(header);
-    for (size_t at = 0; at < text.size();) {
-        const size_t end = std::min(text.find("\r\n", at), text.size());
-        const std::string line(text.substr(at, end - at));
-        const WireFacts facts = factsOf(line);
-        if (!facts.is7bit && !may8bit)
-            fail(line + ": needs 8 bits; encoding(\"8bit\") allows them");
-        if (facts.hasLongLine) fail(line.substr(0, 60) + "...: a line of more than 998 bytes");
-        at = end + 2;
-    }
-}
-
 }  // namespace
 
 struct Builder::Plan {
@@ -125,10 +107,10 @@ void Builder::Plan::makeFields() {
 }
 
 void Builder::Plan::addHeader(MimeMessage2& root) const {
-    LogNull log;
     const auto add = [&](const Field& field) {
         const bool allowEmpty = !standsOnce(field.name);
-        root.addHeaderFieldUtf8(field.name.c_str(), joined(field.values).c_str(), allowEmpty, log);
+        root.addHeaderFieldUtf8(field.name.c_str(), joined(field.values).c_str(), allowEmpty,
+                                silentLog);
     };
     const auto isIn = [](const Field& field) {
         return [&field](const char* name) { return isSameName(field.name, name); };
@@ -140,7 +122,7 @@ void Builder::Plan::addHeader(MimeMessage2& root) const {
         if (std::none_of(std::begin(kInFront), std::end(kInFront), isIn(field))) add(field);
     for (const char* name :
          {"Content-Type", "Content-Transfer-Encoding", "Content-Disposition", "Content-ID"})
-        root.moveHeaderToBottom(name, log);
+        root.moveHeaderToBottom(name, silentLog);
 }
 
 // -- Parts
@@ -188,7 +170,9 @@ NodePtr Builder::Plan::message() {
     if (is8bit(*root) && !may8bit)
         fail("an attached message needs 8 bits; encoding(\"8bit\") allows them");
     addHeader(*root);
-    checkHeader(*root, may8bit);
+    StringBuffer header;
+    root->getMimeHeader(header, silentLog);
+    checkHeader(viewOf(header), may8bit);
     return root;
 }
 
@@ -241,7 +225,7 @@ Builder& Builder::message_id(std::string_view id) noexcept { return header("Mess
 
 Builder& Builder::header(std::string_view name, std::string_view value) noexcept {
     return Plan::add(*this, [&](Plan& p) {
-        checkFieldName(std::string(name));
+        checkFieldName(std::string(name), "header()");
         p.addField(name, fieldValue(std::string(name), value));
     });
 }
@@ -288,9 +272,9 @@ Builder& Builder::encoding(std::string_view encoding) noexcept {
 }
 
 Result<Message> Builder::build() noexcept {
-    if (!m_plan) return Error(Errc::out_of_memory, "out of memory");
+    if (!m_plan) return outOfMemory();
     Plan plan = std::exchange(*m_plan, Plan());
-    if (!plan.state) return Error(plan.state.error().code(), plan.state.error().message());
+    if (!plan.state) return copyOf(plan.state.error());
     return answerOf([&] { return Message(std::make_unique<Tree>(plan.message().release())); });
 }
 

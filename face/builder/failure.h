@@ -29,6 +29,11 @@ inline void throwIfRefused(const MemoryWatch& memory) {
     if (memory.wasRefused()) throw std::bad_alloc();
 }
 
+inline Error outOfMemory() { return Error(Errc::out_of_memory, "out of memory"); }
+
+// A copy, which may lose its text where memory runs out.
+inline Error copyOf(const Error& error) { return Error(error.code(), error.message()); }
+
 // What `work` answers, or why it did not come to an end.
 template <class Work>
 auto answerOf(Work&& work) noexcept -> Result<std::invoke_result_t<Work>> {
@@ -46,7 +51,7 @@ auto answerOf(Work&& work) noexcept -> Result<std::invoke_result_t<Work>> {
     } catch (const Failure& failure) {
         return Error(failure.code, failure.text);
     } catch (const std::exception&) {
-        return Error(Errc::out_of_memory, "out of memory");
+        return outOfMemory();
     }
 }
 

@@ -11,7 +11,6 @@
 #include "face/builder/wire.h"
 #include "face/files/read_file.h"
 #include "foundation/EncodingConvert.h"
-#include "foundation/LogNull.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/header/HeaderParams.h"
 #include "foundation/zqMimeTypes.h"
@@ -20,23 +19,21 @@ namespace mimetree::inner {
 
 namespace {
 
-LogNull noLog;
-
 void chooseCharset(MimeMessage2& leaf, const std::string& wanted, const StringBuffer& text) {
     const bool is7bit = text.is7bit(0);
-    leaf.setCharset(!wanted.empty() ? wanted.c_str() : is7bit ? "us-ascii" : "utf-8", noLog);
+    leaf.setCharset(!wanted.empty() ? wanted.c_str() : is7bit ? "us-ascii" : "utf-8", silentLog);
     if (!EncodingConvert::canHold(leaf.getCharsetCodePage(), text.getString(), text.getSize()))
-        leaf.setCharset("utf-8", noLog);
+        leaf.setCharset("utf-8", silentLog);
 }
 
 void chooseCoding(MimeMessage2& leaf, std::string coding) {
-    const DataBuffer bytes = wireBytes(leaf, noLog);
+    const DataBuffer bytes = wireBytes(leaf, silentLog);
     const WireFacts facts = factsOf(viewOf(bytes));
     if (coding.empty()) coding = facts.is7bit && facts.fitsLines() ? "7bit" : shorterCoding(bytes);
     if (coding == "7bit" && !facts.is7bit) fail("7bit cannot hold this text");
     if ((coding == "7bit" || coding == "8bit") && !facts.fitsLines())
         fail(coding + " cannot hold lines of more than 998 bytes, nor zero bytes");
-    leaf.setContentEncoding(coding.c_str(), noLog);
+    leaf.setContentEncoding(coding.c_str(), silentLog);
 }
 
 // RFC 2045 5.1: "type/subtype"; a multipart is no file.
@@ -69,15 +66,15 @@ void setMessage(MimeMessage2& leaf, std::string_view bytes) {
     if (!facts.fitsLines())
         fail("an attached message has lines of more than 998 bytes, or zero bytes");
     leaf.setMimeBodyBinary2(reinterpret_cast<const unsigned char*>(text.getString()),
-                            text.getSize(), noLog);
-    leaf.setContentEncoding(facts.is7bit ? "7bit" : "8bit", noLog);
+                            text.getSize(), silentLog);
+    leaf.setContentEncoding(facts.is7bit ? "7bit" : "8bit", silentLog);
 }
 
 void setBytes(MimeMessage2& leaf, std::string_view bytes) {
     if (bytes.size() >= 0xFFFFFFFFu) fail("larger than 4 GiB", Errc::too_large);
     leaf.setMimeBodyBinary2(reinterpret_cast<const unsigned char*>(bytes.data()),
-                            static_cast<unsigned>(bytes.size()), noLog);
-    leaf.setContentEncoding("base64", noLog);
+                            static_cast<unsigned>(bytes.size()), silentLog);
+    leaf.setContentEncoding("base64", silentLog);
 }
 
 // RFC 2231 first.  Tolerated: readers that know nothing but encoded words in the name of the
@@ -88,13 +85,13 @@ void setNames(MimeMessage2& leaf, const char* disposition, const StringBuffer& n
     StringBuffer value;
     value.setString(disposition);
     if (!name.isEmpty()) appendHeaderParam("filename", name, value);
-    leaf.addReplaceHeaderFieldUtf8("Content-Disposition", value.getString(), noLog);
+    leaf.addReplaceHeaderFieldUtf8("Content-Disposition", value.getString(), silentLog);
     if (!value.containsSubstring("filename*")) return;
     StringBuffer type, text(name);
     text.replaceAllOccurances("\"", "\\\"");
-    leaf.getHeaderFieldUtf8("Content-Type", type, noLog);
+    leaf.getHeaderFieldUtf8("Content-Type", type, silentLog);
     type.append3("; name=\"", encodedWords(viewOf(text)).c_str(), "\"");
-    leaf.addReplaceHeaderFieldUtf8("Content-Type", type.getString(), noLog);
+    leaf.addReplaceHeaderFieldUtf8("Content-Type", type.getString(), silentLog);
 }
 
 }  // namespace
@@ -133,8 +130,8 @@ void setLeafText(MimeMessage2& leaf, std::string_view text, const char* type,
     body.getUtf8Sb_rw() = bufferOf(text);
     if (!body.getUtf8Sb_rw().allToCRLF()) throw std::bad_alloc();
     chooseCharset(leaf, form.charset, body.getUtf8Sb());
-    leaf.setBodyFromPlainText(body, noLog);
-    leaf.setContentType(type, /*refresh*/ true, noLog);
+    leaf.setBodyFromPlainText(body, silentLog);
+    leaf.setContentType(type, /*refresh*/ true, silentLog);
     chooseCoding(leaf, form.coding);
 }
 
@@ -144,12 +141,12 @@ NodePtr fileLeaf(const File& file) {
     checkLine("the name of a file", file.name);
     NodePtr leaf = newNode();
     if (isSameName(std::string_view(type).substr(0, 5), "text/") && isUtf8(file.bytes))
-        leaf->setCharset(factsOf(file.bytes).is7bit ? "us-ascii" : "utf-8", noLog);
-    leaf->setContentType(type.c_str(), /*refresh*/ true, noLog);
+        leaf->setCharset(factsOf(file.bytes).is7bit ? "us-ascii" : "utf-8", silentLog);
+    leaf->setContentType(type.c_str(), /*refresh*/ true, silentLog);
     if (viewOf(leaf->m_contentType.m_type).starts_with("message/")) setMessage(*leaf, file.bytes);
     else setBytes(*leaf, file.bytes);
     setNames(*leaf, file.disposition, bufferOf(file.name));
-    leaf->addHeaderFieldUtf8("Content-ID", file.contentId.c_str(), /*allowEmpty*/ false, noLog);
+    leaf->addHeaderFieldUtf8("Content-ID", file.contentId.c_str(), /*allowEmpty*/ false, silentLog);
     return leaf;
 }
 
@@ -168,12 +165,12 @@ NodePtr wrapped(Nodes parts, NewMultipart newMultipart) {
     if (parts.empty()) return nullptr;
     if (parts.size() == 1) return std::move(parts.front());
     NodePtr whole = newNode();
-    (whole.get()->*newMultipart)(noLog);
+    (whole.get()->*newMultipart)(silentLog);
     // RFC 2387 3.1: the type of the part that refers to the others.
-    if (whole->isMultipartRelated()) whole->setSubType(parts.front()->getContentType(), noLog);
+    if (whole->isMultipartRelated()) whole->setSubType(parts.front()->getContentType(), silentLog);
     for (NodePtr& part : parts) {
         // RFC 2045 6.4: a multipart with 8-bit parts is 8-bit itself.
-        if (is8bit(*part)) whole->setContentEncoding("8bit", noLog);
+        if (is8bit(*part)) whole->setContentEncoding("8bit", silentLog);
         whole->addPart(part.release());
     }
     return whole;

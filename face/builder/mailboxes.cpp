@@ -9,7 +9,6 @@
 #include "face/builder/failure.h"
 #include "face/builder/values.h"
 #include "foundation/ExtPtrArray.h"
-#include "foundation/LogNull.h"
 #include "foundation/_zqEmailAddress.h"
 #include "foundation/bytes/ByteSet.h"
 
@@ -95,9 +94,8 @@ std::string mailbox(const std::string& name, std::string_view spec) {
 
 std::vector<std::string> mailboxesOf(std::string_view list) {
     checkLine("the address", list);
-    LogNull log;
     ExtPtrArray found;
-    if (!_zqEmailAddress::parseAndLoadList(std::string(list).c_str(), found, 0, log))
+    if (!_zqEmailAddress::parseAndLoadList(std::string(list).c_str(), found, 0, silentLog))
         throw std::bad_alloc();
     std::vector<std::string> mailboxes;
     for (int i = 0; i < found.getSize(); ++i) {

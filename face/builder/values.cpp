@@ -11,8 +11,8 @@
 
 #include "face/builder/failure.h"
 #include "face/builder/mailboxes.h"
+#include "face/builder/wire.h"
 #include "foundation/EncodingConvert.h"
-#include "foundation/LogNull.h"
 #include "foundation/Psdk.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/ByteSet.h"
@@ -155,12 +155,11 @@ void checkLine(const std::string& what, std::string_view text) {
 }
 
 std::string asLine(std::string_view bytes) {
-    LogNull log;
     DataBuffer utf8;
     const StringBuffer given = bufferOf(bytes);
     if (!EncodingConvert::EncConvert(codepage::kUtf8, codepage::kUtf8,
                                      reinterpret_cast<const unsigned char*>(given.getString()),
-                                     given.getSize(), utf8, log))
+                                     given.getSize(), utf8, silentLog))
         throw std::bad_alloc();
     std::string text(viewOf(utf8));
     std::replace_if(text.begin(), text.end(), isControl, ' ');
@@ -193,11 +192,25 @@ bool standsOnce(std::string_view name) {
                        [&](std::string_view once) { return isSameName(once, name); });
 }
 
-void checkFieldName(const std::string& name) {
+void checkFieldName(const std::string& name, const char* setter) {
     if (name.empty() || name.size() > kMaxName || !consistsOf(name, kFieldNameBytes))
         fail("\"" + name + "\" is no header field");
     if (isSameName(std::string_view(name).substr(0, 8), "Content-"))
-        fail(name + " is not for header() to set: it goes with the body");
+        fail(name + " is not for " + setter + " to set: it goes with the body");
+}
+
+// RFC 5322 2.1.1, RFC 6532: what no 7-bit form exists for, such as the address itself, stays
+// UTF-8.
+void checkHeader(std::string_view text, bool may8bit) {
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find("\r\n", at), text.size());
+        const std::string line(text.substr(at, end - at));
+        const WireFacts facts = factsOf(line);
+        if (!facts.is7bit && !may8bit)
+            fail(line + ": needs 8 bits; encoding(\"8bit\") allows them");
+        if (facts.hasLongLine) fail(line.substr(0, 60) + "...: a line of more than 998 bytes");
+        at = end + 2;
+    }
 }
 
 std::string fieldValue(const std::string& name, std::string_view value) {
@@ -266,9 +279,8 @@ std::string dateNow() {
 }
 
 std::string token() {
-    LogNull log;
     StringBuffer boundary;
-    if (!Psdk::generateBoundary(boundary, log)) throw std::bad_alloc();
+    if (!Psdk::generateBoundary(boundary, silentLog)) throw std::bad_alloc();
     std::string text(viewOf(boundary));
     text.erase(0, text.find_first_not_of("-=_"));
     std::replace(text.begin(), text.end(), '_', '.');

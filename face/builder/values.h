@@ -9,9 +9,12 @@
 #include <string_view>
 
 #include "foundation/DataBuffer.h"
+#include "foundation/LogNull.h"
 #include "foundation/StringBuffer.h"
 
 namespace mimetree::inner {
+
+inline LogNull silentLog;  // has no state
 
 inline std::string_view viewOf(const StringBuffer& s) { return {s.getString(), s.getSize()}; }
 inline std::string_view viewOf(const DataBuffer& d) {
@@ -27,8 +30,12 @@ void checkLine(const std::string& what, std::string_view text);
 // Bytes made such a line.  Tolerated: bytes that are not UTF-8, which count as ISO-8859-1.
 std::string asLine(std::string_view bytes);
 
-// Fails unless a field may have that name and is not one that goes with the body.
-void checkFieldName(const std::string& name);
+// Fails unless a field may have that name and is not one that goes with the body; `setter` is
+// the function that was asked to set it.
+void checkFieldName(const std::string& name, const char* setter);
+
+// Fails for lines of a header as it is written that are too long, or that need 8 bits.
+void checkHeader(std::string_view text, bool may8bit);
 // RFC 5322 3.6: whether a message may have one field of that name only.
 bool standsOnce(std::string_view name);
 bool isSameName(std::string_view a, std::string_view b);
