@@ -44,7 +44,7 @@ void moveAll(Nodes& from, Nodes& to) {
 
 void checkText(const char* what, std::string_view text) {
     if (text.size() >= 0xFFFFFFFFu) fail("larger than 4 GiB", Errc::too_large);
-    if (!isUtf8(text)) fail(std::string(what) + " is not in UTF-8");
+    if (!isUtf8(text)) fail(std::string("the ") + what + " is not in UTF-8");
 }
 
 }  // namespace
@@ -164,15 +164,16 @@ NodePtr Builder::Plan::body() {
 }
 
 NodePtr Builder::Plan::message() {
-    const bool may8bit = form.coding == "8bit";
+    constexpr const char* kHint = "; encoding(\"8bit\") allows them";
+    const Bits bits = form.coding == "8bit" ? Bits::Eight : Bits::Seven;
     makeFields();
     NodePtr root = body();
-    if (is8bit(*root) && !may8bit)
-        fail("an attached message needs 8 bits; encoding(\"8bit\") allows them");
+    if (is8bit(*root) && bits == Bits::Seven)
+        fail(std::string("an attached message needs 8 bits") + kHint);
     addHeader(*root);
     StringBuffer header;
     root->getMimeHeader(header, silentLog);
-    checkHeader(viewOf(header), may8bit);
+    checkHeader(viewOf(header), bits, kHint);
     return root;
 }
 
@@ -231,11 +232,11 @@ Builder& Builder::header(std::string_view name, std::string_view value) noexcept
 }
 
 Builder& Builder::text(std::string_view text) noexcept {
-    return Plan::add(*this, [&](Plan& p) { p.setText(p.text, "the text", text); });
+    return Plan::add(*this, [&](Plan& p) { p.setText(p.text, "text", text); });
 }
 
 Builder& Builder::html(std::string_view html) noexcept {
-    return Plan::add(*this, [&](Plan& p) { p.setText(p.html, "the HTML text", html); });
+    return Plan::add(*this, [&](Plan& p) { p.setText(p.html, "HTML text", html); });
 }
 
 Builder& Builder::attach(const std::string& path, std::string_view name,

@@ -34,11 +34,12 @@ bool hasUtf8Body(MimeMessage2& leaf, LogBase& log) {
 
 // RFC 2045 6.2: text in another charset may need another coding.
 void fixCoding(MimeMessage2& leaf, LogBase& log) {
-    if (isEncoded(leaf)) return;
+    const bool isBase64 = leaf.m_contentTransferEncoding.equalsIgnoreCase("base64");
+    if (isBase64 || (isEncoded(leaf) && mayBeQuoted(leaf))) return;
     const DataBuffer bytes = wireBytes(leaf, log);
     const WireFacts facts =
         factsOf({reinterpret_cast<const char*>(bytes.getData2()), bytes.getSize()});
-    if (!facts.fitsLines()) leaf.setContentEncoding(shorterCoding(bytes), log);
+    if (!facts.fitsLines()) leaf.setContentEncoding(shorterCoding(leaf, bytes), log);
     else if (!facts.is7bit && !is8bit(leaf)) leaf.setContentEncoding("8bit", log);
 }
 

@@ -29,10 +29,13 @@ void chooseCharset(MimeMessage2& leaf, const std::string& wanted, const StringBu
 void chooseCoding(MimeMessage2& leaf, std::string coding) {
     const DataBuffer bytes = wireBytes(leaf, silentLog);
     const WireFacts facts = factsOf(viewOf(bytes));
-    if (coding.empty()) coding = facts.is7bit && facts.fitsLines() ? "7bit" : shorterCoding(bytes);
+    if (coding.empty())
+        coding = facts.is7bit && facts.fitsLines() ? "7bit" : shorterCoding(leaf, bytes);
     if (coding == "7bit" && !facts.is7bit) fail("7bit cannot hold this text");
     if ((coding == "7bit" || coding == "8bit") && !facts.fitsLines())
         fail(coding + " cannot hold lines of more than 998 bytes, nor zero bytes");
+    if (coding == "quoted-printable" && !mayBeQuoted(leaf))
+        fail(coding + " cannot hold text in " + leaf.getCharset());
     leaf.setContentEncoding(coding.c_str(), silentLog);
 }
 

@@ -28,7 +28,7 @@ using namespace std::chrono;
 namespace {
 
 // Limit: a name takes no more of its first line (RFC 5322 2.1.1) than leaves room for a value.
-constexpr size_t kMaxName = 60, kMaxId = 900;
+constexpr size_t kMaxName = 60, kMaxWord = 900, kMaxId = kMaxWord;
 
 // RFC 5322 3.2.3, 3.6.4: what a msg-id has on both sides of its "@".
 constexpr ByteSet kIdBytes =
@@ -74,6 +74,16 @@ std::string_view trimmed(std::string_view text) {
 // RFC 2047 6.2 would have readers decode what looks like an encoded word.
 std::string literalText(std::string_view text) {
     return text.find("=?") == std::string_view::npos ? std::string(text) : encodedWords(text);
+}
+
+// RFC 5322 2.1.1.
+bool hasLongWord(std::string_view text) {
+    for (size_t at = 0; at + kMaxWord < text.size();) {
+        const size_t blank = text.find_last_of(" \t", at + kMaxWord);
+        if (blank == std::string_view::npos || blank < at) return true;
+        at = blank + 1;
+    }
+    return false;
 }
 
 std::string addresses(std::string_view value) {
@@ -199,16 +209,14 @@ void checkFieldName(const std::string& name, const char* setter) {
         fail(name + " is not for " + setter + " to set: it goes with the body");
 }
 
-// RFC 5322 2.1.1, RFC 6532: what no 7-bit form exists for, such as the address itself, stays
+// RFC 6532: what no 7-bit form exists for, such as the address itself, stays
 // UTF-8.
-void checkHeader(std::string_view text, bool may8bit) {
+void checkHeader(std::string_view text, Bits bits, const char* hint) {
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find("\r\n", at), text.size());
         const std::string line(text.substr(at, end - at));
         const WireFacts facts = factsOf(line);
-        if (!facts.is7bit && !may8bit)
-            fail(line + ": needs 8 bits; encoding(\"8bit\") allows them");
-        if (facts.hasLongLine) fail(line.substr(0, 60) + "...: a line of more than 998 bytes");
+        if (!facts.is7bit && bits == Bits::Seven) fail(line + ": needs 8 bits" + hint);
         at = end + 2;
     }
 }
@@ -218,8 +226,10 @@ std::string fieldValue(const std::string& name, std::string_view value) {
     value = trimmed(value);
     for (const Rule& rule : kRules)
         if (isSameName(rule.name, name)) return rule.value(value);
-    return grammarOf(name.data(), name.size()) == FieldGrammar::Unstructured ? literalText(value)
-                                                                             : std::string(value);
+    if (grammarOf(name.data(), name.size()) == FieldGrammar::Unstructured)
+        return literalText(value);
+    if (hasLongWord(value)) fail(name + " has a word that no line can hold");
+    return std::string(value);
 }
 
 std::string messageId(std::string_view id) {

@@ -34,8 +34,9 @@ std::string asLine(std::string_view bytes);
 // the function that was asked to set it.
 void checkFieldName(const std::string& name, const char* setter);
 
-// Fails for lines of a header as it is written that are too long, or that need 8 bits.
-void checkHeader(std::string_view text, bool may8bit);
+// Fails for lines of a header as it is written that need 8 bits; `hint` tells what allows them.
+enum class Bits { Seven, Eight };
+void checkHeader(std::string_view text, Bits bits, const char* hint);
 // RFC 5322 3.6: whether a message may have one field of that name only.
 bool standsOnce(std::string_view name);
 bool isSameName(std::string_view a, std::string_view b);

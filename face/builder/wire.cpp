@@ -7,6 +7,7 @@
 #include <new>
 
 #include "foundation/ContentCoding.h"
+#include "foundation/charset/code_pages.h"
 
 namespace mimetree::inner {
 
@@ -40,12 +41,17 @@ DataBuffer wireBytes(MimeMessage2& leaf, LogBase& log) {
     return bytes;
 }
 
-const char* shorterCoding(const DataBuffer& text) {
+const char* shorterCoding(const MimeMessage2& leaf, const DataBuffer& bytes) {
     const ContentCoding coding;
     StringBuffer quoted, base64;
-    const bool canQuote = coding.encodeQuotedPrintable(text.getData2(), text.getSize(), quoted);
-    if (!coding.encodeBase64(text.getData2(), text.getSize(), base64)) throw std::bad_alloc();
+    const bool canQuote = mayBeQuoted(leaf) &&
+                          coding.encodeQuotedPrintable(bytes.getData2(), bytes.getSize(), quoted);
+    if (!coding.encodeBase64(bytes.getData2(), bytes.getSize(), base64)) throw std::bad_alloc();
     return canQuote && quoted.getSize() <= base64.getSize() ? "quoted-printable" : "base64";
+}
+
+bool mayBeQuoted(const MimeMessage2& leaf) {
+    return !codepage::isUtf16Or32(leaf.getCharsetCodePage());
 }
 
 bool isEncoded(const MimeMessage2& part) {

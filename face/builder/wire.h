@@ -27,8 +27,11 @@ WireFacts factsOf(std::string_view text);
 // The body as it is written, in its charset, but for the transfer coding.
 DataBuffer wireBytes(MimeMessage2& leaf, LogBase& log);
 
-// "quoted-printable" or "base64", whichever makes the text shorter.
-const char* shorterCoding(const DataBuffer& text);
+// "quoted-printable" or "base64", whichever makes these wire bytes of the leaf shorter.
+const char* shorterCoding(const MimeMessage2& leaf, const DataBuffer& bytes);
+
+// RFC 2045 6.7 (4): line breaks stand as they are, which those of UTF-16 cannot.
+bool mayBeQuoted(const MimeMessage2& leaf);
 
 bool isEncoded(const MimeMessage2& part);  // in one of these two
 bool is8bit(const MimeMessage2& part);     // labelled "8bit" or "binary"
