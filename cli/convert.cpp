@@ -34,12 +34,6 @@ bool isSame(std::string_view a, std::string_view b) {
     return a.size() == b.size() && beginsWith(a, b);
 }
 
-// RFC 2045 5.2: a part without a type is plain text.
-std::string_view typeOf(const MimeMessage2& part) {
-    const std::string_view type = view(part.getContentType());
-    return type.empty() ? "text/plain" : type;
-}
-
 bool fits(std::string_view type, std::string_view pattern) {
     if (!pattern.ends_with("/*")) return isSame(type, pattern);
     return pattern == "*/*" || beginsWith(type, pattern.substr(0, pattern.size() - 1));
@@ -142,7 +136,7 @@ private:
         const int parent = m_nodes[index].parent;
         return parent >= 0 && m_isSealed[static_cast<size_t>(parent)];
     }
-    bool isUnwanted(const MimeMessage2& leaf) const;
+    bool isUnwanted(size_t index) const;
     void removeParts();
     void convertLeaf(size_t index);
     void toCharset(size_t index);
@@ -256,9 +250,11 @@ bool Converter::isTextOf(const MimeMessage2& part, const DataBuffer& text) const
 
 // -- Parts
 
-bool Converter::isUnwanted(const MimeMessage2& leaf) const {
+bool Converter::isUnwanted(size_t index) const {
+    const MimeMessage2& leaf = *m_nodes[index].message;
+    const std::string_view own = typeOf(leaf, parentOf(index));
     if (m_options.removeAttachments && leaf.isAttachment(m_log)) return true;
-    const auto fitsLeaf = [&](const std::string& type) { return fits(typeOf(leaf), type); };
+    const auto fitsLeaf = [&](const std::string& type) { return fits(own, type); };
     return !m_options.only.empty() &&
            std::none_of(m_options.only.begin(), m_options.only.end(), fitsLeaf);
 }
@@ -282,7 +278,7 @@ void Converter::removeParts() {
         const auto& [part, parent, depth, number] = m_nodes[i];
         if (parent >= 0) hadParts[static_cast<size_t>(parent)] = true;
         if (hadParts[i]) closeGaps(*part);
-        const bool isGone = hadParts[i] ? part->getNumParts() == 0 : isUnwanted(*part);
+        const bool isGone = hadParts[i] ? part->getNumParts() == 0 : isUnwanted(i);
         if (m_isSealed[i] || !isGone) continue;
         if (parent < 0) {
             makeEmptyText(*part, m_log);
@@ -303,10 +299,11 @@ void Converter::convertLeaf(size_t index) {
             tell(index, "8-bit multipart without parts, left as it is");
         return;
     }
-    const bool isTextLeaf = isText(leaf), was8bit = is8bit(leaf);
+    const bool isTextLeaf = isText(leaf, parentOf(index)), was8bit = is8bit(leaf);
     if (isTextLeaf) nameCharset(leaf, m_log);
     if (!m_options.charset.empty() && isTextLeaf) toCharset(index);
-    if (m_options.to7bit && isSame(typeOf(leaf), "message/rfc822")) attachedTo7bit(index);
+    if (m_options.to7bit && isSame(typeOf(leaf, parentOf(index)), "message/rfc822"))
+        attachedTo7bit(index);
     else if (m_options.to7bit) to7bit(leaf);
     if (m_options.to8bit && isTextLeaf && isEncoded(leaf)) to8bit(index);
     if (is8bit(leaf) && !was8bit) label8bit(index);

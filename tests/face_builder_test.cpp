@@ -38,13 +38,14 @@ public:
 
     std::string word() {
         static constexpr std::pair<char32_t, char32_t> kScripts[] = {
-            {'a', 'z'},          {0xC0, 0xFF},       {0x391, 0x3A1},     {0x410, 0x44F},
-            {0x5D0, 0x5EA},      {0x627, 0x63A},     {0x905, 0x939},     {0xE01, 0xE2E},
-            {0x4E00, 0x9FA5},    {0x3041, 0x3093},   {0xAC00, 0xD7A3},   {0x1F600, 0x1F64F},
+            {'a', 'z'},       {0xC0, 0xFF},     {0x391, 0x3A1},   {0x410, 0x44F},
+            {0x5D0, 0x5EA},   {0x627, 0x63A},   {0x905, 0x939},   {0xE01, 0xE2E},
+            {0x4E00, 0x9FA5}, {0x3041, 0x3093}, {0xAC00, 0xD7A3}, {0x1F600, 0x1F64F},
         };
         static const char* const kMarks[] = {
-            "\"", "\\", ",", ";", ":", "@", "<x@y>", "()", "[a]", "=?utf-8?q?a?=", "=?=", "%41",
-            "'", "*0", "a=b", "--", "&amp;", "=20", "a  b", "it's", "From "};
+            "\"",   "\\",  ",", ";",  ":",   "@",  "<x@y>", "()",  "[a]",  "=?utf-8?q?a?=",
+            "=?=",  "%41", "'", "*0", "a=b", "--", "&amp;", "=20", "a  b", "it's",
+            "From "};
         if (below(4) == 0) return kMarks[below(std::size(kMarks))];
         const auto [first, last] = kScripts[below(std::size(kScripts))];
         std::string text;
@@ -96,8 +97,13 @@ std::ostream& operator<<(std::ostream& out, const Wish& w) {
 }
 
 Wish readOut(const Message& m) {
-    Wish found{std::string(m.subject()), std::string(m.header("X-Note").value_or("none")),
-               std::string(m.text()), std::string(m.html()), {}, {}, {}};
+    Wish found{std::string(m.subject()),
+               std::string(m.header("X-Note").value_or("none")),
+               std::string(m.text()),
+               std::string(m.html()),
+               {},
+               {},
+               {}};
     for (const Address& a : m.to()) found.to.emplace_back(a.name, a.address);
     for (const Part& part : m.attachments())
         found.files.push_back({std::string(part.declared_name()), charsOf(part.bytes())});
@@ -123,8 +129,8 @@ void expectSays(const Message& m, const Wish& wish) {
     }
 }
 
-const char* const kCharsets[] = {"us-ascii", "iso-8859-1", "koi8-r", "shift_jis", "gb18030",
-                                 "utf-8",    "utf-16",     "iso-2022-jp"};
+const char* const kCharsets[] = {"us-ascii", "iso-8859-1", "koi8-r", "shift_jis",
+                                 "gb18030",  "utf-8",      "utf-16", "iso-2022-jp"};
 
 Wish wished(Typist& typist) {
     Wish wish{typist.line(20), typist.line(20), {}, {}, {}, {}, {}};
@@ -148,7 +154,8 @@ Message built(const Wish& wish, Typist& typist) {
     b.header("X-Note", wish.note);
     if (!wish.text.empty()) b.text(wish.text);
     if (!wish.html.empty()) b.html(wish.html);
-    for (const File& file : wish.pictures) b.inline_image(bytesOf(file.bytes), file.name, "image/x");
+    for (const File& file : wish.pictures)
+        b.inline_image(bytesOf(file.bytes), file.name, "image/x");
     for (const File& file : wish.files)
         b.attach(bytesOf(file.bytes), file.name, typist.below(2) ? "application/x" : "");
     if (typist.below(2)) b.charset(kCharsets[typist.below(std::size(kCharsets))]);
@@ -204,7 +211,8 @@ const ErrorRow kErrors[] = {
     {"no message ID", [](Builder& b) { b.message_id("a b@c"); }},
     {"no message ID", [](Builder& b) { b.header("References", "<a@b> c"); }},
     {"no content ID", [](Builder& b) { b.inline_image(bytesOf("x"), "a>", "image/x"); }},
-    {"two pictures", [](Builder& b) {
+    {"two pictures",
+     [](Builder& b) {
          b.inline_image(bytesOf("x"), "a", "image/x").inline_image(bytesOf("x"), "<a>", "image/x");
      }},
     {"no type", [](Builder& b) { b.inline_image(bytesOf("x"), "a", "image"); }},
@@ -216,11 +224,11 @@ const ErrorRow kErrors[] = {
     {"7bit cannot", [](Builder& b) { b.text("\xC3\xA9").encoding("7BIT"); }},
     {"998 bytes", [](Builder& b) { b.text(repeated("x", 999)).encoding("8bit"); }},
     {"no line can hold", [](Builder& b) { b.header("List-Help", repeated("x", 999)); }},
-    {"cannot hold text in utf-16", [](Builder& b) {
-         b.text("a").charset("utf-16").encoding("quoted-printable");
-     }},
+    {"cannot hold text in utf-16",
+     [](Builder& b) { b.text("a").charset("utf-16").encoding("quoted-printable"); }},
     {"date is out", [](Builder& b) { b.date(sys_days(year(1899) / 12 / 31)); }},
-    {"date is out", [](Builder& b) { b.date(sys_days(year(9999) / 12 / 31) + hours(23), hours(1)); }},
+    {"date is out",
+     [](Builder& b) { b.date(sys_days(year(9999) / 12 / 31) + hours(23), hours(1)); }},
     {"date is out", [](Builder& b) { b.date(sys_seconds::max()); }},
     {"zone", [](Builder& b) { b.date({}, hours(24)); }},
 };
@@ -247,21 +255,30 @@ struct Form {
 };
 
 const Form kForms[] = {
-    {"date", [](Builder& b) { b.date(sys_seconds(seconds(951782399)), minutes(-210)); },
+    {"date",
+     [](Builder& b) { b.date(sys_seconds(seconds(951782399)), minutes(-210)); },
      {"Date: Mon, 28 Feb 2000 20:29:59 -0330"}},
-    {"addresses", [](Builder& b) {
-         b.from("\"Doe, J\" <j@x.org>, k@x.org").to("Doe, J", "j@x.org").reply_to("\"a b\"@[1.2.3.4]");
-     }, {"From: \"Doe, J\" <j@x.org>, k@x.org", "Sender: \"Doe, J\" <j@x.org>",
-         "To: \"Doe, J\" <j@x.org>", "Reply-To: \"a b\"@[1.2.3.4]"}},
-    {"IDs", [](Builder& b) { b.message_id("a@b").header("references", "<c@d>  e@f"); },
+    {"addresses",
+     [](Builder& b) {
+         b.from("\"Doe, J\" <j@x.org>, k@x.org")
+             .to("Doe, J", "j@x.org")
+             .reply_to("\"a b\"@[1.2.3.4]");
+     },
+     {"From: \"Doe, J\" <j@x.org>, k@x.org", "Sender: \"Doe, J\" <j@x.org>",
+      "To: \"Doe, J\" <j@x.org>", "Reply-To: \"a b\"@[1.2.3.4]"}},
+    {"IDs",
+     [](Builder& b) { b.message_id("a@b").header("references", "<c@d>  e@f"); },
      {"Message-ID: <a@b>", "references: <c@d> <e@f>"}},
-    {"pictures without HTML", [](Builder& b) {
-         b.text("t").inline_image(bytesOf("x"), "a", "image/x");
-     }, {"Content-Disposition: inline", "Content-ID: <a>", "Content-Type: image/x"}},
-    {"attached message", [](Builder& b) {
+    {"pictures without HTML",
+     [](Builder& b) { b.text("t").inline_image(bytesOf("x"), "a", "image/x"); },
+     {"Content-Disposition: inline", "Content-ID: <a>", "Content-Type: image/x"}},
+    {"attached message",
+     [](Builder& b) {
          b.text("t").attach(bytesOf("A: b\n\n\xC3"), "a.eml", "message/rfc822").encoding("8bit");
-     }, {"Content-Type: message/rfc822", "Content-Transfer-Encoding: 8bit", "\xC3"}},
-    {"a charset that cannot hold it", [](Builder& b) { b.text("\xD0\xB6").charset("latin1"); },
+     },
+     {"Content-Type: message/rfc822", "Content-Transfer-Encoding: 8bit", "\xC3"}},
+    {"a charset that cannot hold it",
+     [](Builder& b) { b.text("\xD0\xB6").charset("latin1"); },
      {"Content-Type: text/plain; charset=utf-8"}},
 };
 

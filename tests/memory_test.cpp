@@ -7,6 +7,7 @@
 #include <functional>
 #include <new>
 
+#include "mimetree/mimetree.hpp"
 #include "tests/node_support.h"
 
 namespace {
@@ -14,6 +15,7 @@ namespace {
 long g_live = 0;       // blocks handed out and not given back
 long g_countdown = 0;  // the allocation that is refused; 0 is none
 bool g_allBehind = false;
+bool g_alsoNew = false;  // the standard containers of what is tested are refused theirs
 long g_refused = 0;
 
 bool refuse() {
@@ -48,7 +50,7 @@ void __wrap_free(void* p) {
 
 // The tests' own allocations are never refused.
 void* operator new(size_t n) {
-    void* p = counted(__real_malloc(n));
+    void* p = g_alsoNew && refuse() ? nullptr : counted(__real_malloc(n));
     return p ? p : throw std::bad_alloc();
 }
 void* operator new(size_t n, const std::nothrow_t&) noexcept { return __wrap_malloc(n); }
@@ -239,6 +241,60 @@ TEST(Memory, Readers) {
             const bool done = read(*node, out);
             g_countdown = 0;
             return done ? str(out) : str(out) == "<" ? "" : "changed";
+        });
+}
+
+// The face throws nothing, and leaves a message that it cannot change as it was.
+TEST(Memory, Face) {
+    using namespace mimetree;
+    const auto file = std::as_bytes(std::span("\xFF bytes of a file that is attached"));
+    const auto shown = [](const Message& m) {
+        std::string all(m.text());
+        for (const Part& part : m.parts())
+            all.append(part.type()).append(part.declared_name()).append(part.charset()) += ';';
+        return all + std::string(m.subject());
+    };
+    using Change = Result<void> (*)(Message & m);
+    const Change changes[] = {[](Message& m) { return m.set_text(kLong); },
+                              [](Message& m) { return m.set_header("Subject", kLong); },
+                              [](Message& m) { return m.set_charset("utf-8"); },
+                              [](Message& m) { return m.remove_part(*m.part("1.1")); },
+                              [](Message& m) {
+                                  return m.add_attachment(std::as_bytes(std::span(kLong)),
+                                                          "n\xC3\xA4me, a long one.txt");
+                              }};
+    const auto refusing = [](auto work) {
+        g_alsoNew = true;
+        auto made = work();
+        g_alsoNew = false;
+        return made;
+    };
+    expectAllOrNothing([&] {
+        Result<Message> made = refusing([&] {
+            return Builder()
+                .from(kLong, "a@example.org")
+                .subject(kLong)
+                .header("X-Long", kLong)
+                .text(kLong)
+                .html(kLong)
+                .inline_image(file, "cid", "image/png")
+                .attach(file, "n\xC3\xA4me, a long one.pdf")
+                .charset("koi8-r")
+                .build();
+        });
+        return outcome(bool(made), [&] { return shown(*made); });
+    });
+    for (const Change change : changes)
+        expectAllOrNothing([&] {
+            const long countdown = std::exchange(g_countdown, 0);
+            Message m = Message::parse(kSample).value();
+            EXPECT_TRUE(m.remove_part(*m.part("3")));  // which is signed
+            const std::string before = shown(m);
+            g_countdown = countdown;
+            const Result<void> done = refusing([&] { return change(m); });
+            g_countdown = 0;
+            const std::string after = shown(m);
+            return done ? after : after == before ? "" : "changed";
         });
 }
 

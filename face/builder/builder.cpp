@@ -276,7 +276,12 @@ Result<Message> Builder::build() noexcept {
     if (!m_plan) return outOfMemory();
     Plan plan = std::exchange(*m_plan, Plan());
     if (!plan.state) return copyOf(plan.state.error());
-    return answerOf([&] { return Message(std::make_unique<Tree>(plan.message().release())); });
+    return answerOf([&] {
+        NodePtr root = plan.message();
+        auto tree = std::make_unique<Tree>(root.get());
+        root.release();
+        return Message(std::move(tree));
+    });
 }
 
 }  // namespace mimetree

@@ -9,6 +9,7 @@
 #include "face/builder/wire.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/bytes/bytes.h"
 #include "foundation/charset/code_pages.h"
 
 namespace mimetree::inner {
@@ -45,9 +46,17 @@ void fixCoding(MimeMessage2& leaf, LogBase& log) {
 
 }  // namespace
 
-bool isText(const MimeMessage2& part) {
+std::string_view typeOf(const MimeMessage2& part, const MimeMessage2* parent) {
     const StringBuffer& type = part.m_contentType.m_type;
-    return type.isEmpty() || type.beginsWithIgnoreCase("text/");
+    if (!type.isEmpty()) return {type.getString(), type.getSize()};
+    const bool isInDigest =
+        parent && parent->m_contentType.m_type.equalsIgnoreCase("multipart/digest");
+    return isInDigest ? "message/rfc822" : "text/plain";
+}
+
+bool isText(const MimeMessage2& part, const MimeMessage2* parent) {
+    const std::string_view type = typeOf(part, parent);
+    return type.size() >= 5 && bytes::equalIgnoreCase(type.data(), "text/", 5);
 }
 
 bool isSealed(const MimeMessage2& part) {

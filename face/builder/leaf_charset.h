@@ -3,13 +3,17 @@
 
 // Text leaves that were read, in another charset.
 
+#include <string_view>
+
 #include "foundation/_zqCharset.h"
 #include "mime/MimeMessage2.h"
 
 namespace mimetree::inner {
 
-// RFC 2045 5.2: a part without a type is plain text.
-bool isText(const MimeMessage2& part);
+// RFC 2045 5.2: a part without a type is plain text; RFC 2046 5.1.5: but a message where `parent`,
+// which may be null, is a digest.
+std::string_view typeOf(const MimeMessage2& part, const MimeMessage2* parent);
+bool isText(const MimeMessage2& part, const MimeMessage2* parent);
 
 // RFC 1847: whether a signature or encryption is over the bytes below as they are.
 bool isSealed(const MimeMessage2& part);

@@ -125,7 +125,8 @@ void recodeAt(TreeChange& change, uint32_t index, const _zqCharset& charset) {
 
 bool isRecoded(const TreeChange& change, uint32_t index, const _zqCharset& charset) {
     const Tree::Slot& slot = change.slots()[index];
-    return slot.childCount == 0 && isText(*slot.node) && !change.isCovered(index) &&
+    const MimeMessage2* const parent = index ? change.slots()[slot.parent].node : nullptr;
+    return slot.childCount == 0 && isText(*slot.node, parent) && !change.isCovered(index) &&
            slot.node->getCharsetCodePage() != charset.getCodePage();
 }
 

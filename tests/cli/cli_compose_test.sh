@@ -198,6 +198,10 @@ ok "combined" is "$(leaves | tail -3 | grep -cE 'charset=utf-8 +(base64|quoted)'
 converted nested --only text/plain
 ok "only: an emptied multipart goes, one with a child stays" is "$(shape)" "multipart/mixed text/plain "
 
+printf 'Content-Type: multipart/digest; boundary=A\n\n--A\n\nSubject: \303\251\n\n\303\251\n--A--\n' | crlf >digest
+converted digest --to-7bit --charset utf-16
+ok "a digest holds messages" has 'Subject: =?utf-8?B?w6k=?='
+
 for protocol in pkcs7 pgp; do
     {
         printf 'Content-Type: multipart/mixed; boundary=A\n\n--A\n'

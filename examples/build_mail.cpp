@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writes a mail with HTML, an inline picture, an attachment and international names:
+//     build_mail PICTURE FILE > mail.eml
+#include <iostream>
+
+#include "mimetree/mimetree.hpp"
+
+int main(int, char** argv) {
+    const auto mail = mimetree::Builder()
+        .from("Zo\u00EB M\u00FCller", "zoe@example.org")
+        .to("\u0395\u03BB\u03AD\u03BD\u03B7 \u03A0\u03B1\u03C0\u03C0\u03AC", "eleni@example.com")
+        .cc("Ngata, Wiremu", "wiremu@example.nz")
+        .subject("\u5C71\u7530\u82B1\u5B50: the report")
+        .text("Here it is.\n")
+        .html("<p>Here <img src=\"cid:logo@example.org\"> it is.</p>\n")
+        .inline_image(argv[1], "logo@example.org")
+        .attach(argv[2])
+        .build()
+        .and_then([](const mimetree::Message& made) { return made.write(); });
+    if (!mail) return std::cerr << mail.error().message() << '\n', 1;
+    std::cout << *mail;
+}
