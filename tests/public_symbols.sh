@@ -18,6 +18,6 @@ case $2 in
 esac
 # Address and type, then the name; instances of std:: templates belong to the standard library.
 foreign=$(sed -nE 's/^[0-9a-f]{8,} [A-Za-z] //p' <<<"$symbols" |
-    grep -vE '\bstd::|^operator |^(DW\.ref\.)?__|^_(init|fini|edata|end|_bss_start)$' |
+    grep -vE '\bstd::|^operator |^DW\.ref\.|^__|^_(init|fini|edata|end|_bss_start)$' |
     grep -vE "^(typeinfo( name)? for |vtable for |guard variable for |non-virtual thunk to )?((\w+[ *&]+)*($names)(::.*|\(.*|)$own)( \[clone .*\])?$" || true)
 [ -n "$symbols" ] && [ -z "$foreign" ] || { echo "not public names:"; echo "$foreign" | sort -u | head -40; exit 1; }

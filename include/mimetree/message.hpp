@@ -208,14 +208,20 @@ public:
     // -- Changing it.  Parts, texts and fields that were handed out before are void afterwards.
     // An error leaves the message as it was.
 
-    // Sets the field, in the place of the first that had the name; more of that name go.
+    // What is signed or encrypted (RFC 1847) stays as it is: to change it is an error.
+
+    // Sets the field, in the place of the first that had the name; more of that name go.  The
+    // value is text, checked as Builder does; Content- fields go with the body.
     Result<void> set_header(std::string_view name, std::string_view value) noexcept;
-    // Removes all fields of that name; true when there was one.
+    // Removes all fields of that name; true when there was one.  Content-Type,
+    // Content-Transfer-Encoding and MIME-Version stay.
     bool remove_header(std::string_view name) noexcept;
     // Sets the text that text() gives: the parts that it came from become one, with line ends
-    // CRLF and charset utf-8 unless the part's own can hold it.
+    // CRLF and charset utf-8 unless the part's own can hold it.  Without such a part there will
+    // be one: beside the HTML as the plainer form, or else in front.
     Result<void> set_text(std::string_view text) noexcept;
-    // Not the root.  A multipart that is left with one part or none stays a multipart.
+    // Not the root.  A multipart that is left with one part stays; one that is left with none
+    // goes as well, and where all are gone the message is an empty text.
     Result<void> remove_part(const Part& part) noexcept;
     // Attaches a file; the message becomes multipart/mixed if it is none.  The name is the path's
     // last piece and the type goes by the name, unless given.
@@ -223,7 +229,8 @@ public:
                                 std::string_view type = {}) noexcept;
     Result<void> add_attachment(std::span<const std::byte> bytes, std::string_view name,
                                 std::string_view type = {}) noexcept;
-    // Writes every text part in that charset, or in utf-8 where it cannot hold the text.
+    // Writes every text part in that charset, or in utf-8 where it cannot hold the text.  What is
+    // signed or encrypted, and text in a charset that is not known, is left as it is.
     Result<void> set_charset(std::string_view charset) noexcept;
 
     // The message as bytes, with CRLF.  What was read and not changed is written as it came,
