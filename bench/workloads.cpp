@@ -177,7 +177,7 @@ std::vector<unsigned> ideographsOf(int codePage) {
         const std::string code = inCharset(one, codePage);
         const auto lead = code.empty() ? 0 : static_cast<unsigned char>(code[0]);
         const bool isCommon =
-            codePage == 950 ? lead >= 0xA4 && lead <= 0xC6 : lead >= 0xB0 && lead <= 0xF7;
+            codePage == 950 ? lead >= 0xA4 && lead <= 0xC5 : lead >= 0xB0 && lead <= 0xF7;
         if (isCommon && code.size() == 2 && static_cast<unsigned char>(code[1]) >= 0xA1)
             found.push_back(c);
     }

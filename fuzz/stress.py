@@ -13,6 +13,7 @@ import collections
 import datetime
 import os
 import pathlib
+import platform
 import resource
 import subprocess
 import sys
@@ -169,16 +170,29 @@ def plot(results, libraries):
             parts.append('<text x="%d" y="260" class="s" text-anchor="middle">%d KB</text>'
                          % (left + at * 120, size // 1000))
         for library in libraries:
-            points = ["%d,%.0f" % (left + at * 120, 240 - (math.log10(max(one.seconds, 1e-3)) + 3) * 45)
-                      for at, (_, one) in enumerate(results[name][library]) if one.outcome != "crash"]
-            if points:
-                parts.append('<polyline points="%s" fill="none" stroke="%s" stroke-width="2"/>'
-                             % (" ".join(points), colours[library]))
+            points = []
+            for at, (_, one) in enumerate(results[name][library]):
+                if one.outcome == "crash":
+                    break
+                points.append("%d,%.0f" % (left + at * 120,
+                                           240 - (math.log10(max(one.seconds, 1e-3)) + 3) * 45))
+                filled = colours[library] if one.outcome == "ok" else "none"
+                parts.append('<circle cx="%s" cy="%s" r="3" fill="%s" stroke="%s"/>'
+                             % (*points[-1].split(","), filled, colours[library]))
+            parts.append('<polyline points="%s" fill="none" stroke="%s" stroke-width="2"/>'
+                         % (" ".join(points), colours[library]))
         left += 330
     for at, library in enumerate(libraries):
         parts.append('<text x="%d" y="284" style="fill:%s">%s</text>' % (60 + at * 110, colours[library], library))
     return ('<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 1010 296" font-family="sans-serif" '
-            'font-size="13">\n<style>text{fill:#666}.s{font-size:10px}</style>\n%s\n</svg>\n' % "\n".join(parts))
+            'font-size="13">\n<style>text{fill:#777}.s{font-size:10px}</style>\n%s\n</svg>\n' % "\n".join(parts))
+
+
+def processor():
+    for line in open("/proc/cpuinfo"):
+        if line.startswith("model name"):
+            return line.split(":")[1].strip()
+    return platform.machine()
 
 
 def page(results, libraries):
@@ -187,18 +201,21 @@ def page(results, libraries):
         rows.append("| %s | %s |" % (name, " | ".join(cell(result[n]) for n in libraries)))
     return """# Robustness
 
-Written by `make stress`, %s. Each cell has the nanoseconds a byte at %s KB of the attack, and in
-brackets the most memory at the last size, as a multiple of the input. Steady numbers mean linear time;
-**crash** is a process that was killed by its own fault (a full stack, mostly), and **> %d s** one that
-was stopped. mimetree ran with a stack of 256 KB, the others with the system's.
+Written by `make stress`: %s, on an %s. Each cell has the nanoseconds a byte at %s KB of the attack,
+and in brackets the most memory at the last size, as a multiple of the input; a node of a tree takes
+some hundred bytes, however few of the input made it. Steady numbers mean linear time; **crash** is a
+process that was killed by its own fault (a full stack, mostly), and **> %d s** one that was stopped.
+mimetree ran with a stack of 256 KB, the others with the system's.
 
 ![Time against size](robustness.svg)
+
+In the plot, an open circle is a run that was stopped; what crashes is not there.
 
 %s
 
 What the engine promises, and which tests stand behind each promise, is in
 [SECURITY.md](../SECURITY.md).
-""" % (datetime.date.today(), ", ".join(str(s // 1000) for s in SIZES), LIMIT, "\n".join(rows))
+""" % (datetime.date.today(), processor(), ", ".join(str(s // 1000) for s in SIZES), LIMIT, "\n".join(rows))
 
 
 def main(build, docs):

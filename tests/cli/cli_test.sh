@@ -107,6 +107,9 @@ fails 1 "unbounded: not a MIME message" tree --strict unbounded
 run tree --strict --log unbounded
 ok "--log: the engine's words" has "First boundary string not found." err
 ok "--log: indented by context" grep -q '^  [a-zA-Z]*:$' err
+printf 'Content-Type: multipart/mixed; boundary="=?utf-8?Q?b=1B?="\r\n\r\nx' >forged
+run tree --log forged
+ok "--log: values stay on their lines" has 'findBoundary: --b\x1B\x0D\x0A' err
 
 # --- what cannot be written: one line, status 1
 
