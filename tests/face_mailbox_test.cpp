@@ -203,6 +203,7 @@ TEST(Mbox, ReadsOddFiles) {
          {a + "\nFrom ann@e"}},
         {"a mail alone", MboxKind::automatic, a, {a}},
         {"text in front", MboxKind::automatic, "x\n\n" + from + b, {"x\n", b}},
+        {"two From lines", MboxKind::automatic, from + from + a, {from + a}},
         {"messages without anything", MboxKind::automatic, from + "\n" + from, {"", ""}},
         {"too short a length",
          MboxKind::automatic,

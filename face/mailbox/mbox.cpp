@@ -202,8 +202,9 @@ size_t Mbox::State::fromLineSize() noexcept {
     return std::min(ahead.held().find('\n'), ahead.held().size() - 1) + 1;
 }
 
+// Tolerated: two From lines in a row; the second belongs to the message.
 std::optional<Cut> Mbox::State::cutAtSeparator(size_t header) noexcept {
-    size_t from = header ? header - 1 : 0;
+    size_t from = header;
     while (true) {
         const auto found = inner::findSeparator(ahead.held(), from, ahead.isAtEnd());
         if (found.isFound || ahead.isAtEnd()) {

@@ -4,6 +4,7 @@
 
 #include "face/mailbox/separator.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -195,8 +196,9 @@ size_t inFrontOfMbox(std::string_view text) noexcept {
 
 bool holdsSeveralMessages(std::string_view file) noexcept {
     file.remove_prefix(inFrontOfMbox(file));
-    return beginsMessage(file, LineBefore::start_of_file) &&
-           findSeparator(file, 0, /*isEnd*/ true).isFound;
+    if (!beginsMessage(file, LineBefore::start_of_file)) return false;
+    const size_t header = std::min(file.find('\n'), file.size() - 1) + 1;
+    return findSeparator(file, header, /*isEnd*/ true).isFound;
 }
 
 }  // namespace mimetree::inner
