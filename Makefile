@@ -27,6 +27,15 @@ test: build
 amalgamate:
 	python3 packaging/amalgamate.py build/amalgamation
 
+# Debian packages and a .tar.gz, checked by lintian, in build/package; then installed and used in a
+# fresh root, and the other systems' recipes tried.
+.PHONY: package
+package:
+	@cmake/install-packages.sh build package
+	packaging/debian/build.sh . build/package
+	packaging/debian/clean_root.sh . build/package
+	packaging/try/recipes.sh . build/recipes
+
 # Measures the engine beside other libraries; writes docs/benchmarks.md.
 bench: peers
 	python3 bench/compare.py build/bench docs

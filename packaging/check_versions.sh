@@ -11,4 +11,6 @@ expect() {  # WHERE FOUND
 }
 expect CMake "$1"
 expect CHANGELOG.md "$(sed -nE '/^## \[[0-9]/{s/^## \[([0-9.]+)\].*/\1/p;q};s/^Becomes ([0-9.]+),.*/\1/p' CHANGELOG.md | head -1)"
+expect packaging/vcpkg "$(sed -nE 's/^ *"version": "([0-9.]+)".*/\1/p' packaging/vcpkg/mimetree/vcpkg.json)"
+expect packaging/homebrew "$(sed -nE 's/^ *url .*mimetree-([0-9.]+)\.tar\.gz"/\1/p' packaging/homebrew/mimetree.rb)"
 exit $status

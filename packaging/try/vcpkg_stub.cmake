@@ -1,0 +1,37 @@
+# SPDX-License-Identifier: Apache-2.0
+# Runs a port's steps without vcpkg: cmake -DPORT_DIR=... -DWORK=... -P vcpkg_stub.cmake
+cmake_minimum_required(VERSION 3.22)
+set(PORT mimetree)
+set(CURRENT_PORT_DIR ${PORT_DIR})
+set(CURRENT_PACKAGES_DIR ${WORK}/package)
+
+function(run)
+    execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+function(vcpkg_cmake_configure)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" SOURCE_PATH OPTIONS)
+    run(${CMAKE_COMMAND} -G Ninja -S ${arg_SOURCE_PATH} -B ${WORK}/build
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=${CURRENT_PACKAGES_DIR} ${arg_OPTIONS})
+endfunction()
+function(vcpkg_cmake_install)
+    run(${CMAKE_COMMAND} --build ${WORK}/build)
+    run(${CMAKE_COMMAND} --install ${WORK}/build)
+endfunction()
+function(vcpkg_cmake_config_fixup)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" CONFIG_PATH "")
+    if(NOT EXISTS ${CURRENT_PACKAGES_DIR}/${arg_CONFIG_PATH}/mimetreeConfig.cmake)
+        message(FATAL_ERROR "no configuration in ${arg_CONFIG_PATH}")
+    endif()
+endfunction()
+function(vcpkg_fixup_pkgconfig)
+endfunction()
+function(vcpkg_install_copyright)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "" FILE_LIST)
+    file(INSTALL ${arg_FILE_LIST} DESTINATION ${CURRENT_PACKAGES_DIR}/share/mimetree)
+endfunction()
+
+file(READ ${PORT_DIR}/vcpkg.json manifest)
+string(JSON version GET ${manifest} version)
+message("vcpkg: version ${version}")
+# The port's own folder is CMAKE_CURRENT_LIST_DIR within what is included.
+include(${PORT_DIR}/portfile.cmake)
