@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""What `mimetree compose` writes, others read: Python's email package, in its modern and its
-old form, and mimetree itself must find the same subject, addresses, texts, attachments and
-fields, for many scripts in every place where a user can type them.  GMime and mu, where they
-are installed, must find the same subject and addresses.
+"""What `mimetree compose` and the example that builds a mail write, others read: Python's email
+package, in its modern and its old form, and mimetree itself must find the same subject,
+addresses, texts, attachments and fields, for many scripts in every place where a user can type
+them.  GMime and mu, where they are installed, must find the same subject and addresses.  After
+the charset was changed, the first two must still find the same.
 
-usage: compose_interop.py PROGRAM
+usage: compose_interop.py PROGRAM EXAMPLES_DIR
 """
 
 import email
@@ -51,6 +52,7 @@ class Case:
     fields: dict = field(default_factory=dict)
     args: list = field(default_factory=list)
     eight_bit: bool = False
+    program: str = None  # makes the message out of the files
 
 
 def long_name(text, ending=".pdf"):
@@ -96,6 +98,8 @@ def cases():
     yield Case("everything at once", subject=SCRIPTS["greek"], sender=(SCRIPTS["thai"], "a@b.org"),
                to=[("Doe, John", "j@x.org"), ("", "k@x.org")], text=SCRIPTS["korean"],
                html=SCRIPTS["arabic"], files=[("ж.png", BYTES)], fields={"X-A": SCRIPTS["emoji"]})
+    yield Case("what looks encoded", subject="=?utf-8?q?a?= =?x", fields={"X-A": "=?utf-8?b?YQ==?="})
+    yield Case("line ends", text="a\r\nb\rc\n\nd\r\r\n", html="<p>\r\n\r")
     for coding in ("quoted-printable", "base64", "8bit"):
         yield Case(f"--encoding {coding}", text="Grüße =20\n.\n", html="<b>ü</b>",
                    args=["--encoding", coding], eight_bit=coding == "8bit")
@@ -105,6 +109,15 @@ def cases():
         text = SCRIPTS[script] if script else "視野無限廣"
         yield Case(f"--charset {charset}", subject=text, text=text, html=f"<p>{text}</p>",
                    args=["--charset", charset])
+
+
+def built_by(program):
+    """What examples/build_mail.cpp asks for."""
+    return Case("the example", program=program, subject="山田花子: the report",
+                sender=("Zoë Müller", "zoe@example.org"), to=[("Ελένη Παππά", "eleni@example.com")],
+                text="Here it is.\n", html='<p>Here <img src="cid:logo@example.org"> it is.</p>\n',
+                fields={"Cc": '"Ngata, Wiremu" <wiremu@example.nz>'},
+                files=[("logo.png", BYTES), ("täble.xls", BYTES)])
 
 
 # -- Making a message
@@ -123,6 +136,9 @@ def write_file(directory, name, data):
 
 
 def compose(tool, case, directory):
+    if case.program:
+        paths = [write_file(directory, name, data) for name, data in case.files]
+        return run([case.program, *paths])
     command = [tool, "compose", "--subject", case.subject, "--from", typed(*case.sender)]
     for address in case.to:
         command += ["--to", typed(*address)]
@@ -298,8 +314,11 @@ READERS = [read_default, read_compat32, read_mimetree]
 
 
 def expected(case):
-    texts = [("text/plain", case.text)] if case.text is not None else []
-    texts += [("text/html", case.html)] if case.html is not None else []
+    def with_lines(text):
+        return with_lf(text).replace("\r", "\n")
+
+    texts = [("text/plain", with_lines(case.text))] if case.text is not None else []
+    texts += [("text/html", with_lines(case.html))] if case.html is not None else []
     return {
         "subject": case.subject.rstrip(),
         "From": [case.sender],
@@ -330,32 +349,42 @@ def problems_of_form(case, raw):
 
 
 def same(found, wanted):
-    """A None within `found` fits anything."""
+    """A None within either fits anything."""
     if isinstance(wanted, (list, tuple)):
         return len(found) == len(wanted) and all(map(same, found, wanted))
-    return found is None or found == wanted
+    return found is None or wanted is None or found == wanted
 
 
-def problems(tool, case, directory, readers):
+def differences(reader, tool, raw, wanted):
+    for key, value in reader(tool, raw).items():
+        if not same(value, wanted[key]):
+            yield f"{reader.__name__}: {key}\n    is     {value!r}\n    not    {wanted[key]!r}"
+
+
+def problems(tool, examples, case, directory, readers):
     raw = compose(tool, case, directory)
     yield from problems_of_form(case, raw)
     wanted = expected(case)
     for reader in readers:
-        found = reader(tool, raw)
-        for key, value in found.items():
-            if not same(value, wanted[key]):
-                yield f"{reader.__name__}: {key}\n    is     {value!r}\n    not    {wanted[key]!r}"
+        yield from differences(reader, tool, raw, wanted)
+    wanted["files"] = [(name, None if name.endswith((".txt", ".csv")) else data)
+                       for name, data in wanted["files"]]
+    for charset in ("utf-8", "koi8-r"):
+        changed = run([f"{examples}/change_charset", write_file(directory, "m", raw), charset])
+        yield from problems_of_form(case, changed)
+        for reader in (read_default, read_compat32):
+            yield from differences(reader, tool, changed, wanted)
 
 
 def main():
-    tool = os.path.realpath(sys.argv[1])
+    tool, examples = map(os.path.realpath, sys.argv[1:3])
     readers = [*READERS, *optional_readers()]
     count = failures = 0
-    for case in cases():
+    for case in [built_by(f"{examples}/build_mail"), *cases()]:
         count += 1
         with tempfile.TemporaryDirectory() as directory:
             try:
-                found = list(problems(tool, case, directory, readers))
+                found = list(problems(tool, examples, case, directory, readers))
             except Exception as error:  # any reader may choke on a message
                 found = [f"{type(error).__name__}: {error}"]
         for problem in found:
