@@ -368,6 +368,20 @@ TEST(FaceChange, AllOrNothing) {
     EXPECT_NE(written(m).find(sealed.substr(sealed.find("--b\r\n"))), std::string::npos);
 }
 
+// What came so that only tolerant readers find its parts, or is in what few read, is mended.
+TEST(FaceChange, WritesWhatStrictReadersTake) {
+    Message m = Message::parse(
+                    "Content-Type: multipart/mixed boundary==b\r\n\r\n--=b\r\n"
+                    "Content-Type: text/plain; format=flowed; charset=unicode-1-1-utf-7\r\n\r\nx "
+                    "\r\n--=b--\r\n")
+                    .value();
+    ASSERT_TRUE(m.set_text("\xC3\xA9\n"));
+    EXPECT_EQ(written(m),
+              "Content-Type: multipart/mixed; boundary=\"=b\"\r\n"
+              "MIME-Version: 1.0\r\n\r\n--=b\r\nContent-Type: text/plain; charset=utf-8\r\n"
+              "Content-Transfer-Encoding: quoted-printable\r\n\r\n=C3=A9\r\n\r\n--=b--\r\n");
+}
+
 // What the sample mails keep when the text is set, a file attached, and taken away again.
 TEST(FaceChange, KeepsTheRestOfSamples) {
     int changed = 0;

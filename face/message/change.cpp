@@ -6,6 +6,7 @@
 #include "face/builder/wire.h"
 #include "face/message/bodies.h"
 #include "face/message/change_tree.h"
+#include "foundation/charset/code_pages.h"
 #include "foundation/header/HeaderWriter.h"
 
 namespace mimetree {
@@ -51,8 +52,9 @@ std::vector<uint32_t> plainTexts(Tree& tree) {
     return found;
 }
 
-// RFC 3676: the new text is not flowed.
+// RFC 3676: the new text is not flowed.  Nor is it in UTF-7, which many readers refuse.
 void resetText(MimeMessage2& leaf, std::string_view text) {
+    if (leaf.getCharsetCodePage() == codepage::kUtf7) leaf.clearCharset(silentLog);
     leaf.m_contentType.m_formatFlowed = false;
     leaf.removeHeaderField("Content-MD5", /*all*/ true, silentLog);
     setLeafText(leaf, text, "text/plain", {leaf.getCharset(), ""});

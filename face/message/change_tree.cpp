@@ -9,6 +9,7 @@
 #include "face/builder/leaf_charset.h"
 #include "face/builder/values.h"
 #include "face/builder/wire.h"
+#include "foundation/bytes/ByteSet.h"
 
 namespace mimetree::inner {
 
@@ -68,6 +69,20 @@ void addMimeVersion(MimeMessage2& root) {
         root.addHeaderFieldUtf8("MIME-Version", "1.0", /*allowEmpty*/ false, silentLog);
 }
 
+// RFC 2045 5.1: what is no token stands in quotes.
+bool hasStrictBoundary(const MimeMessage2& multipart) {
+    const StringBuffer& boundary = multipart.m_contentType.m_boundary;
+    StringBuffer declared, value, quoted;
+    multipart.getSubFieldUtf8("Content-Type", "boundary", declared, silentLog);
+    multipart.getHeaderFieldUtf8_2("Content-Type", /*decode*/ false, value, silentLog);
+    quoted.append3("\"", boundary.getString(), "\"");
+    const std::string_view text = viewOf(boundary);
+    const bool isToken =
+        std::all_of(text.begin(), text.end(), [](char c) { return kTokenBytes.has(c); });
+    return declared.equals(boundary) && value.containsChar(';') &&
+           (isToken || value.containsSubstring(quoted.getString()));
+}
+
 void closeGaps(ExtPtrArray& parts) noexcept {
     int kept = 0;
     for (int i = 0; i < parts.getSize(); ++i) {
@@ -109,16 +124,12 @@ void TreeChange::findPlaces() {
     }
 }
 
-// Tolerated: delimiters that are not quite what the header says, which are written as they were
-// found.
+// Tolerated: a boundary that no strict reader finds in the header, or not as it is on the
+// delimiters; what is written again has it as RFC 2046 5.1.1 wants it.
 void TreeChange::mendBoundaries() {
-    for (uint32_t i = 0; i < m_slots->size(); ++i) {
-        if (m_partsLeft[i] == 0 || m_isCovered[i]) continue;
-        StringBuffer declared;
-        m_nodes[i]->getSubFieldUtf8("Content-Type", "boundary", declared, silentLog);
-        if (!declared.equals(m_nodes[i]->m_contentType.m_boundary))
+    for (uint32_t i = 0; i < m_slots->size(); ++i)
+        if (m_partsLeft[i] != 0 && !m_isCovered[i] && !hasStrictBoundary(*m_nodes[i]))
             edit(i).refreshContentTypeHeader(silentLog);
-    }
 }
 
 void TreeChange::checkOpen(uint32_t index) const {
