@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Commands `body` (one decoded body: a part by its number, or the one a reader wants) and
+// Commands `body` (a decoded part by its number, or the text a reader wants) and
 // `rewrite` (the message as the engine writes it).
-
-#include <strings.h>
 
 #include <algorithm>
 
@@ -12,26 +10,6 @@
 #include "cli/nodes.h"
 
 namespace {
-
-// RFC 2045 5.2: a part without a type is plain text.
-bool hasType(const MimeMessage2& message, const char* type) {
-    const std::string_view own = view(message.getContentType());
-    return strcasecmp(own.empty() ? "text/plain" : own.data(), type) == 0;
-}
-
-// The first such leaf that is no attachment; null when there is none.
-MimeMessage2* findText(const Message& message, const char* type) {
-    for (const Node& node : nodesOf(message.root))
-        if (hasType(*node.message, type) && !node.message->isAttachment(message.log))
-            return node.message;
-    return nullptr;
-}
-
-MimeMessage2* bestBody(const Message& message) {
-    if (MimeMessage2* plain = findText(message, "text/plain")) return plain;
-    if (MimeMessage2* html = findText(message, "text/html")) return html;
-    return &message.root;
-}
 
 ExitStatus show(const MimeMessage2* part, Output& out) {
     out.writeContent(view(part->getMimeBodyDb()));
@@ -44,17 +22,32 @@ ExitStatus showPart(const Message& message, const std::string& number, Output& o
     return kBadUsage;
 }
 
-ExitStatus showText(const Message& message, const char* type, Output& out) {
-    if (const MimeMessage2* part = findText(message, type)) return show(part, out);
-    reportError(message.path, std::string("no ") + type + " body");
-    return kFailed;
+ExitStatus showText(const Message& message, mimetree::TextForm form, Output& out) {
+    const bool isHtml = form == mimetree::TextForm::html;
+    const mimetree::Parts parts = message.mail.body_parts(form);
+    const bool isThere = std::any_of(parts.begin(), parts.end(), [&](const mimetree::Part& part) {
+        return (part.type() == "text/html") == isHtml;
+    });
+    if (!isThere) {
+        reportError(message.path, isHtml ? "no text/html body" : "no text/plain body");
+        return kFailed;
+    }
+    out.writeContent(isHtml ? message.mail.html() : message.mail.text());
+    return kDone;
+}
+
+ExitStatus showBest(const Message& message, Output& out) {
+    const std::string_view text = message.mail.text(), html = message.mail.html();
+    if (text.empty() && html.empty()) return show(&message.root, out);
+    out.writeContent(text.empty() ? html : text);
+    return kDone;
 }
 
 ExitStatus showBody(const Message& message, const Options& options, Output& out) {
     if (options.byPart) return showPart(message, options.part, out);
-    if (options.html) return showText(message, "text/html", out);
-    if (options.text) return showText(message, "text/plain", out);
-    return show(bestBody(message), out);
+    if (options.html) return showText(message, mimetree::TextForm::html, out);
+    if (options.text) return showText(message, mimetree::TextForm::plain, out);
+    return showBest(message, out);
 }
 
 ExitStatus showRewritten(const Message& message, const Options&, Output& out) {

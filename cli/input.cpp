@@ -156,14 +156,17 @@ private:
     }
 
     void showFile(const std::string& path) {
-        MimeMessage2 root;
+        auto root = std::make_unique<MimeMessage2>();
         {
             DataBuffer bytes;
             if (const char* reason = readWhole(path, bytes)) return fail(path, reason);
-            if (!root.loadMimeCompleteDb(bytes, *m_log)) return fail(path, "not a MIME message");
+            if (!root->loadMimeCompleteDb(bytes, *m_log)) return fail(path, "not a MIME message");
         }
+        const auto mail = mimetree::Message::adopt(root.release());
+        if (!mail) return fail(path, mail.error().message().c_str());
         if (m_severalMessages && m_heading == Heading::Path) writeHeading(path);
-        m_status = std::max(m_status, m_show({path, root, *m_log}, m_options, m_out));
+        m_status =
+            std::max(m_status, m_show({path, *mail, mail->node(), *m_log}, m_options, m_out));
     }
 
     void writeHeading(const std::string& path) {

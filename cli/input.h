@@ -7,13 +7,15 @@
 #include <memory>
 #include <string>
 
-#include "mime/MimeMessage2.h"
 #include "cli/options.h"
 #include "cli/output.h"
+#include "mime/MimeMessage2.h"
+#include "mimetree/message.hpp"
 
 struct Message {
     std::string path;
-    MimeMessage2& root;
+    const mimetree::Message& mail;
+    MimeMessage2& root;  // of the mail
     LogBase& log;
 };
 

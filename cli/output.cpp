@@ -11,46 +11,21 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "face/files/harm.h"
+
+using namespace mimetree::inner;
+
 namespace {
-
-struct Character {
-    unsigned codePoint;
-    unsigned size;  // 0: the byte begins no UTF-8 character
-};
-
-// RFC 3629 4: overlong forms, surrogates and values above U+10FFFF are not UTF-8.
-Character characterAt(std::string_view text, size_t at) {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[at + i]); };
-    const unsigned first = byte(0);
-    if (first < 0x80) return {first, 1};
-    const unsigned size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || text.size() - at < size) return {first, 0};
-    unsigned codePoint = first & (0xFFu >> (size + 1));
-    for (unsigned i = 1; i < size; ++i) {
-        if ((byte(i) & 0xC0u) != 0x80) return {first, 0};
-        codePoint = codePoint << 6 | (byte(i) & 0x3Fu);
-    }
-    constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-    if (codePoint < kLeast[size] || codePoint > 0x10FFFF || isSurrogate) return {first, 0};
-    return {codePoint, size};
-}
-
-bool isHarmful(unsigned c) {
-    return (c < 0x20 && c != '\t') || (c >= 0x7F && c < 0xA0)  // C0, DEL, C1
-           || c == 0x061C || c == 0x200E || c == 0x200F        // direction marks
-           || (c >= 0x2028 && c <= 0x202E)                     // line breaks, embeddings
-           || (c >= 0x2066 && c <= 0x2069);                    // isolates
-}
 
 bool isLayout(std::string_view text, size_t at) {
     const char c = text[at];
     return c == '\n' || (c == '\r' && text.substr(at + 1, 1) == "\n");
 }
 
-std::string escape(unsigned code) {
+std::string escape(char32_t code) {
     char text[16];
-    std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02X" : "\\u%04X", code);
+    std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02X" : "\\u%04X",
+                  static_cast<unsigned>(code));
     return text;
 }
 
@@ -103,17 +78,6 @@ std::string_view view(const char* s) { return s ? std::string_view(s) : std::str
 std::string oneLine(std::string_view text) { return escaped(text, /*keepLayout*/ false); }
 
 std::string manyLines(std::string_view text) { return escaped(text, /*keepLayout*/ true); }
-
-std::string withoutHarm(std::string_view text, char replacement) {
-    std::string out;
-    for (size_t at = 0; at < text.size();) {
-        const Character c = characterAt(text, at);
-        if (c.size == 0 || c.codePoint == '\t' || isHarmful(c.codePoint)) out += replacement;
-        else out += text.substr(at, c.size);
-        at += c.size ? c.size : 1;
-    }
-    return out;
-}
 
 void reportError(std::string_view message) {
     const std::string line = "mimetree: " + oneLine(message) + "\n";

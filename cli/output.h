@@ -22,9 +22,6 @@ std::string oneLine(std::string_view text);
 // The same with line breaks kept; CRLF becomes LF.
 std::string manyLines(std::string_view text);
 
-// The same characters, tabs too, replaced.
-std::string withoutHarm(std::string_view text, char replacement);
-
 // One line on standard error, with the program's name in front.
 void reportError(std::string_view message);
 void reportError(std::string_view path, std::string_view reason);

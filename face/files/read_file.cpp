@@ -4,7 +4,6 @@
 #include "face/files/read_file.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <memory>
 #include <system_error>
 
@@ -21,11 +20,6 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// Paths are UTF-8 also where the system's own are not.
-std::filesystem::path pathOf(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
 File openFile(const std::string& path) {
 #ifdef _WIN32
     return File(_wfopen(pathOf(path).c_str(), L"rb"));
@@ -39,6 +33,10 @@ Error outOfMemory(const std::string& path) {
 }
 
 }  // namespace
+
+std::filesystem::path pathOf(const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
 
 Error systemError(const std::string& path, int error) {
     return Error(Errc::io, path + ": " + std::generic_category().message(error));

@@ -4,6 +4,7 @@
 // Files and streams read whole.
 
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,9 @@ std::optional<Error> readFile(const std::string& path, DataBuffer& bytes);
 
 // The same for an open stream, which goes by `name`.
 std::optional<Error> readStream(std::FILE* stream, const std::string& name, DataBuffer& bytes);
+
+// Paths are UTF-8 also where the system's own are not.
+std::filesystem::path pathOf(const std::string& utf8);
 
 // The reason that errno stands for, with `path` in front.
 Error systemError(const std::string& path, int error);

@@ -276,12 +276,18 @@ Parts Message::inline_parts() const noexcept {
     return m_tree->answer([&]() -> Parts { return m_tree->views().inlineParts; });
 }
 
-Parts Message::body_parts() const noexcept {
-    return m_tree->answer([&]() -> Parts { return m_tree->views().texts; });
+Parts Message::body_parts(TextForm preferred) const noexcept {
+    return m_tree->answer([&]() -> Parts {
+        return preferred == TextForm::plain ? m_tree->views().texts : m_tree->views().htmls;
+    });
 }
 
 bool Part::is_attachment() const noexcept {
     return m_tree->answer([&] { return m_tree->views().roles[m_index] == Role::Attachment; });
+}
+
+bool Part::is_body() const noexcept {
+    return m_tree->answer([&] { return m_tree->views().roles[m_index] == Role::Body; });
 }
 
 }  // namespace mimetree

@@ -35,14 +35,14 @@ void appendField(const MimeMessage2& node, int index, LogBase& log, std::string&
     sizes.push_back({name.getSize(), trimmed(view(value)).size(), raw.size()});
 }
 
-// RFC 5322 3.6.4, 2.  Tolerated: identifiers without angle brackets, or with blanks in them.
-std::string_view withoutAngles(std::string_view id) {
+}  // namespace
+
+// Tolerated: identifiers without angle brackets (RFC 5322 3.6.4).
+std::string_view inner::withoutAngles(std::string_view id) {
     id = trimmed(id);
     if (id.starts_with('<')) id = id.substr(1, id.find('>', 1) - 1);
     return trimmed(id);
 }
-
-}  // namespace
 
 std::span<const Header> Tree::headers(uint32_t index) {
     return answer([&]() -> std::span<const Header> {
@@ -85,7 +85,7 @@ std::optional<std::string_view> Part::header(std::string_view name) const noexce
 }
 
 std::string_view Part::content_id() const noexcept {
-    return withoutAngles(view(node().m_contentId));
+    return inner::withoutAngles(view(node().m_contentId));
 }
 
 std::span<const Header> Message::headers() const noexcept { return root().headers(); }
@@ -99,7 +99,7 @@ std::string_view Message::subject() const noexcept {
 }
 
 std::string_view Message::message_id() const noexcept {
-    return withoutAngles(header("Message-ID").value_or(std::string_view()));
+    return inner::withoutAngles(header("Message-ID").value_or(std::string_view()));
 }
 
 }  // namespace mimetree

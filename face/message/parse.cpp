@@ -52,9 +52,16 @@ Result<Message> Message::parse(std::string_view mail, ParseOptions options) noex
     return inner::attempt([&]() -> Result<Message> {
         if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
         if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
-        auto tree = std::make_unique<Tree>(MimeMessage2::createNewObject());
+        auto tree =
+            std::make_unique<Tree>(std::unique_ptr<MimeMessage2>(MimeMessage2::createNewObject()));
         if (const Result<void> done = load(*tree, mail, options); !done) return done.error();
         return Message(std::move(tree));
+    });
+}
+
+Result<Message> Message::adopt(MimeMessage2* root) noexcept {
+    return inner::attempt([&]() -> Result<Message> {
+        return Message(std::make_unique<Tree>(std::unique_ptr<MimeMessage2>(root)));
     });
 }
 

@@ -119,13 +119,6 @@ Result<Message> Part::message() const noexcept {
     return Message::parse(body);
 }
 
-// -- Texts
-
-std::string_view Part::text() const noexcept {
-    if (!is_text()) return {};
-    return view(node().getMimeBodyDb());
-}
-
 // -- Finding parts
 
 Parts Message::parts() const noexcept {
@@ -143,6 +136,42 @@ std::optional<Part> Message::part(std::string_view path) const noexcept {
         at = children[number - 1];
     }
     return at;
+}
+
+namespace {
+
+// RFC 2392: the identifier within a URL may be percent-encoded.
+std::string percentDecoded(std::string_view url) {
+    std::string text;
+    for (size_t i = 0; i < url.size(); ++i) {
+        const bool isCode = url[i] == '%' && i + 2 < url.size();
+        const int high = isCode ? inner::bytes::hexValue(url[i + 1]) : -1;
+        const int low = isCode ? inner::bytes::hexValue(url[i + 2]) : -1;
+        const bool isHex = high >= 0 && low >= 0;
+        text += isHex ? static_cast<char>(16 * high + low) : url[i];
+        if (isHex) i += 2;
+    }
+    return text;
+}
+
+}  // namespace
+
+std::optional<Part> Tree::partByCid(std::string_view cid) {
+    if (m_byContentId.empty())
+        for (const Part& part : parts())
+            if (const std::string_view id = part.content_id(); !id.empty())
+                m_byContentId.emplace(id, part);
+    const auto found = m_byContentId.find(cid);
+    return found == m_byContentId.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<Part> Message::part_by_cid(std::string_view cid) const noexcept {
+    return m_tree->answer([&]() -> std::optional<Part> {
+        if (startsIgnoringCase(cid, "cid:")) cid.remove_prefix(4);
+        cid = inner::withoutAngles(cid);
+        if (const auto part = m_tree->partByCid(cid)) return part;
+        return m_tree->partByCid(percentDecoded(cid));
+    });
 }
 
 }  // namespace mimetree

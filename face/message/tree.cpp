@@ -9,8 +9,8 @@
 
 namespace mimetree {
 
-Tree::Tree(MimeMessage2* root) : m_root(root) {
-    if (!root) throw std::bad_alloc();
+Tree::Tree(std::unique_ptr<MimeMessage2> root) : m_root(std::move(root)) {
+    if (!m_root) throw std::bad_alloc();
 }
 
 void Tree::changed() {
@@ -18,6 +18,7 @@ void Tree::changed() {
     m_parts.clear();
     m_children.clear();
     m_views.reset();
+    m_byContentId.clear();
     m_texts.clear();
     m_fields.clear();
     m_addresses.clear();

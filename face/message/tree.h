@@ -24,9 +24,16 @@ inline std::string_view view(const DataBuffer& d) {
     return {reinterpret_cast<const char*>(d.getData2()), d.getSize()};
 }
 
+namespace inner {
+
+// Of an identifier such as "<a@b>".
+std::string_view withoutAngles(std::string_view id);
+
+}  // namespace inner
+
 struct Tree {
-    // Takes ownership of `root`; null stands for memory that ran out.
-    explicit Tree(MimeMessage2* root);
+    // Null stands for memory that ran out.
+    explicit Tree(std::unique_ptr<MimeMessage2> root);
 
     // One entry a node, a parent before its children; entry 0 is the root.
     struct Slot {
@@ -97,6 +104,7 @@ struct Tree {
 
     std::span<const Header> headers(uint32_t index);
     Addresses addresses(std::string_view field);
+    std::optional<Part> partByCid(std::string_view cid);
 
     LogNull m_log;
     bool m_ok = true;
@@ -116,6 +124,7 @@ private:
     std::vector<Part> m_parts;     // in the order of m_slots
     std::vector<Part> m_children;  // those of one node stand together
     std::unique_ptr<Views> m_views;
+    std::unordered_map<std::string_view, Part> m_byContentId;
     std::unordered_map<std::string, std::string> m_texts;
     std::unordered_map<uint32_t, Fields> m_fields;
     std::unordered_map<std::string, std::vector<Address>> m_addresses;

@@ -96,8 +96,8 @@ public:
     std::optional<std::string_view> parameter(std::string_view name) const noexcept;
 
     // A name that is safe to give to a file: no directories, devices, control or bidi characters,
-    // no dot or dash in front.  Made up from the type and the path ("part-1.2.png") for a part
-    // that has none, so never empty.
+    // no dot or dash in front, at most 255 bytes.  Made up from the type and the part's place
+    // among the leaves ("part-3.png") where there is none, so never empty.
     std::string_view name() const noexcept;
     // The name as the mail has it, decoded; may be hostile.  Empty when there is none.
     std::string_view declared_name() const noexcept;
@@ -123,16 +123,19 @@ public:
 
     bool is_multipart() const noexcept;
     bool is_text() const noexcept;
-    // By the rule in docs/faq.md: what is an attachment?
+    // By the rules in docs/faq.md: what is an attachment, which part is the body?
     bool is_attachment() const noexcept;
+    bool is_body() const noexcept;
     // A message inside the message: message/rfc822 and message/global.
     bool is_message() const noexcept;
 
     // The message inside this part, read anew on each call; an error when the part is none.
     Result<Message> message() const noexcept;
 
-    // Writes the decoded body, text in its own charset, to a new file named name() in `directory`,
-    // which is made when it is missing.  Never outside of it, never over a file that is there
+    // The decoded body as it goes into a file: text in its own charset.
+    Result<std::string> file_bytes() const noexcept;
+
+    // Writes these to a new file named name() in `directory`, which is made when it is missing.  Never outside of it, never over a file that is there
     // (the new one's name gets " (2)" and so on), and no symbolic link is followed.
     // Gives the path of the file.
     Result<std::string> save(const std::string& directory) const noexcept;
@@ -151,6 +154,8 @@ private:
     uint32_t m_index;
 };
 
+enum class TextForm { plain, html };
+
 struct ParseOptions {
     bool strict = false;  // refuse a multipart whose boundary is missing (Errc::damaged)
 };
@@ -163,6 +168,9 @@ public:
     static Result<Message> parse(std::string_view mail, ParseOptions options = {}) noexcept;
     // The same out of a file.  A file that holds many messages (mbox) is an error as well.
     static Result<Message> read(const std::string& path, ParseOptions options = {}) noexcept;
+
+    // Takes over a tree of the engine's; null stands for memory that ran out.
+    static Result<Message> adopt(MimeMessage2* root) noexcept;
 
     Message(Message&&) noexcept;
     Message& operator=(Message&&) noexcept;
@@ -189,9 +197,9 @@ public:
     std::string_view text() const noexcept;
     std::string_view html() const noexcept;
 
-    // The parts that such a reader shows, plain text preferred to HTML: where a text has no plain
-    // form, it is HTML.
-    Parts body_parts() const noexcept;
+    // The parts that such a reader shows: of a text in both forms the one preferred, of any other
+    // the one there is.
+    Parts body_parts(TextForm preferred = TextForm::plain) const noexcept;
 
     // Every part that is_attachment(); every other leaf that no text shows: inline pictures and
     // the like.  In reading order.

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// File names out of mail are chosen by whoever sent it.  extract.cpp asks here what of them
-// may name a file; folder.cpp, how a name in use is varied.
+// File names out of mail are chosen by whoever sent it.  Part::name() asks here what of them may
+// name a file; folder.cpp, how a name in use is varied.
 
-#include "cli/safe_name.h"
+#include "face/files/safe_name.h"
 
-#include <strings.h>
+#include "face/files/harm.h"
+#include "foundation/bytes/bytes.h"
 
-#include "cli/output.h"
+namespace mimetree::inner {
 
 namespace {
 
@@ -14,8 +15,15 @@ namespace {
 constexpr size_t kMaxName = 255;
 constexpr size_t kMaxExtension = 32;
 
+// What Windows takes in no name; a colon would even write to a stream within another file.
+#ifdef _WIN32
+constexpr std::string_view kForbidden = "<>:\"|?*";
+#else
+constexpr std::string_view kForbidden;
+#endif
+
 bool equalIgnoreCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    return a.size() == b.size() && bytes::equalIgnoreCase(a.data(), b.data(), a.size());
 }
 
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
@@ -56,6 +64,8 @@ size_t extensionAt(std::string_view name) {
 // with "-" is an option to whoever writes "rm *".
 std::string safeName(std::string_view name) {
     std::string safe = withoutHarm(withoutDirectory(name), '_');
+    for (char& c : safe)
+        if (kForbidden.find(c) != kForbidden.npos) c = '_';
     safe.resize(withoutTail(safe).size());
     const bool isSpecial = !safe.empty() && (safe[0] == '.' || safe[0] == '-' || isDevice(safe));
     return isSpecial ? "_" + safe : safe;
@@ -79,3 +89,5 @@ bool hasExtension(std::string_view name, std::string_view extension) {
            equalIgnoreCase(name.substr(name.size() - extension.size()), extension) &&
            name[name.size() - extension.size() - 1] == '.';
 }
+
+}  // namespace mimetree::inner

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace mimetree::inner {
+
 // What is left of a name when it may say nothing but the name of a file: no directories, drive
 // or device, no control or bidi characters, valid UTF-8, no dot or dash at the start, no blanks
 // or dots at the end.  Empty when nothing is left.
@@ -17,3 +19,5 @@ std::string fittedName(std::string_view name, std::string_view suffix);
 
 // Ignores the case of ASCII letters.
 bool hasExtension(std::string_view name, std::string_view extension);
+
+}  // namespace mimetree::inner
