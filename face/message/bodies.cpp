@@ -96,11 +96,13 @@ private:
                !part.declared_name().empty();
     }
 
+    // Tolerated: a multipart that could not be taken apart, which is shown as it stands.
     // RFC 2046 4.1.4: text of an unknown subtype is shown as plain text, but not in place of
     // what has a better form.
     Offer kindOf(uint32_t i) const {
         const Part& part = m_parts[i];
         const std::string_view type = part.type();
+        if (part.is_multipart()) return part.bytes().empty() ? kNothing : kPlain;
         if (!part.is_text() || isUuencoded(part.encoding())) return kNothing;
         if (type == "text/html") return kHtml;
         if (type == "text/plain") return kPlain;
@@ -206,17 +208,17 @@ private:
     // Inline are the other forms of an alternative, the pieces of a compound document, media
     // that are to be seen where they stand, and signatures.
     Role roleOf(uint32_t i, bool isShown) const {
-        if (!isLeaf(i)) return Role::Container;
         if (isShown) return Role::Body;
         const Part& part = m_parts[i];
+        if (!isLeaf(i) || part.is_multipart()) return Role::Container;
         if (isDeclaredFile(part)) return Role::Attachment;
         if (m_offers[i]) return m_isEmpty[i] ? Role::Container : Role::Inline;
-        return part.is_multipart() || isPieceOfBody(i) ? Role::Inline : Role::Attachment;
+        return isPieceOfBody(i) ? Role::Inline : Role::Attachment;
     }
 
     bool isPieceOfBody(uint32_t i) const {
         const Part& part = m_parts[i];
-        const bool hasId = !part.content_id().empty();
+        const bool hasId = !isRoot(i) && !part.content_id().empty();
         if (isIn(i, Container::Alternative)) return part.declared_name().empty();
         if (isIn(i, Container::Related) && (hasId || part.type() == "text/css")) return true;
         if (isIn(i, Container::Signed)) return isSignature(part.type());

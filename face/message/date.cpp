@@ -24,7 +24,8 @@ public:
     explicit Tokens(std::string_view text) : m_rest(text) { skip(); }
 
     Token peek() const {
-        const size_t end = m_rest.starts_with(':') ? 1 : m_rest.find_first_of(" \t\r\n,(:");
+        const size_t end =
+            m_rest.starts_with(':') || m_rest.empty() ? 1 : m_rest.find_first_of(" \t\r\n,(:+-", 1);
         return m_rest.substr(0, end);
     }
 
@@ -93,7 +94,7 @@ std::optional<Zone> numericZone(Token zone) {
 // RFC 5322 4.3: zones with names; those not known, and the military ones, which were wrong in
 // RFC 822, say no more than "-0000".
 std::optional<Zone> zoneOf(Token zone) {
-    if (zone.empty()) return std::nullopt;
+    if (zone.empty()) return Zone{{}, false};  // Tolerated: none at all
     if (zone[0] == '+' || zone[0] == '-') return numericZone(zone);
     const int american = indexIn("EDTESTCDTCSTMDTMSTPDTPST", 3, zone);
     if (american >= 0) return Zone{-hours(4 + (american + 1) / 2)};

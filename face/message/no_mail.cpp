@@ -35,12 +35,6 @@ std::string_view withoutBlanks(std::string_view text) {
     return text;
 }
 
-std::string_view withoutMarks(std::string_view text) {
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    text = withoutBlanks(text);
-    return text.starts_with("From ") ? withoutBlanks(behindLine(text)) : text;
-}
-
 bool isUtf16(std::string_view text) {
     return text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
 }
@@ -68,6 +62,18 @@ bool isBinary(std::string_view front) {
 
 }  // namespace
 
+std::string_view behindFront(std::string_view input) {
+    if (input.starts_with("\xEF\xBB\xBF")) input.remove_prefix(3);
+    input = withoutBlanks(input);
+    return beginsMessage(input, LineBefore::start_of_file) ? withoutBlanks(behindLine(input)) : input;
+}
+
+bool hasNoHeader(std::string_view input) {
+    for (input = behindFront(input); !lineOf(input).empty(); input = behindLine(input))
+        if (isFieldLine(lineOf(input))) return false;
+    return true;
+}
+
 bool isFieldLine(std::string_view line) {
     size_t end = 0;
     while (end < line.size() && kFieldNameBytes.has(line[end])) ++end;
@@ -77,7 +83,7 @@ bool isFieldLine(std::string_view line) {
 }
 
 std::optional<Error> whyNoMail(std::string_view input) {
-    const std::string_view front = withoutMarks(input).substr(0, kFront);
+    const std::string_view front = behindFront(input).substr(0, kFront);
     if (withoutBlanks(input).empty()) return Error(Errc::not_mail, "empty: no mail message");
     if (!beginsWithHeader(front) && isBinary(front))
         return Error(Errc::not_mail, "not a mail message: neither text nor a header in front");

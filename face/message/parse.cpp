@@ -19,9 +19,12 @@ std::string_view chars(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Nothing, or why the tree is not there.
+// Nothing, or why the tree is not there.  A text without a header is all body, for which the
+// engine needs the blank line that ends an empty header.
 Result<void> load(Tree& tree, std::string_view mail, ParseOptions options) {
     const inner::MemoryWatch watch;
+    std::string text;
+    if (inner::hasNoHeader(mail)) mail = text.append("\r\n").append(inner::behindFront(mail));
     if (options.strict) tree.m_log.m_options.setString("StrictMimeParsing");
     StringBuffer charsetClue;
     const bool loaded = tree.m_root->loadMimeComplete2(

@@ -54,7 +54,7 @@ int codePageToRead(const Part& part) {
 }  // namespace
 
 std::string_view Part::text() const noexcept {
-    if (!is_text()) return {};
+    if (!is_text() && (!is_multipart() || !children().empty())) return {};
     const std::string_view body = view(node().getMimeBodyDb());
     const int codePage = codePageToRead(*this);
     if (codePage == codepage::kNone && validPrefix(body) == body.size()) return body;

@@ -64,7 +64,7 @@ private:
 struct Date {
     std::chrono::sys_seconds time;  // in UTC
     std::chrono::minutes zone{};    // of the sender, east of Greenwich positive
-    bool zone_known = true;         // false for "-0000" and military zones (RFC 5322 3.3, 4.3)
+    bool zone_known = true;         // false for none, "-0000" and military ones (RFC 5322 3.3, 4.3)
 };
 
 struct Header {
@@ -104,7 +104,8 @@ public:
 
     // The decoded body; text is held as UTF-8.  Empty for a multipart.
     std::span<const std::byte> bytes() const noexcept;
-    // The body of a text part, UTF-8 with the line ends that came; empty for any other part.
+    // The body of a text part, UTF-8 with the line ends that came; empty for any other part but
+    // a multipart that could not be taken apart, which is then one text.
     std::string_view text() const noexcept;
     // Of a multipart/signed: its first part as it came, which is what the signature is over
     // (RFC 1847 2.1).  Empty where none was kept.
