@@ -22,8 +22,8 @@ ExitStatus showPart(const Message& message, const std::string& number, Output& o
     return kBadUsage;
 }
 
-ExitStatus showText(const Message& message, mimetree::TextForm form, Output& out) {
-    const bool isHtml = form == mimetree::TextForm::html;
+ExitStatus showText(const Message& message, mimetree::TextKind form, Output& out) {
+    const bool isHtml = form == mimetree::TextKind::html;
     const mimetree::Parts parts = message.mail.body_parts(form);
     const bool isThere = std::any_of(parts.begin(), parts.end(), [&](const mimetree::Part& part) {
         return (part.type() == "text/html") == isHtml;
@@ -45,8 +45,8 @@ ExitStatus showBest(const Message& message, Output& out) {
 
 ExitStatus showBody(const Message& message, const Options& options, Output& out) {
     if (options.byPart) return showPart(message, options.part, out);
-    if (options.html) return showText(message, mimetree::TextForm::html, out);
-    if (options.text) return showText(message, mimetree::TextForm::plain, out);
+    if (options.html) return showText(message, mimetree::TextKind::html, out);
+    if (options.text) return showText(message, mimetree::TextKind::plain, out);
     return showBest(message, out);
 }
 

@@ -1,32 +1,312 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The face's Message: what it refuses, what it says of a mail, which parts are the body and
-// which are attachments.
+// which are attachments, and what it writes to disk.
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "foundation/bytes/utf8.h"
 #include "mimetree/mimetree.hpp"
 #include "tests/support.h"
 
 using namespace mimetree;
-using namespace std::string_view_literals;
+using namespace std::string_literals;
+namespace fs = std::filesystem;
 
 namespace {
 
 Message parsed(std::string_view mail) { return Message::parse(mail).value(); }
 
-TEST(FaceMessage, Parses) {
+// Of a part's header or of a leaf, "|" standing for a line break.
+std::string leaf(std::string_view header, std::string_view body) {
+    return replaced(std::string(header) + "||" + std::string(body), "|", "\r\n");
+}
+
+std::string multi(std::string_view subtype, const std::vector<std::string>& parts) {
+    static int count = 0;
+    const std::string boundary = "b" + std::to_string(++count) + "_";
+    std::string text = "Content-Type: multipart/" + std::string(subtype) + "; boundary=" + boundary;
+    text += "\r\n\r\n";
+    for (const std::string& part : parts) text += "--" + boundary + "\r\n" + part + "\r\n";
+    return text + "--" + boundary + "--\r\n";
+}
+
+std::string plain(std::string_view body, std::string_view more = "") {
+    return leaf("Content-Type: text/plain" + std::string(more), body);
+}
+std::string html(std::string_view body) { return leaf("Content-Type: text/html", body); }
+std::string file(std::string_view type, std::string_view more = "") {
+    return leaf("Content-Type: " + std::string(type) + std::string(more), "x");
+}
+
+std::string namesOf(Parts parts) {
+    std::string names;
+    for (const Part& part : parts) names += (names.empty() ? "" : " ") + std::string(part.name());
+    return names;
+}
+
+TEST(FaceMessage, BodyAndAttachments) {
+    const std::string both = multi("alternative", {plain("P"), html("H")});
+    const std::string attached = "|Content-Disposition: attachment; filename=";
+    const std::string inlined = "|Content-Disposition: inline; filename=";
+    const struct {
+        std::string_view what;
+        std::string mail;
+        std::string_view text, html, attachments, inlines;
+    } rows[] = {
+        {"two forms", both, "P", "H", "", ""},
+        {"the better one first", multi("alternative", {html("H"), plain("P")}), "P", "H", "", ""},
+        {"the last of a kind", multi("alternative", {plain("1"), plain("2")}), "2", "", "",
+         "part-1.txt"},
+        {"an empty text beside HTML", multi("alternative", {plain(" |"), html("H")}), "", "H", "",
+         ""},
+        {"a footer below HTML is no text of its own",
+         multi("alternative", {plain("P"), multi("mixed", {html("H"), plain("foot")})}), "P", "H",
+         "", ""},
+        {"texts in a row", multi("mixed", {both, plain("Q"), html("I"), plain("R")}), "P\nQ\nR",
+         "H\nI", "", ""},
+        {"one form alone in a row", multi("mixed", {html("H"), plain("foot")}), "foot", "H", "",
+         ""},
+        {"signed", multi("signed", {both, file("application/pgp-signature; name=s.asc")}), "P", "H",
+         "", "s.asc"},
+        {"related", multi("related", {both, file("image/png", "|Content-ID: <i@x>")}), "P", "H", "",
+         "part-3.png"},
+        {"the root of related",
+         multi("related; start=\"<r@x>\"",
+               {html("frame"), leaf("Content-Type: text/html|Content-ID: <r@x>", "H")}),
+         "", "H", "", "part-1.html"},
+        {"a first text with a name", plain("P", "; name=body.txt"), "P", "", "", ""},
+        {"a further text with a name", multi("mixed", {plain("P"), plain("Q", "; name=q.txt")}),
+         "P", "", "q.txt", ""},
+        {"an inline text with a name", multi("mixed", {plain("P"), plain("Q", inlined + "q.txt")}),
+         "P\nQ", "", "", ""},
+        {"an attached text", multi("mixed", {plain("P", attached + "p.txt"), plain("Q")}), "Q", "",
+         "p.txt", ""},
+        {"an unknown disposition",
+         multi("mixed", {plain("P"), file("image/png", "|Content-Disposition: odd")}), "P", "",
+         "part-2.png", ""},
+        {"an inline picture", multi("mixed", {plain("P"), file("image/png", inlined + "a.png")}),
+         "P", "", "", "a.png"},
+        {"an inline document",
+         multi("mixed", {plain("P"), file("application/pdf", inlined + "a.pdf")}), "P", "", "a.pdf",
+         ""},
+        {"a picture", multi("mixed", {plain("P"), file("image/png")}), "P", "", "part-2.png", ""},
+        {"an invitation",
+         multi("mixed",
+               {multi("alternative", {plain("P"), file("text/calendar")}), file("text/calendar")}),
+         "P", "", "part-3.ics", "part-2.ics"},
+        {"text of an unknown kind", multi("mixed", {plain("P"), file("text/x-diff")}), "P\nx", "",
+         "", ""},
+        {"a message is not looked into",
+         multi("mixed", {plain("P"), leaf("Content-Type: message/rfc822", plain("Q"))}), "P", "",
+         "part-2.eml", ""},
+        {"an uuencoded text",
+         multi("mixed", {plain("P"), plain("Q", "|Content-Transfer-Encoding: x-uuencode")}), "P",
+         "", "part-2.txt", ""},
+        {"a multipart without its boundary",
+         leaf("Content-Type: multipart/mixed; boundary=no", "P"), "P", "", "", ""},
+        {"no header", "P\r\n\r\nQ", "P\r\n\r\nQ", "", "", ""},
+    };
+    for (const auto& row : rows) {
+        const Message m = parsed(row.mail);
+        EXPECT_EQ(m.text(), row.text) << row.what;
+        EXPECT_EQ(m.html(), row.html) << row.what;
+        EXPECT_EQ(namesOf(m.attachments()), row.attachments) << row.what;
+        EXPECT_EQ(namesOf(m.inline_parts()), row.inlines) << row.what;
+    }
+}
+
+TEST(FaceMessage, WhatIsNoMail) {
+    const std::string one = "From a@b.example Thu Jan  1 00:00:00 1970\nSubject: 1\n\ntext\n";
+    const struct {
+        std::string mail;
+        int code;  // 0: it is one
+    } rows[] = {
+        {"", int(Errc::not_mail)},
+        {"\r\n \r\n", int(Errc::not_mail)},
+        {"\x89PNG\r\n\x1A\n\0\0\0\rIHDR"s, int(Errc::not_mail)},
+        {"\x7F"
+         "ELF\2\1\1\0\0\n\nNote: x"s,
+         int(Errc::not_mail)},
+        {"%PDF-1.4\n1 0 obj\nstream\n\x1\x2", int(Errc::not_mail)},
+        {one + "\n" + one, int(Errc::is_mbox)},
+        {one, 0},
+        {"Subject: binary\n\n\0\1\2"s, 0},
+        {"junk\nSubject: binary\n\n\0\1\2"s, 0},
+        {"plain text, caf\xE9", 0},
+    };
+    const fs::path path = fs::temp_directory_path() / ("face_message_" + std::to_string(getpid()));
+    for (const auto& row : rows) {
+        std::ofstream(path) << row.mail;
+        const Result<Message> m = Message::read(path.string());
+        EXPECT_EQ(m ? 0 : int(m.error().code()), row.code) << row.mail;
+        EXPECT_TRUE(m || m.error().message().starts_with(path.string() + ": "));
+    }
+    fs::remove(path);
+    const Result<Message> missing = Message::read(path.string());
+    EXPECT_EQ(missing.error().message(), path.string() + ": No such file or directory");
+    EXPECT_EQ(Message::parse("Content-Type: multipart/mixed; boundary=x\r\n\r\ny", {.strict = true})
+                  .error()
+                  .code(),
+              Errc::damaged);
+    EXPECT_DEATH((void)missing.value(), "No such file");
+}
+
+TEST(FaceMessage, Fields) {
     const Message m = parsed(
-        "Subject: =?utf-8?Q?caf=C3=A9?=\r\nFrom: \"Other, Ann\" <ann@example.org>\r\n"
-        "To: a@example.org\r\nTo: b@example.org\r\nMessage-ID: <x@example.org>\r\n"
-        "Content-Type: text/plain; charset=iso-8859-1\r\n\r\n\xE4\r\n");
-    EXPECT_EQ(m.subject(), "caf\xC3\xA9");
+        "Subject: =?utf-8?Q?caf=C3=A9?=\r\n more\r\nFrom: \"Other, Ann\" <ann@example.org>\r\n"
+        "To: a@example.org\r\nnot a field\r\nTO: G: b@example.org, =?utf-8?Q?=C3=A9?= <c@d>;\r\n"
+        "Message-ID: <x@example.org>\r\nX-Odd: \xE9\r\n\r\n");
+    EXPECT_EQ(m.subject(), "caf\xC3\xA9 more");
     EXPECT_EQ(m.from().text(), "Other, Ann <ann@example.org>");
-    EXPECT_EQ(m.to().size(), 2u);
+    EXPECT_EQ(m.to().text(), "a@example.org, b@example.org, \xC3\xA9 <c@d>");
+    EXPECT_EQ(m.cc().first().address, "");
     EXPECT_EQ(m.message_id(), "x@example.org");
-    EXPECT_EQ(m.text(), "\xC3\xA4\r\n");
-    EXPECT_EQ(m.headers()[0].raw, "=?utf-8?Q?caf=C3=A9?=");
+    EXPECT_EQ(m.header("x-odd"), "\xC3\xA9");
     EXPECT_EQ(m.header("x-none"), std::nullopt);
+    EXPECT_EQ(m.headers().size(), 6u);
+    EXPECT_EQ(m.headers()[0].raw, "=?utf-8?Q?caf=C3=A9?=\r\n more");
+    EXPECT_EQ(m.headers()[3].name, "TO");
+}
+
+// Texts are UTF-8 whatever came.
+TEST(FaceMessage, TextsAreUtf8) {
+    const struct {
+        std::string_view header, body, text;
+    } rows[] = {
+        {"Content-Type: text/plain; charset=koi8-r", "\xC1", "\xD0\xB0"},
+        {"Content-Type: text/plain; charset=koi8-r|Content-Disposition: attachment", "\xC1",
+         "\xD0\xB0"},
+        {"Content-Type: text/plain; charset=iso-2022-jp|Content-Disposition: attachment",
+         "\x1B$B$\"\x1B(B", "\xE3\x81\x82"},
+        {"Content-Disposition: attachment", "\xE9 \x93 \xC3\xA9", "\xC3\xA9 \xE2\x80\x9C \xC3\xA9"},
+        {"Content-Type: text/plain; charset=utf-8|Content-Disposition: attachment", "\xC3\xA9\xE9",
+         "\xC3\xA9\xC3\xA9"},
+        {"Content-Type: application/octet-stream", "\xE9", ""},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(parsed(leaf(row.header, row.body)).root().text(), row.text) << row.header;
+}
+
+TEST(FaceMessage, MessagesInside) {
+    const std::string inner = "Subject: inner\r\n\r\ntext";
+    const std::string base64 = "U3ViamVjdDogaW5uZXINCg0KdGV4dA==";
+    const Message m = parsed(multi(
+        "mixed", {leaf("Content-Type: message/rfc822", inner),
+                  leaf("Content-Type: Message/RFC822|Content-Transfer-Encoding: base64", base64),
+                  multi("digest", {"\r\n" + inner}), plain("no message")}));
+    for (const char* path : {"1", "2", "3.1"})
+        EXPECT_EQ(m.part(path)->message().value().subject(), "inner") << path;
+    EXPECT_EQ(m.part("4")->message().error().code(), Errc::not_found);
+    for (const char* path : {"5", "0", "1.1", ".", "x", "1.", "4294967297"})
+        EXPECT_FALSE(m.part(path)) << path;
+}
+
+TEST(FaceMessage, FindsByContentId) {
+    const Message m =
+        parsed(multi("related", {html("H"), file("image/png", "|Content-ID: <a%b@x>")}));
+    for (const char* cid : {"a%b@x", "<a%b@x>", "cid:a%b@x", "CID:a%25b@x"})
+        EXPECT_EQ(m.part_by_cid(cid)->path(), "2") << cid;
+    EXPECT_FALSE(m.part_by_cid(""));
+}
+
+TEST(FaceMessage, Dates) {
+    using namespace std::chrono;
+    const auto dateOf = [](const std::string& text) {
+        return parsed("Date: " + text + "\r\n\r\n").date();
+    };
+    std::mt19937 random(1);
+    for (int i = 0; i < 2000; ++i) {
+        const sys_seconds time(seconds(random() % 2524608000u));  // 1970 to 2049
+        const int zone = static_cast<int>(random() % 1560) - 780;
+        const std::time_t local = time.time_since_epoch().count() + zone * 60;
+        const char* const form[] = {"%a, %d %b %Y %H:%M:%S", "%d %b %Y %H:%M:%S",
+                                    "%a,\r\n %e (x(\\))) %b %Y %H : %M : %S"};
+        char text[80], offset[16];
+        std::strftime(text, sizeof text, form[i % 3], std::gmtime(&local));
+        std::snprintf(offset, sizeof offset, " %c%02d%02d", zone < 0 ? '-' : '+',
+                      std::abs(zone) / 60, std::abs(zone) % 60);
+        const std::optional<Date> date = dateOf(std::string(text) + offset);
+        ASSERT_TRUE(date) << text << offset;
+        EXPECT_EQ(date->time, time) << text << offset;
+        EXPECT_EQ(date->zone, minutes(zone));
+    }
+    for (const char* zone : {"-0000", "Z", "a", "XYZ", ""})
+        EXPECT_FALSE(dateOf("1 Jan 70 00:00 " + std::string(zone))->zone_known) << zone;
+    for (const char* zone : {"+0000", "GMT", "ut", "EST"})
+        EXPECT_TRUE(dateOf("1 Jan 70 00:00 " + std::string(zone))->zone_known) << zone;
+}
+
+// Every name goes into the directory and nowhere else, and nothing that is there is touched.
+TEST(FaceMessage, SavesNewFilesOnly) {
+    const fs::path top = fs::temp_directory_path() / ("face_save_" + std::to_string(getpid()));
+    fs::create_directories(top / "in");
+    std::ofstream(top / "victim") << "mine";
+    fs::create_symlink(top / "victim", top / "in" / "victim");
+    fs::create_symlink(top / "nowhere", top / "in" / "link");
+    std::vector<std::string> parts;
+    for (const char* name :
+         {"../victim", "/etc/passwd", "..", "link", "CON", ".profile", "a/b\\\\c"})
+        for (int i = 0; i < 100; ++i)
+            parts.push_back(file("application/x", "; name=\"" + std::string(name) + "\""));
+    const Message m = parsed(multi("mixed", parts));
+    std::set<std::string> paths;
+    for (const Part& part : m.attachments()) paths.insert(part.save((top / "in").string()).value());
+    EXPECT_EQ(paths.size(), parts.size());
+    for (const std::string& path : paths)
+        EXPECT_EQ(fs::canonical(path).parent_path(), fs::canonical(top / "in"));
+    EXPECT_EQ(fs::file_size(top / "victim"), 4u);
+    EXPECT_FALSE(fs::exists(top / "nowhere"));
+    EXPECT_TRUE(paths.count((top / "in" / "_CON (100)").string()));
+    EXPECT_EQ(m.attachments()[0].save((top / "victim").string()).error().code(), Errc::io);
+    fs::remove_all(top);
+}
+
+// What holds for every message.
+void expectLaws(const Message& m, const std::string& what) {
+    size_t leaves = 0, children = 0;
+    for (const Part& part : m.parts()) {
+        children += part.children().size();
+        leaves += part.children().empty();
+        EXPECT_FALSE(part.is_body() && part.is_attachment()) << what;
+        EXPECT_TRUE(part.depth() > 32 || m.part(part.path()) == part) << what;
+        EXPECT_EQ(part.name().find_first_of("/\\\r\n\t"), std::string_view::npos) << what;
+        EXPECT_FALSE(part.name().empty()) << what;
+        for (const std::string_view text :
+             {part.text(), part.name(), part.header("Subject").value_or("")})
+            EXPECT_EQ(inner::utf8::validPrefix(raw(text), text.size()), text.size()) << what;
+    }
+    EXPECT_EQ(children + 1, m.parts().size()) << what;
+    EXPECT_LE(m.attachments().size() + m.inline_parts().size(), leaves) << what;
+    EXPECT_TRUE(m.ok()) << what;
+}
+
+TEST(FaceMessage, LawsOverTheSamples) {
+    for (const auto& entry : fs::recursive_directory_iterator(MIMETREE_SAMPLES_DIR))
+        if (entry.path().extension() == ".eml")
+            if (const Result<Message> m = Message::read(entry.path().string()))
+                expectLaws(*m, entry.path());
+}
+
+TEST(FaceMessage, DeepAndWide) {
+    std::string deep, wide = "Content-Type: multipart/mixed; boundary=w\r\n\r\n";
+    for (int i = 0; i < 300000; ++i) {
+        const std::string boundary = "b" + std::to_string(i) + "_";
+        deep += "Content-Type: multipart/mixed; boundary=" + boundary + "\r\n\r\n--" + boundary +
+                "\r\n";
+    }
+    for (int i = 0; i < 200000; ++i) wide += "--w\r\n\r\nx\r\n";
+    for (const std::string& mail : {deep + "\r\ntext", wide}) {
+        const Message m = parsed(mail);
+        EXPECT_GE(m.parts().size(), 200001u);
+        EXPECT_FALSE(m.text().empty());
+        EXPECT_EQ(m.attachments().size(), 0u);
+        EXPECT_NE(m.parts().back().name(), "");
+    }
 }
 
 }  // namespace

@@ -277,10 +277,7 @@ Result<Message> Builder::build() noexcept {
     Plan plan = std::exchange(*m_plan, Plan());
     if (!plan.state) return copyOf(plan.state.error());
     return answerOf([&] {
-        NodePtr root = plan.message();
-        auto tree = std::make_unique<Tree>(root.get());
-        root.release();
-        return Message(std::move(tree));
+        return Message(std::make_unique<Tree>(plan.message()));
     });
 }
 

@@ -278,9 +278,9 @@ Parts Message::inline_parts() const noexcept {
     return m_tree->answer([&]() -> Parts { return m_tree->views().inlineParts; });
 }
 
-Parts Message::body_parts(TextForm preferred) const noexcept {
+Parts Message::body_parts(TextKind preferred) const noexcept {
     return m_tree->answer([&]() -> Parts {
-        return preferred == TextForm::plain ? m_tree->views().texts : m_tree->views().htmls;
+        return preferred == TextKind::plain ? m_tree->views().texts : m_tree->views().htmls;
     });
 }
 

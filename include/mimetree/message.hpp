@@ -155,7 +155,7 @@ private:
     uint32_t m_index;
 };
 
-enum class TextForm { plain, html };
+enum class TextKind { plain, html };
 
 struct ParseOptions {
     bool strict = false;  // refuse a multipart whose boundary is missing (Errc::damaged)
@@ -200,7 +200,7 @@ public:
 
     // The parts that such a reader shows: of a text in both forms the one preferred, of any other
     // the one there is.
-    Parts body_parts(TextForm preferred = TextForm::plain) const noexcept;
+    Parts body_parts(TextKind preferred = TextKind::plain) const noexcept;
 
     // Every part that is_attachment(); every other leaf that no text shows: inline pictures and
     // the like.  In reading order.
