@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cstdio>
+#include <iostream>
 
-#include "foundation/LogNull.h"
-#include "mime/MimeMessage2.h"
+#include "mimetree/mimetree.hpp"
 
-int main() {
-    LogNull log;
-    StringBuffer mail, subject;
-    mail.append("Subject: =?utf-8?Q?Gr=C3=BC=C3=9Fe?=\r\nContent-Type: text/html\r\n\r\n<p>Hi\r\n");
-
-    MimeMessage2 message;
-    if (!message.loadMimeComplete(mail, log, /*inputIsUtf8*/ false)) return 1;
-    message.getHeaderFieldUtf8("Subject", subject, log);
-    const DataBuffer& body = message.getMimeBodyDb();
-    std::printf("%s, %s:\n", subject.getString(), message.getContentType());
-    std::fwrite(body.getData2(), 1, body.getSize(), stdout);
+int main(int count, char** arguments) {
+    auto mail = mimetree::Message::read(count > 1 ? arguments[1] : "examples/welcome.eml");
+    if (!mail) {
+        std::cerr << mail.error().message() << '\n';
+        return 1;
+    }
+    std::cout << mail->subject() << "\nfrom " << mail->from().text() << "\n\n" << mail->text();
+    for (const mimetree::Part& file : mail->attachments())
+        std::cout << file.name() << ", " << file.bytes().size() << " bytes\n";
 }

@@ -299,7 +299,7 @@ TEST(FaceMessage, DeepAndWide) {
         deep += "Content-Type: multipart/mixed; boundary=" + boundary + "\r\n\r\n--" + boundary +
                 "\r\n";
     }
-    for (int i = 0; i < 200000; ++i) wide += "--w\r\n\r\nx\r\n";
+    for (int i = 0; i < 200000; ++i) wide += "--w\r\nA: 1\r\n\r\nsome text\r\n";
     for (const std::string& mail : {deep + "\r\ntext", wide}) {
         const Message m = parsed(mail);
         EXPECT_GE(m.parts().size(), 200001u);

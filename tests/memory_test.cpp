@@ -314,4 +314,40 @@ TEST(Memory, Setters) {
         });
 }
 
+// A plain answer may be empty, but then the message is no longer ok().
+TEST(Memory, FaceReads) {
+    using namespace mimetree;
+    const std::string attached = replaced(kSample, "text/plain; charset=iso-8859-2; format=flowed",
+                                          "Text/Plain; charset=iso-8859-2; name=a.txt\r\n"
+                                          "Content-Disposition: attachment");
+    for (const std::string& mail : {kSample, attached})
+        expectAllOrNothing([&] {
+            std::vector<std::string_view> said;
+            said.reserve(200);
+            const auto say = [&](const Message& m) {
+                said = {m.subject(), m.text(), m.html(), m.message_id(),
+                        m.header("X-No").value_or("")};
+                for (const Address& one : m.from()) said.push_back(one.name);
+                for (const Part& part : m.parts())
+                    for (const std::string_view text :
+                         {part.type(), part.disposition(), part.name(), part.text(), part.path(),
+                          part.parameter("boundary").value_or("")})
+                        said.push_back(text);
+                for (const Part& part : m.attachments()) said.push_back(part.path());
+                for (const Header& field : m.headers()) said.push_back(field.value);
+                if (const auto part = m.part_by_cid("an.identifier.that.is.long@example.org"))
+                    said.push_back(part->path());
+            };
+            g_alsoNew = true;
+            const Result<Message> m = Message::parse(mail);
+            if (m) say(*m);
+            g_alsoNew = false;
+            return outcome(m && m->ok(), [&] {
+                std::string all;
+                for (const std::string_view text : said) all.append(text) += ';';
+                return all;
+            });
+        });
+}
+
 }  // namespace
