@@ -276,9 +276,7 @@ Result<Message> Builder::build() noexcept {
     if (!m_plan) return outOfMemory();
     Plan plan = std::exchange(*m_plan, Plan());
     if (!plan.state) return copyOf(plan.state.error());
-    return answerOf([&] {
-        return Message(std::make_unique<Tree>(plan.message()));
-    });
+    return answerOf([&] { return Message(std::make_unique<Tree>(plan.message())); });
 }
 
 }  // namespace mimetree

@@ -84,7 +84,8 @@ public:
     // Of the texts: us-ascii or utf-8, as they need, unless given; and utf-8 where the given one
     // cannot hold a text.
     Builder& charset(std::string_view charset) noexcept;
-    // Of the texts: "7bit", "8bit", "quoted-printable" or "base64"; chosen by the text unless given.
+    // Of the texts: "7bit", "8bit", "quoted-printable" or "base64"; chosen by the text unless
+    // given.
     Builder& encoding(std::string_view encoding) noexcept;
 
     // The message, or the first error; the builder is empty afterwards.

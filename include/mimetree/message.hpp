@@ -136,9 +136,9 @@ public:
     // The decoded body as it goes into a file: text in its own charset.
     Result<std::string> file_bytes() const noexcept;
 
-    // Writes these to a new file named name() in `directory`, which is made when it is missing.  Never outside of it, never over a file that is there
-    // (the new one's name gets " (2)" and so on), and no symbolic link is followed.
-    // Gives the path of the file.
+    // Writes these to a new file named name() in `directory`, which is made when it is missing.
+    // Never outside of it, never over a file that is there (the new one's name gets " (2)" and so
+    // on), and no symbolic link is followed. Gives the path of the file.
     Result<std::string> save(const std::string& directory) const noexcept;
 
     // The engine's node, which stays the message's.
@@ -165,7 +165,8 @@ class MIMETREE_API Message {
 public:
     // Reads a message out of bytes, which are copied: with CRLF, LF or CR, an mbox line in front
     // or not, without any header even.  An error for what is no mail at all.
-    static Result<Message> parse(std::span<const std::byte> mail, ParseOptions options = {}) noexcept;
+    static Result<Message> parse(std::span<const std::byte> mail,
+                                 ParseOptions options = {}) noexcept;
     static Result<Message> parse(std::string_view mail, ParseOptions options = {}) noexcept;
     // The same out of a file.  A file that holds many messages (mbox) is an error as well.
     static Result<Message> read(const std::string& path, ParseOptions options = {}) noexcept;
@@ -186,7 +187,7 @@ public:
     Addresses bcc() const noexcept;
     Addresses reply_to() const noexcept;
     Addresses addresses(std::string_view field) const noexcept;  // of any field
-    std::optional<Date> date() const noexcept;      // nothing when missing or unreadable
+    std::optional<Date> date() const noexcept;     // nothing when missing or unreadable
     std::string_view message_id() const noexcept;  // without angle brackets
     std::span<const Header> headers() const noexcept;
     std::optional<std::string_view> header(std::string_view name) const noexcept;

@@ -4,7 +4,7 @@
 // mimetree for C++20, all of it: Message (read, ask, change, write), Builder (make), Mbox and
 // Maildir (archives), and the Result and Error that they answer with.
 
-#include "mimetree/builder.hpp"   // IWYU pragma: export
-#include "mimetree/mailbox.hpp"   // IWYU pragma: export
-#include "mimetree/message.hpp"   // IWYU pragma: export
-#include "mimetree/result.hpp"    // IWYU pragma: export
+#include "mimetree/builder.hpp"  // IWYU pragma: export
+#include "mimetree/mailbox.hpp"  // IWYU pragma: export
+#include "mimetree/message.hpp"  // IWYU pragma: export
+#include "mimetree/result.hpp"   // IWYU pragma: export
