@@ -4,7 +4,6 @@
 #include "face/files/read_file.h"
 
 #include <cerrno>
-#include <memory>
 #include <system_error>
 
 namespace mimetree::inner {
@@ -15,24 +14,19 @@ namespace {
 constexpr unsigned kMost = 0xFFFFFFFFu - 1;
 constexpr unsigned kReadSize = 1u << 20;
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-File openFile(const std::string& path) {
-#ifdef _WIN32
-    return File(_wfopen(pathOf(path).c_str(), L"rb"));
-#else
-    return File(std::fopen(path.c_str(), "rbe"));
-#endif
-}
-
 Error outOfMemory(const std::string& path) {
     return Error(Errc::out_of_memory, path + ": out of memory");
 }
 
 }  // namespace
+
+OpenFile openFile(const std::string& path) {
+#ifdef _WIN32
+    return OpenFile(_wfopen(pathOf(path).c_str(), L"rb"));
+#else
+    return OpenFile(std::fopen(path.c_str(), "rbe"));
+#endif
+}
 
 std::filesystem::path pathOf(const std::string& utf8) {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
@@ -43,7 +37,7 @@ Error systemError(const std::string& path, int error) {
 }
 
 std::optional<Error> readFile(const std::string& path, DataBuffer& bytes) {
-    const File file = openFile(path);
+    const OpenFile file = openFile(path);
     if (!file) return systemError(path, errno);
     std::error_code unknown;
     const uint64_t size = std::filesystem::file_size(pathOf(path), unknown);

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,14 @@ std::optional<Error> readFile(const std::string& path, DataBuffer& bytes);
 
 // The same for an open stream, which goes by `name`.
 std::optional<Error> readStream(std::FILE* stream, const std::string& name, DataBuffer& bytes);
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
+
+// The file at the UTF-8 path, to be read; null, and errno is set, if it cannot be opened.
+OpenFile openFile(const std::string& path);
 
 // Paths are UTF-8 also where the system's own are not.
 std::filesystem::path pathOf(const std::string& utf8);

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <new>
 #include <optional>
 #include <vector>
 
+#include "face/files/read_file.h"
 #include "face/result/attempt.h"
 #include "mimetree/mailbox.hpp"
 
@@ -46,11 +45,16 @@ bool isListedTwice(const Entry& a, const Entry& b) noexcept {
     return a.unique() == b.unique() && a.isNew != b.isNew;
 }
 
+std::string utf8Of(const fs::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
 std::error_code listInto(std::vector<Entry>& entries, const fs::path& directory, bool isNew) {
     std::error_code failure;
     fs::directory_iterator files(directory, failure);
     for (; !failure && files != fs::directory_iterator(); files.increment(failure)) {
-        std::string name = files->path().filename().string();
+        std::string name = utf8Of(files->path().filename());
         if (name.front() != '.') entries.push_back({std::move(name), isNew});
     }
     std::sort(entries.begin(), entries.end(), isEarlier);
@@ -58,12 +62,9 @@ std::error_code listInto(std::vector<Entry>& entries, const fs::path& directory,
     return failure;
 }
 
-struct Closer {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-
 // The content of a regular file; a pipe or a directory is EINVAL.
-std::error_code readInto(std::string& content, const fs::path& path) {
+std::error_code readInto(std::string& content, const std::string& name) {
+    const fs::path path = inner::pathOf(name);
     std::error_code failure;
     if (!fs::is_regular_file(path, failure))
         return failure ? failure : std::make_error_code(std::errc::invalid_argument);
@@ -71,7 +72,7 @@ std::error_code readInto(std::string& content, const fs::path& path) {
     if (failure) return failure;
     if (size > 0xFFFFFFFFu) return std::make_error_code(std::errc::file_too_large);
     errno = 0;
-    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path.string().c_str(), "rb"));
+    const inner::OpenFile file = inner::openFile(name);
     if (!file) return {errno, std::generic_category()};
     content.resize(static_cast<size_t>(size));
     content.resize(std::fread(content.data(), 1, content.size(), file.get()));
@@ -88,7 +89,7 @@ struct Maildir::State {
     const Entry* findMoved(const Entry& gone);
     void skip(const std::error_code& reason);
 
-    const fs::path path;
+    const std::string path;
     std::vector<Entry> entries;
     size_t at = 0;                            // of the entry that next() takes
     std::optional<std::vector<Entry>> moved;  // cur/ once more, after a file was gone
@@ -107,10 +108,10 @@ bool Maildir::State::next() {
 
 bool Maildir::State::take(const Entry& entry) {
     const Entry* found = &entry;
-    file = (path / (entry.isNew ? "new" : "cur") / entry.name).string();
+    file = path + (entry.isNew ? "/new/" : "/cur/") + entry.name;
     std::error_code failure = readInto(content, file);
     if (failure == std::errc::no_such_file_or_directory && (found = findMoved(entry))) {
-        file = (path / "cur" / found->name).string();
+        file = path + "/cur/" + found->name;
         failure = readInto(content, file);
     }
     if (failure) {
@@ -128,7 +129,7 @@ bool Maildir::State::take(const Entry& entry) {
 
 // Limit: cur/ is listed again only once, at the first file that is gone.
 const Entry* Maildir::State::findMoved(const Entry& gone) {
-    if (!moved) listInto(moved.emplace(), path / "cur", false);
+    if (!moved) listInto(moved.emplace(), inner::pathOf(path + "/cur"), false);
     const auto isBelow = [](const Entry& entry, std::string_view unique) {
         return entry.unique() < unique;
     };
@@ -149,8 +150,8 @@ Maildir::~Maildir() = default;
 Result<Maildir> Maildir::open(const std::string& path) noexcept {
     return inner::attempt([&]() -> Result<Maildir> {
         auto state = std::make_unique<State>(path);
-        const std::error_code inNew = listInto(state->entries, state->path / "new", true);
-        const std::error_code inCur = listInto(state->entries, state->path / "cur", false);
+        const std::error_code inNew = listInto(state->entries, inner::pathOf(path + "/new"), true);
+        const std::error_code inCur = listInto(state->entries, inner::pathOf(path + "/cur"), false);
         // Tolerated: one of the two is missing.
         const std::error_code failure =
             inNew != std::errc::no_such_file_or_directory ? inNew : inCur;

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <optional>
 
+#include "face/files/read_file.h"
 #include "face/mailbox/quoting.h"
 #include "face/mailbox/read_ahead.h"
 #include "face/mailbox/separator.h"
@@ -33,22 +33,19 @@ constexpr size_t kFront = 1024;
 
 class FileSource final : public ByteSource {
 public:
-    explicit FileSource(std::FILE* file) noexcept : m_file(file) {
-        std::setvbuf(file, nullptr, _IONBF, 0);
+    explicit FileSource(inner::OpenFile file) noexcept : m_file(std::move(file)) {
+        std::setvbuf(m_file.get(), nullptr, _IONBF, 0);
     }
-    FileSource(const FileSource&) = delete;
-    FileSource& operator=(const FileSource&) = delete;
-    ~FileSource() override { std::fclose(m_file); }
 
     std::ptrdiff_t read(char* to, size_t size) noexcept override {
         errno = 0;
-        const size_t got = std::fread(to, 1, size, m_file);
-        if (got == 0 && std::ferror(m_file)) return errno ? -errno : -EIO;
+        const size_t got = std::fread(to, 1, size, m_file.get());
+        if (got == 0 && std::ferror(m_file.get())) return errno ? -errno : -EIO;
         return static_cast<std::ptrdiff_t>(got);
     }
 
 private:
-    std::FILE* const m_file;
+    const inner::OpenFile m_file;
 };
 
 // The length of the line end that text begins with, or 0.
@@ -247,14 +244,11 @@ Mbox& Mbox::operator=(Mbox&&) noexcept = default;
 Mbox::~Mbox() = default;
 
 Result<Mbox> Mbox::open(const std::string& path, MboxKind kind) noexcept {
-    std::FILE* const file = std::fopen(path.c_str(), "rb");
-    if (!file) return errorInMailbox(Errc::io, path, std::strerror(errno));
-    std::unique_ptr<ByteSource> source(new (std::nothrow) FileSource(file));
-    if (!source) {
-        std::fclose(file);
-        return Error(Errc::out_of_memory, "out of memory");
-    }
-    return from(std::move(source), path, kind);
+    return inner::attempt([&]() -> Result<Mbox> {
+        inner::OpenFile file = inner::openFile(path);
+        if (!file) return inner::systemError(path, errno);
+        return from(std::make_unique<FileSource>(std::move(file)), path, kind);
+    });
 }
 
 Result<Mbox> Mbox::from(std::unique_ptr<ByteSource> source, std::string_view name,
