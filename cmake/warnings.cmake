@@ -18,3 +18,12 @@ function(mimetree_program target)
     target_link_libraries(${target} PRIVATE mimetree-inner)
     mimetree_warnings(${target})
 endfunction()
+
+# A program in C11 that sees what a user of the library does.  Its folder enables the language: the
+# library needs no compiler for C.
+function(mimetree_c_program target)
+    add_executable(${target} ${ARGN})
+    set_target_properties(${target} PROPERTIES C_STANDARD 11 C_EXTENSIONS OFF)
+    target_link_libraries(${target} PRIVATE mimetree)
+    mimetree_warnings(${target})
+endfunction()

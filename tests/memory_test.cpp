@@ -7,6 +7,7 @@
 #include <functional>
 #include <new>
 
+#include "mimetree/mimetree.h"
 #include "mimetree/mimetree.hpp"
 #include "tests/node_support.h"
 
@@ -296,6 +297,49 @@ TEST(Memory, Face) {
             const std::string after = shown(m);
             return done ? after : after == before ? "" : "changed";
         });
+}
+
+ptrdiff_t readText(void* rest, char* to, size_t size) {
+    auto& text = *static_cast<std::string_view*>(rest);
+    const size_t n = text.copy(to, size);
+    text.remove_prefix(n);
+    return static_cast<ptrdiff_t>(n);
+}
+
+// A mail out of an mbox through the C interface, walked and brought to XML and back.
+TEST(Memory, C) {
+    const std::string mbox = "From a@example.org Thu Nov  1 12:34:56 2001\n" + kSample;
+    expectAllOrNothing([&] {
+        std::string_view rest = mbox;
+        uint64_t sum = 0;
+        const auto add = [&sum](const char* text) {
+            for (; text && *text; ++text) sum = sum * 31 + static_cast<unsigned char>(*text);
+        };
+        g_alsoNew = true;
+        mt_mbox* const box = mt_mbox_from(readText, &rest, "a name that is long", MT_MBOX_RD);
+        mt_mbox_next(box);
+        mt_message* const message = mt_mbox_message(box, 0);
+        for (size_t i = 0; i < mt_message_part_count(message); ++i) {
+            const mt_part* const part = mt_message_part(message, i);
+            for (const auto ask : {mt_part_type, mt_part_name, mt_part_content_id}) add(ask(part));
+            add(mt_part_text(part, nullptr));
+            add(mt_part_header(part, "Content-Disposition"));
+        }
+        add(mt_message_address_name(message, "From", 0));
+        size_t size = 0;
+        char* const xml = mt_message_to_xml(message, &size);
+        mt_message* const again = mt_message_from_xml(xml, size);
+        const bool isWhole = xml && again && mt_message_ok(message) && mt_mbox_status(box) == MT_OK;
+        add(xml);
+        add(mt_message_text(again, nullptr));
+        const bool isRead = isWhole && mt_message_ok(again);
+        mt_free(xml);
+        mt_message_free(again);
+        mt_message_free(message);
+        mt_mbox_free(box);
+        g_alsoNew = false;
+        return outcome(isRead, [&] { return std::to_string(sum); });
+    });
 }
 
 // Those without a result must at least survive, and leave the rest of the node alone.

@@ -8,9 +8,9 @@ set -euo pipefail
 cd "$1"
 names_in() {
     sed -nE 's/^(class|struct) MIMETREE_API (\w+).*/\2/p
-             s/^(extern |\[\[noreturn\]\] )?MIMETREE_API .*\b(\w+)(\(.*|;.*)/\2/p' "$@" | sort -u | paste -sd'|'
+             s/^(extern |\[\[noreturn\]\] )?MIMETREE_API [^(;]*\b(\w+)[(;].*/\2/p' "$@" | sort -u | paste -sd'|'
 }
-names=$(names_in foundation/*.h mime/*.h)
+names=$(names_in foundation/*.h mime/*.h include/mimetree/*.h)
 face="|mimetree::(detail::)?($(names_in include/mimetree/*.hpp))(::.*|\(.*|)"
 case $2 in
 *.a) symbols=$(nm -gC --defined-only "$2") own='|mimetree::.*' ;;

@@ -82,6 +82,14 @@ Parts Tree::children(uint32_t index) {
     return Parts(m_children).subspan(slot.firstChild, slot.childCount);
 }
 
+std::string_view Tree::terminated(std::string_view view) {
+    if (view.empty()) return "";
+    const uintptr_t place[] = {reinterpret_cast<uintptr_t>(view.data()), view.size()};
+    return text(Kind::Terminated, 0, {reinterpret_cast<const char*>(place), sizeof place},
+                [&] { return std::optional<std::string>(view); })
+        .value_or("");
+}
+
 std::string_view Tree::lowerCase(Kind kind, uint32_t part, std::string_view text) {
     const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
     if (std::none_of(text.begin(), text.end(), isUpper)) return text;

@@ -52,6 +52,7 @@ struct Tree {
     Parts children(uint32_t index);
     bool isInDigest(uint32_t index);
     static uint32_t indexOf(const Part& part) { return part.m_index; }
+    static Tree& of(const Part& part) { return *part.m_tree; }
     const Views& views();
     std::string_view joinedText(std::string_view type, const std::vector<Part>& shown);
 
@@ -83,7 +84,8 @@ struct Tree {
         Name,
         Path,
         Field,
-        Text
+        Text,
+        Terminated
     };
     template <class Make>
     std::optional<std::string_view> text(Kind kind, uint32_t part, std::string_view name,
@@ -98,6 +100,9 @@ struct Tree {
             return m_texts.emplace(std::move(key), std::move(*made)).first->second;
         });
     }
+
+    // A copy of a view that was handed out, with a NUL behind it, which a view need not have.
+    std::string_view terminated(std::string_view text);
 
     // `text` as it stands when it is in lower case already.
     std::string_view lowerCase(Kind kind, uint32_t part, std::string_view text);
