@@ -5,6 +5,7 @@
 #include "face/builder/leaves.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "face/builder/failure.h"
 #include "face/builder/values.h"
@@ -179,6 +180,11 @@ NodePtr wrapped(Nodes parts, NewMultipart newMultipart) {
     return whole;
 }
 
-std::string fileNameOf(const std::string& path) { return asLine(path.substr(path.rfind('/') + 1)); }
+// Paths are UTF-8 also where the system's own are not.
+std::string fileNameOf(const std::string& path) {
+    const std::filesystem::path whole(std::u8string(path.begin(), path.end()));
+    const std::u8string name = whole.filename().u8string();
+    return asLine({reinterpret_cast<const char*>(name.data()), name.size()});
+}
 
 }  // namespace mimetree::inner

@@ -86,6 +86,14 @@ std::string mailbox(const std::string& name, std::string_view spec) {
     return name.empty() ? std::string(spec) : name + " <" + std::string(spec) + ">";
 }
 
+// RFC 5322 3.4: "Undisclosed recipients:;", which stands for those who are not told.
+bool isEmptyGroup(std::string_view list) {
+    const size_t colon = list.find(':'), end = list.find_last_not_of(' ');
+    return colon != 0 && colon != std::string_view::npos && list[end] == ';' &&
+           consistsOf(list.substr(0, colon), kPlainName) &&
+           list.find_first_not_of(' ', colon + 1) == end;
+}
+
 [[noreturn]] void failAddress(std::string_view given) {
     fail("\"" + std::string(given) + "\": no address (user@example.org)");
 }
@@ -94,6 +102,7 @@ std::string mailbox(const std::string& name, std::string_view spec) {
 
 std::vector<std::string> mailboxesOf(std::string_view list) {
     checkLine("the address", list);
+    if (isEmptyGroup(list)) return {std::string(list)};
     ExtPtrArray found;
     if (!_zqEmailAddress::parseAndLoadList(std::string(list).c_str(), found, 0, silentLog))
         throw std::bad_alloc();

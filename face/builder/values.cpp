@@ -114,8 +114,7 @@ std::string mimeVersion(std::string_view value) {
     return "1.0";
 }
 
-// The fields whose grammar is checked.  A group without members is a list that some keep
-// recipients out of sight with.
+// The fields whose grammar is checked.
 struct Rule {
     std::string_view name;
     std::string (*value)(std::string_view value);
