@@ -122,7 +122,7 @@ void expectSays(const Message& m, const Wish& wish) {
     const Message again = Message::parse(bytes, {.strict = true}).value();
     EXPECT_EQ(readOut(again), wish) << bytes;
     EXPECT_EQ(written(again), bytes);
-    EXPECT_TRUE(again.header("MIME-Version") && again.header("Date") && again.message_id() != "");
+    EXPECT_TRUE(again.header("MIME-Version") && again.date() && again.message_id() != "");
     for (size_t at = 0, end; (end = bytes.find("\r\n", at)) != bytes.npos; at = end + 2) {
         EXPECT_LE(end - at, 998u);
         EXPECT_EQ(bytes.substr(at, end - at).find_first_of("\r\n"), std::string::npos);
@@ -231,6 +231,7 @@ const ErrorRow kErrors[] = {
     {"date is out",
      [](Builder& b) { b.date(sys_days(year(9999) / 12 / 31) + hours(23), hours(1)); }},
     {"date is out", [](Builder& b) { b.date(sys_seconds::max()); }},
+    {"no date", [](Builder& b) { b.header("date", "yesterday"); }},
     {"zone", [](Builder& b) { b.date({}, hours(24)); }},
 };
 

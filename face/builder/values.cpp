@@ -12,6 +12,7 @@
 #include "face/builder/failure.h"
 #include "face/builder/mailboxes.h"
 #include "face/builder/wire.h"
+#include "face/message/date.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/Psdk.h"
 #include "foundation/_zqUtf.h"
@@ -109,6 +110,11 @@ std::string messageIds(std::string_view value) {
     return ids.empty() ? messageId(value) : ids;
 }
 
+std::string date(std::string_view value) {
+    if (!parseDate(value)) fail("\"" + std::string(value) + "\": no date");
+    return std::string(value);
+}
+
 std::string mimeVersion(std::string_view value) {
     if (value != "1.0") fail("\"" + std::string(value) + "\": no MIME-Version but 1.0");
     return "1.0";
@@ -136,6 +142,8 @@ constexpr Rule kRules[] = {
     {"Resent-Message-ID", messageId},
     {"In-Reply-To", messageIds},
     {"References", messageIds},
+    {"Date", date},
+    {"Resent-Date", date},
     {"MIME-Version", mimeVersion},
 };
 
