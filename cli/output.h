@@ -38,6 +38,8 @@ public:
     // ending with a line break.
     void writeContent(std::string_view bytes);
 
+    bool isTerminal() const { return m_isTerminal; }
+
     // `text` in colour where the terminal and the user (NO_COLOR) want it.
     std::string coloured(Colour colour, std::string_view text) const;
 

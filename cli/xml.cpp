@@ -22,12 +22,24 @@ ExitStatus failed(const std::string& path, std::string_view reason) {
     return kFailed;
 }
 
-ExitStatus showXml(const Message& message, const Options&, Output& out) {
+// What a terminal is shown is looked at as a whole.
+bool printXml(const Message& message, Output& out) {
+    if (!out.isTerminal()) {
+        const auto write = [](void* context, const char* piece, unsigned int size) {
+            Output& to = *static_cast<Output*>(context);
+            to.write({piece, size});
+            return to.good();
+        };
+        return message.root.writeMimeXml(write, &out, message.log) || !out.good();
+    }
     StringBuffer xml;
-    if (!message.root.getMimeXml(xml, message.log) || xml.failed())
-        return failed(message.path, "out of memory");
+    if (!message.root.getMimeXml(xml, message.log)) return false;
     out.writeContent(view(xml));
-    return kDone;
+    return true;
+}
+
+ExitStatus showXml(const Message& message, const Options&, Output& out) {
+    return printXml(message, out) ? kDone : failed(message.path, "out of memory");
 }
 
 // Remembers the first error, and hands everything on.

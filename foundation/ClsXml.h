@@ -23,6 +23,7 @@ class StringBuffer;
 
 namespace mimetree::inner {
 struct XmlElement;
+struct XmlOutput;
 struct XmlTree;
 }  // namespace mimetree::inner
 
@@ -58,6 +59,7 @@ public:
     // when memory is exhausted.
     void put_ContentUtf8(const char* content);
     bool setContent(const char* content, unsigned n);
+    void takeContent(StringBuffer& content);  // which gets the old one
 
     // False when the element has an attribute of that name, which then stays, or when
     // memory is exhausted.
@@ -67,6 +69,14 @@ public:
     // Appends the whole document, whichever element this is.  The bool is reserved.  False,
     // with `out` as it was, when memory is exhausted.
     bool getXml(bool reserved, StringBuffer& out, LogBase& log) const;
+
+    // Printing a document while it is built, so that it is never there as a whole.
+    // printFront() prints the element up to its last child, which may grow yet, and drops what
+    // it printed; it must have a child.  printEnd() prints the rest and drops the element: the
+    // handle is then its parent's, unless it is the root's.  False when memory is exhausted or
+    // the output is refused; there is then no use in going on.
+    bool printFront(mimetree::inner::XmlOutput& out);
+    bool printEnd(mimetree::inner::XmlOutput& out);
 
     // Spells arbitrary bytes as an XML name, and back; both append.  A byte that no name can
     // hold there, or a colon, becomes "_xHH_" (two hexadecimal digits), no bytes at all

@@ -24,6 +24,7 @@ namespace mimetree::inner {
 class Loader;
 class PlainValue;
 struct HeaderScan;
+struct XmlOutput;
 }  // namespace mimetree::inner
 
 class MIMETREE_API MimeHeader {
@@ -110,6 +111,10 @@ public:
     // value for the rest (docs/xml.md).  The integer and the array are reserved.  False when
     // memory is exhausted.
     bool mimeHeaderToXml(ClsXml& xml, int reserved1, ExtPtrArray* reserved2, LogBase& log) const;
+
+    // The same, what is made printed at once unless `out` is null; `xml` is then an element to
+    // which nothing was added yet.  The element "header" stays its child.
+    bool printXml(ClsXml& xml, mimetree::inner::XmlOutput* out, LogBase& log) const;
 
     // Lets fields that are long or beyond ASCII be written as if they had been added:
     // for a header whose text was put together by a program.

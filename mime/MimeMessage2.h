@@ -41,7 +41,9 @@ class TreeNode;
 namespace mimetree::inner {
 class Loader;
 class XmlTreeBuilder;
+class XmlTreeWriter;
 struct TypeTraits;
+struct XmlOutput;
 }  // namespace mimetree::inner
 
 // Whether the body parsed last was labelled ISO-8859-1 but held windows-1252 text: reset
@@ -322,6 +324,10 @@ public:
     // body or a <subpart> for each child; docs/xml.md has the vocabulary.
 
     bool getMimeXml(StringBuffer& out, LogBase& log);
+    // The same handed to `take` in pieces as it is made, so that the whole is never in memory;
+    // `take` answers false to end it.  False then, and when memory is exhausted.
+    using TakeXml = bool (*)(void* context, const char* piece, unsigned int size);
+    bool writeMimeXml(TakeXml take, void* context, LogBase& log);
     bool getMimeXmlR(ClsXml& xml, LogBase& log);  // into an element that has its tag already
 
     // The content types of the tree, a line each: XML-like for format 1, else plain.  What is no
@@ -462,7 +468,9 @@ private:
                     unsigned int bodySize, ExtPtrArray& parts, bool inputIsUtf8, LogBase& log);
     void newMultipart(const char* type, LogBase& log);
     void makeLeafBinarySafe();
-    bool startXml(ClsXml& xml, ClsXml*& body, LogBase& log);
+    bool startXml(ClsXml& xml, ClsXml*& body, mimetree::inner::XmlOutput* out, LogBase& log);
+    bool printXml(mimetree::inner::XmlOutput& out, LogBase& log);
+    friend class mimetree::inner::XmlTreeWriter;  // xml_out.cpp: writes a tree without recursion
     bool isBodyAsReceived(LogBase& log) const;
     void saveToDirectory(ExtPtrArray& savedPaths, const XString& directory, LogBase& log);
     MimeMessage2* htmlAlternative() const;

@@ -16,6 +16,7 @@
 #include "foundation/header/HeaderParams.h"
 #include "foundation/header/header_fields.h"
 #include "foundation/xml/names.h"
+#include "foundation/xml/output.h"
 #include "foundation/zqStrings.h"
 
 using namespace mimetree::inner;
@@ -217,7 +218,7 @@ bool hasDoubledParam(const StringBuffer& value) {
     return doubled;
 }
 
-// -- Fields
+// -- Fields: each may take its value
 
 // The element's tag: the name spelled as XML can hold it.  A field that the reader would not
 // take as it stands, since its name asks for entries or its value for decoding, has its first
@@ -230,13 +231,17 @@ void appendTag(const StringBuffer& name, const StringBuffer& value, StringBuffer
         ClsXml::xmlNameFromBytes(name.getString() + spells, name.getSize() - spells, tag);
 }
 
-bool addWhole(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+bool addWhole(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
     StringBuffer tag;
     appendTag(name, value, tag);
-    return addLeaf(header, tag.getString(), value);
+    ClsXml* const leaf = header.newChild(tag.getString(), nullptr, nullptr);
+    if (!leaf) return false;
+    leaf->takeContent(value);
+    leaf->deleteSelf();
+    return true;
 }
 
-bool addAddressField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+bool addAddressField(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
     ExtPtrArray list;
     if (!canBeEntries(value, list)) return addWhole(header, name, value);
     ClsXml* field = header.newChild(name.getString(), nullptr, nullptr);
@@ -248,7 +253,7 @@ bool addAddressField(ClsXml& header, const StringBuffer& name, const StringBuffe
     return added;
 }
 
-bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+bool addParamField(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
     if (!canBeAttributes(value) || hasDoubledParam(value)) return addWhole(header, name, value);
     StringBuffer main;
     HeaderParams(value.getString(), value.getSize()).getMainValue(main);
@@ -260,7 +265,7 @@ bool addParamField(ClsXml& header, const StringBuffer& name, const StringBuffer&
     return added;
 }
 
-bool addField(ClsXml& header, const StringBuffer& name, const StringBuffer& value) {
+bool addField(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
     if (isXmlAddressField(name.getString())) return addAddressField(header, name, value);
     if (grammarOf(name.getString(), name.getSize()) == FieldGrammar::Params)
         return addParamField(header, name, value);
@@ -270,6 +275,11 @@ bool addField(ClsXml& header, const StringBuffer& name, const StringBuffer& valu
 }  // namespace
 
 bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) const {
+    return printXml(xml, nullptr, log);
+}
+
+// With an output, the fields do not gather in the document.
+bool MimeHeader::printXml(ClsXml& xml, XmlOutput* out, LogBase& log) const {
     ClsXml* header = xml.newChild("header", nullptr, nullptr);
     if (!header) return false;
     bool ok = true;
@@ -279,7 +289,8 @@ bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) c
         value.weakClear();
         ok = getFieldNameUtf8(i, name, log) &&
              (name.isEmpty() ? getFieldText(i, value) : getFieldValueUtf8(i, value, log)) &&
-             addField(*header, name, value);
+             addField(*header, name, value) &&
+             (!out || (xml.printFront(*out) && header->printFront(*out)));
     }
     header->deleteSelf();
     if (!ok) log.logError("Out of memory.");

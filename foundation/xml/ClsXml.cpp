@@ -14,6 +14,7 @@
 #include "foundation/StringBuffer.h"
 #include "foundation/bytes/ranges.h"
 #include "foundation/xml/names.h"
+#include "foundation/xml/output.h"
 #include "foundation/xml/text.h"
 
 using namespace mimetree::inner;
@@ -34,6 +35,7 @@ struct mimetree::inner::XmlElement {
     ~XmlElement() { delete attributes; }
 
     bool isEmpty() const { return !firstChild && content.isEmpty(); }
+    bool breaksLines() const { return isStarted ? breaks : firstChild && content.isEmpty(); }
 
     XmlElement* parent = nullptr;
     XmlElement* firstChild = nullptr;
@@ -43,6 +45,8 @@ struct mimetree::inner::XmlElement {
     StringBuffer tag;
     StringBuffer content;
     bool isCdata = false;
+    bool isStarted = false;  // printed as far as its children
+    bool breaks = false;     // of what is started: whether a line break stands behind children
 };
 
 struct mimetree::inner::XmlTree {
@@ -56,8 +60,8 @@ struct mimetree::inner::XmlTree {
 };
 
 // Each element's children are put before its siblings, so the list to do needs no memory.
-XmlTree::~XmlTree() {
-    for (XmlElement* todo = root; todo;) {
+static void destroyAll(XmlElement* first) {
+    for (XmlElement* todo = first; todo;) {
         XmlElement* const element = todo;
         todo = element->next;
         if (element->firstChild) {
@@ -67,6 +71,8 @@ XmlTree::~XmlTree() {
         delete element;
     }
 }
+
+XmlTree::~XmlTree() { destroyAll(root); }
 
 // Gives `tag` the name, spelled if need be.  False when memory is exhausted.
 static bool setName(const char* name, StringBuffer& tag) {
@@ -95,43 +101,78 @@ static void appendChild(XmlElement& parent, XmlElement* child) {
 
 // -- Printing
 
-static bool breaksLines(const XmlElement& element) {
-    return element.firstChild && element.content.isEmpty();
+// Where a text can be cut without a trace: in front of a CR, which stands by itself in any form.
+static size_t cutOf(const char* p, size_t n) {
+    const void* const cr =
+        n > XmlOutput::kPiece ? std::memchr(p + XmlOutput::kPiece, '\r', n - XmlOutput::kPiece)
+                              : nullptr;
+    return cr ? static_cast<size_t>(static_cast<const char*>(cr) - p) : n;
 }
 
-static bool appendContent(const XmlElement& element, StringBuffer& out) {
+static bool appendContent(const XmlElement& element, XmlOutput& out) {
     const auto append = element.isCdata ? xml::appendCdata : xml::appendText;
-    return append(element.content.getString(), element.content.getSize(), out);
+    const char* p = element.content.getString();
+    for (size_t left = element.content.getSize(); left > 0;) {
+        const size_t n = out.take ? cutOf(p, left) : left;
+        if (!append(p, n, out.text) || !out.pass()) return false;
+        p += n;
+        left -= n;
+    }
+    return true;
 }
 
-static bool appendStart(const XmlElement& element, StringBuffer& out) {
-    if (!out.appendChar('<') || !out.append(element.tag)) return false;
-    if (element.attributes && !out.append(element.attributes->text)) return false;
-    if (element.isEmpty()) return out.append("/>");
-    if (!out.appendChar('>') || !appendContent(element, out)) return false;
-    return !breaksLines(element) || out.appendChar('\n');
+static bool appendStart(const XmlElement& element, XmlOutput& out) {
+    StringBuffer& text = out.text;
+    if (!text.appendChar('<') || !text.append(element.tag)) return false;
+    if (element.attributes && !text.append(element.attributes->text)) return false;
+    if (element.isEmpty()) return text.append("/>");
+    if (!text.appendChar('>') || !appendContent(element, out)) return false;
+    return !element.breaksLines() || text.appendChar('\n');
 }
 
-static bool appendEnd(const XmlElement& element, StringBuffer& out) {
-    if (!element.isEmpty() &&
-        (!out.append("</") || !out.append(element.tag) || !out.appendChar('>')))
+static bool appendEnd(const XmlElement& element, XmlOutput& out) {
+    StringBuffer& text = out.text;
+    if ((element.isStarted || !element.isEmpty()) &&
+        (!text.append("</") || !text.append(element.tag) || !text.appendChar('>')))
         return false;
-    return (element.parent && !breaksLines(*element.parent)) || out.appendChar('\n');
+    const bool isOnALine = !element.parent || element.parent->breaksLines();
+    return (!isOnALine || text.appendChar('\n')) && out.pass();
 }
 
-static bool appendTree(const XmlElement* element, StringBuffer& out) {
-    while (element) {
+static bool appendTree(const XmlElement* top, XmlOutput& out) {
+    for (const XmlElement* element = top;; element = element->next) {
         if (!appendStart(*element, out)) return false;
-        if (element->firstChild) {
+        while (element->firstChild) {
             element = element->firstChild;
-            continue;
+            if (!appendStart(*element, out)) return false;
         }
-        for (; element; element = element->parent) {
+        for (;; element = element->parent) {
             if (!appendEnd(*element, out)) return false;
+            if (element == top) return true;
             if (element->next) break;
         }
-        if (element) element = element->next;
     }
+}
+
+// What is not printed yet of an element and the elements in it.  Of those none is started: the
+// last one is whole by now.
+static bool appendRest(const XmlElement& element, XmlOutput& out) {
+    if (!element.isStarted) return appendTree(&element, out);
+    for (const XmlElement* child = element.firstChild; child; child = child->next)
+        if (!appendTree(child, out)) return false;
+    return appendEnd(element, out);
+}
+
+// Prints and drops the children in front of `stop`, or all.
+static bool appendChildren(XmlElement& parent, const XmlElement* stop, XmlOutput& out) {
+    while (parent.firstChild != stop) {
+        XmlElement* const child = parent.firstChild;
+        if (!appendRest(*child, out)) return false;
+        parent.firstChild = child->next;
+        child->next = nullptr;
+        destroyAll(child);
+    }
+    if (!parent.firstChild) parent.lastChild = nullptr;
     return true;
 }
 
@@ -178,6 +219,8 @@ bool ClsXml::setContent(const char* content, unsigned n) {
     return m_element->content.setStringN(content, n);
 }
 
+void ClsXml::takeContent(StringBuffer& content) { m_element->content.swap(content); }
+
 bool ClsXml::addAttributeUtf8(const char* name, const char* value) {
     return addAttribute(name, value, sizeOf(value));
 }
@@ -201,11 +244,40 @@ bool ClsXml::addAttribute(const char* name, const char* value, unsigned valueSiz
     return false;
 }
 
+static bool appendDeclaration(StringBuffer& out) {
+    return out.append("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n");
+}
+
 bool ClsXml::getXml(bool, StringBuffer& out, LogBase& log) const {
     const unsigned before = out.getSize();
-    if (out.append("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n") && appendTree(m_tree->root, out))
-        return true;
+    XmlOutput output(out);
+    if (appendDeclaration(out) && appendTree(m_tree->root, output)) return true;
     out.shorten(out.getSize() - before);
     log.logError("No memory for the XML text.");
     return false;
+}
+
+bool ClsXml::printFront(XmlOutput& out) {
+    XmlElement& element = *m_element;
+    if (!element.isStarted) {
+        if (!element.parent && !appendDeclaration(out.text)) return false;
+        if (!appendStart(element, out)) return false;
+        element.breaks = element.breaksLines();
+        element.isStarted = true;
+        element.content.clear();
+    }
+    return appendChildren(element, element.lastChild, out);
+}
+
+// What stood in front of the element was dropped when it was printed.
+bool ClsXml::printEnd(XmlOutput& out) {
+    XmlElement* const element = m_element;
+    XmlElement* const parent = element->parent;
+    const bool isFirst = !parent && !element->isStarted;
+    if ((isFirst && !appendDeclaration(out.text)) || !appendRest(*element, out)) return false;
+    if (!parent) return out.passAll();
+    parent->firstChild = parent->lastChild = nullptr;
+    destroyAll(element);
+    m_element = parent;
+    return true;
 }

@@ -8,29 +8,16 @@
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/header/header_fields.h"
+#include "foundation/xml/output.h"
 #include "foundation/zqStrings.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
 
-bool MimeMessage2::getMimeXml(StringBuffer& out, LogBase& log) {
-    if (!isAlive()) return false;
-    ClsXml* xml = ClsXml::createNewCls();
-    if (!xml) return false;
-    const MemoryWatch memory;
-    xml->put_TagUtf8("mime_message");
-    getMimeXmlR(*xml, log);
-    const bool isWhole = !memory.wasRefused();
-    if (!isWhole) log.logError("Out of memory.");
-    const bool written = isWhole && xml->getXml(false, out, log);
-    xml->deleteSelf();
-    return written;
-}
-
 // The header and the "body" element with its content, but without the parts; gives a handle
 // to "body".
-bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
-    if (!m_mimeHeader.mimeHeaderToXml(xml, getCharsetCodePage(), nullptr, log)) return false;
+bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, XmlOutput* out, LogBase& log) {
+    if (!m_mimeHeader.printXml(xml, out, log)) return false;
     body = xml.newChild("body", nullptr, nullptr);
     if (!body || m_mimeBody.isEmpty()) return body != nullptr;
     StringBuffer text;
@@ -39,8 +26,9 @@ bool MimeMessage2::startXml(ClsXml& xml, ClsXml*& body, LogBase& log) {
                            m_contentTransferEncoding.equalsIgnoreCase2("quoted-printable", 16);
     if (!isEncoded) body->put_Cdata(true);
     const bool isHidden = !isEncoded && m_mimeBody.containsChar('\0');
-    return body->setContent(text.getString(), text.getSize()) &&
-           (!isHidden || body->addAttributeUtf8(kXmlCoding, kXmlBase64)) &&
+    if (text.failed()) return false;
+    body->takeContent(text);
+    return (!isHidden || body->addAttributeUtf8(kXmlCoding, kXmlBase64)) &&
            (!isBodyAsReceived(log) || body->addAttributeUtf8(kXmlBytes, kXmlAsReceived));
 }
 
@@ -58,41 +46,116 @@ bool MimeMessage2::isBodyAsReceived(LogBase& log) const {
            !(EncodingConvert::keepsAscii(codePage) && m_mimeBody.is7bit(0xFFFFFFFFu));
 }
 
-// A child that cannot be converted is left as far as it got, and its siblings go on.
-bool MimeMessage2::getMimeXmlR(ClsXml& xml, LogBase& log) {
+namespace mimetree::inner {
+
+// Writes a tree into elements, which are printed as soon as they are whole where there is an
+// output.  A child that cannot be converted is left as far as it got, and its siblings go on.
+class XmlTreeWriter {
+public:
+    XmlTreeWriter(ClsXml& root, XmlOutput* out, LogBase& log)
+        : m_root(root), m_out(out), m_log(log) {}
+
+    bool write(MimeMessage2& node) {
+        if (!open(node, m_root)) return false;
+        while (!m_levels.isEmpty()) {
+            Level& level = m_levels.back();
+            if (!m_isPrinted || level.next == level.node->getNumParts()) close();
+            else if (MimeMessage2* const child = level.node->getPart(level.next++)) add(*child);
+        }
+        return m_isPrinted;
+    }
+
+private:
     struct Level {
         MimeMessage2* node;
         ClsXml* body;
         int next;
     };
-    GrowArray<Level, 8> levels;
-    const auto open = [&](MimeMessage2* node, ClsXml& element) {
+
+    bool open(MimeMessage2& node, ClsXml& message) {
         ClsXml* body = nullptr;
-        if (!node->isAlive()) return false;
-        log.enterContext("getMimeXml", log.m_verbose);
-        if (node->startXml(element, body, log) && levels.push(Level{node, body, 0})) return true;
-        if (body) body->deleteSelf();
-        log.leaveContext();
-        return false;
-    };
-    if (!open(this, xml)) return false;
-    while (!levels.isEmpty()) {
-        Level& level = levels.back();
-        if (level.next == level.node->getNumParts()) {
-            level.body->deleteSelf();
-            levels.pop();
-            log.leaveContext();
-            continue;
+        if (!node.isAlive()) return false;
+        m_log.enterContext("getMimeXml", m_log.m_verbose);
+        if (node.startXml(message, body, m_out, m_log) && m_levels.push(Level{&node, body, 0})) {
+            printFront(message);
+            return true;
         }
-        MimeMessage2* child = level.node->getPart(level.next++);
-        ClsXml* subpart = child ? level.body->newChild("subpart", nullptr, nullptr) : nullptr;
-        ClsXml* message = subpart ? subpart->newChild("mime_message", nullptr, nullptr) : nullptr;
-        if (subpart) subpart->deleteSelf();
-        if (!message) continue;
-        open(child, *message);
-        message->deleteSelf();
+        if (body) body->deleteSelf();
+        m_log.leaveContext();
+        return false;
     }
-    return true;
+
+    // What could not be opened ends here, as far as it got.
+    void add(MimeMessage2& child) {
+        ClsXml& body = *m_levels.back().body;
+        ClsXml* const subpart = body.newChild("subpart", nullptr, nullptr);
+        if (!subpart) return;
+        printFront(body);
+        if (ClsXml* const message = subpart->newChild("mime_message", nullptr, nullptr)) {
+            printFront(*subpart);
+            if (!open(child, *message)) printEnds(*message, 2);
+            message->deleteSelf();
+        } else {
+            printEnds(*subpart, 1);
+        }
+        subpart->deleteSelf();
+    }
+
+    void close() {
+        ClsXml* const body = m_levels.back().body;
+        m_levels.pop();
+        const int withinSubpart = 3;  // body, mime_message, subpart
+        printEnds(*body, m_levels.isEmpty() ? 1 : withinSubpart);
+        body->deleteSelf();
+        m_log.leaveContext();
+    }
+
+    void printFront(ClsXml& element) {
+        if (m_out && m_isPrinted) m_isPrinted = element.printFront(*m_out);
+    }
+
+    void printEnds(ClsXml& element, int count) {
+        for (; m_out && m_isPrinted && count > 0; --count) m_isPrinted = element.printEnd(*m_out);
+    }
+
+    ClsXml& m_root;
+    XmlOutput* const m_out;
+    LogBase& m_log;
+    GrowArray<Level, 8> m_levels;
+    bool m_isPrinted = true;
+};
+
+}  // namespace mimetree::inner
+
+bool MimeMessage2::getMimeXmlR(ClsXml& xml, LogBase& log) {
+    return XmlTreeWriter(xml, nullptr, log).write(*this);
+}
+
+// With `out` as it was when something is missing.
+bool MimeMessage2::getMimeXml(StringBuffer& out, LogBase& log) {
+    const unsigned before = out.getSize();
+    XmlOutput output(out);
+    if (isAlive() && printXml(output, log)) return true;
+    out.shorten(out.getSize() - before);
+    return false;
+}
+
+bool MimeMessage2::writeMimeXml(TakeXml take, void* context, LogBase& log) {
+    StringBuffer piece;
+    XmlOutput output(piece, take, context);
+    return isAlive() && printXml(output, log);
+}
+
+bool MimeMessage2::printXml(XmlOutput& out, LogBase& log) {
+    const MemoryWatch memory;
+    ClsXml* const xml = ClsXml::createNewCls();
+    if (!xml) return false;
+    xml->put_TagUtf8("mime_message");
+    XmlTreeWriter writer(*xml, &out, log);
+    const bool isPrinted = writer.write(*this) && xml->printEnd(out);
+    xml->deleteSelf();
+    if (memory.wasRefused()) log.logError("Out of memory.");
+    return isPrinted && !memory.wasRefused();
 }
 
 // -- Outline
