@@ -448,8 +448,9 @@ private:
                       const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log,
                       DataBuffer* owner = nullptr);
     Stored decodeBase64(const void* data, unsigned int size, int codePage, bool isText,
-                        LogBase& log);
-    Stored decodeQP(const void* data, unsigned int size, int codePage, bool isText, LogBase& log);
+                        LogBase& log, DataBuffer* owner = nullptr);
+    Stored decodeQP(const void* data, unsigned int size, int codePage, bool isText, LogBase& log,
+                    DataBuffer* owner = nullptr);
     Stored uudecodeBody(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
     Stored store8bit(const void* data, unsigned int size, int codePage, bool isText, LogBase& log,

@@ -2,8 +2,12 @@
 
 // Memory that runs out: every allocation of an operation is refused in turn, once alone and
 // once with all that follow.  Nothing may crash or leak, and what answers success is complete.
+// And how much memory an operation holds at most.
 // The linker sends the engine's calls of malloc and its kin here (see CMakeLists.txt).
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <functional>
 #include <new>
 
@@ -13,8 +17,9 @@
 
 namespace {
 
-long g_live = 0;       // blocks handed out and not given back
-long g_countdown = 0;  // the allocation that is refused; 0 is none
+long g_live = 0;                // blocks handed out and not given back
+size_t g_held = 0, g_peak = 0;  // bytes of them now and at most
+long g_countdown = 0;           // the allocation that is refused; 0 is none
 bool g_allBehind = false;
 bool g_alsoNew = false;  // the standard containers of what is tested are refused theirs
 long g_refused = 0;
@@ -28,6 +33,7 @@ bool refuse() {
 
 void* counted(void* p) {
     g_live += p != nullptr;
+    g_peak = std::max(g_peak, g_held += malloc_usable_size(p));
     return p;
 }
 
@@ -40,11 +46,14 @@ void __real_free(void* p);
 
 void* __wrap_malloc(size_t n) { return refuse() ? nullptr : counted(__real_malloc(n)); }
 void* __wrap_realloc(void* old, size_t n) {
-    void* p = refuse() ? nullptr : __real_realloc(old, n);
-    return old ? p : counted(p);
+    if (refuse()) return nullptr;
+    g_held -= malloc_usable_size(old);
+    g_live -= old != nullptr;
+    return counted(__real_realloc(old, n));
 }
 void __wrap_free(void* p) {
     g_live -= p != nullptr;
+    g_held -= malloc_usable_size(p);
     __real_free(p);
 }
 }
@@ -392,6 +401,91 @@ TEST(Memory, FaceReads) {
                 return all;
             });
         });
+}
+
+// A mail of so many bytes: `unit` time and again behind `front`.
+struct Growing {
+    std::string_view front, unit;
+};
+
+const std::string kLine = "a line of text that is about as long as those of mail are\n";
+const std::string kEmptyLines = "--b\n\n" + repeated("\n", 5000);
+
+const Growing kGrowing[] = {
+    // Line ends of every kind, repaired or not.
+    {"A: 1\n\n", kLine},
+    {"A: 1\n\n", "\n"},
+    {"A: 1\r\r", "\r"},
+    {"A: 1\r\n\r\n", "\n"},
+    {"A: 1\r\nB: 2\n\n", "\n\r\n"},
+    {"A: 1\r\r\n\r\r\n", "\r\r\n"},
+    {"A: \0\r\r\r\n"sv, "\r\n\r"},
+    {"Content-Type: multipart/mixed; boundary=b\n\n", kEmptyLines},
+    {"Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nA: 1\n\n", "\n"},
+    {"Content-Type: multipart/signed; boundary=b\n\n--b\nA: 1\n\n", kLine},
+    {"Content-Type: multipart/mixed; boundary=b\n\n", kLine},
+    // Charsets, with and without a coding.
+    {"A: 1\n\n", "\xE9\n"},
+    {"A: 1\r\n\r\n", "\xE9"},
+    {"Content-Type: text/plain; charset=koi8-r\r\n\r\n", "\xC1\xC2\r\n"},
+    {"Content-Type: text/plain; charset=gbk\r\n\r\n", "\xC4\xE3\xBA\xC3\r\n"},
+    {"Content-Type: text/plain; charset=utf-16be\r\n\r\n", "\x4E\x2D"},
+    {"Content-Type: text/plain; charset=iso-8859-1\n"
+     "Content-Transfer-Encoding: quoted-printable\n\n",
+     "\xE9"},
+    {"Content-Type: text/plain; charset=koi8-r\nContent-Transfer-Encoding: base64\n\n",
+     "wcLDxMXGx8jBwsPExcbHyA\n"},
+    {"Content-Transfer-Encoding: uuencode\r\n\r\nbegin 644 a\r\n", "#86)C\r\n"},
+};
+
+size_t numNodes(MimeMessage2& node) {
+    size_t count = 1;
+    for (int i = 0; i < node.getNumParts(); ++i) count += numNodes(*node.getPart(i));
+    return count;
+}
+
+// Of the text and of what is made of it together.
+TEST(Memory, LoadHoldsThreeTimesTheInput) {
+    constexpr size_t kSize = 2 << 20, kNode = 1024, kScratch = 64 * 1024;
+    for (const Growing& row : kGrowing) {
+        std::string text(row.front);
+        while (text.size() < kSize) text += row.unit;
+        for (const bool asText : {false, true}) {
+            const size_t before = g_peak = g_held;
+            MimeMessage2 node;
+            StringBuffer clue;
+            EXPECT_TRUE(node.loadMimeComplete2(text.data(), static_cast<unsigned>(text.size()),
+                                               asText, clue, noLog, false));
+            EXPECT_LE(g_peak - before, 2 * text.size() + kNode * numNodes(node) + kScratch)
+                << barred(row.front) << "..." << barred(row.unit.substr(0, 20));
+        }
+    }
+}
+
+// Beside the tree one body at a time, and elements only of what is open.
+TEST(Memory, XmlInPieces) {
+    const std::string parts = "Content-Type: multipart/mixed; boundary=b\r\n\r\n" +
+                              repeated("--b\r\nA: 1\r\n\r\na part\r\n", 20000);
+    const std::string bytes = "Content-Transfer-Encoding: base64\r\n\r\n" +
+                              repeated(repeated("QUJD", 19) + "\r\n", 20000);
+    for (const std::string& mail : {parts, bytes}) {
+        const NodePtr node = fromBytes(mail);
+        std::string xml;
+        xml.reserve(20 * mail.size());
+        const size_t before = g_peak = g_held;
+        EXPECT_TRUE(node->writeMimeXml(
+            [](void* to, const char* piece, unsigned size) {
+                static_cast<std::string*>(to)->append(piece, size);
+                return true;
+            },
+            &xml, noLog));
+        EXPECT_LE(g_peak - before, mail.size() + 256 * 1024);
+        StringBuffer whole;
+        EXPECT_TRUE(node->getMimeXml(whole, noLog));
+        EXPECT_TRUE(xml == str(whole));
+        EXPECT_FALSE(
+            node->writeMimeXml([](void*, const char*, unsigned) { return false; }, nullptr, noLog));
+    }
 }
 
 }  // namespace

@@ -10,8 +10,8 @@
 #include <new>
 
 #include "foundation/LogBase.h"
-#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/StringBuffer.h"
+#include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/ranges.h"
 #include "foundation/xml/names.h"
 #include "foundation/xml/output.h"
@@ -103,9 +103,9 @@ static void appendChild(XmlElement& parent, XmlElement* child) {
 
 // Where a text can be cut without a trace: in front of a CR, which stands by itself in any form.
 static size_t cutOf(const char* p, size_t n) {
-    const void* const cr =
-        n > XmlOutput::kPiece ? std::memchr(p + XmlOutput::kPiece, '\r', n - XmlOutput::kPiece)
-                              : nullptr;
+    const void* const cr = n > XmlOutput::kPiece
+                               ? std::memchr(p + XmlOutput::kPiece, '\r', n - XmlOutput::kPiece)
+                               : nullptr;
     return cr ? static_cast<size_t>(static_cast<const char*>(cr) - p) : n;
 }
 

@@ -164,8 +164,9 @@ MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* 
     m_modified = true;
     const int codePage = charset.getCodePage();
     const BodyCoding coding = bodyCodingOf(encoding);
-    if (coding == BodyCoding::QuotedPrintable) return decodeQP(data, size, codePage, isText, log);
-    if (coding == BodyCoding::Base64) return decodeBase64(data, size, codePage, isText, log);
+    if (coding == BodyCoding::QuotedPrintable)
+        return decodeQP(data, size, codePage, isText, log, owner);
+    if (coding == BodyCoding::Base64) return decodeBase64(data, size, codePage, isText, log, owner);
     if (coding == BodyCoding::Uuencode) return uudecodeBody(data, size, codePage, isText, log);
     const Stored stored =
         store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log, owner);
@@ -202,12 +203,13 @@ void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const 
 }
 
 MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size, int codePage,
-                                                bool isText, LogBase& log) {
+                                                bool isText, LogBase& log, DataBuffer* owner) {
     OperationContext context(log, "setMimeBodyBase64");
     m_modified = true;
     const NewBody fresh(m_mimeBody);
     m_received = Received();
     ContentCoding::decodeBase64ToDb(static_cast<const char*>(data), size, m_mimeBody);
+    if (owner) owner->clear();
     if (!isText) return Stored::NoText;
     if (codePage == codepage::kNone || codePage == codepage::kUtf8) return Stored::AsItCame;
     if (codePage == codepage::kUtf16LE &&
@@ -222,7 +224,7 @@ void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqC
 }
 
 MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size, int codePage,
-                                            bool isText, LogBase& log) {
+                                            bool isText, LogBase& log, DataBuffer* owner) {
     OperationContext context(log, "setMimeBodyQP");
     m_modified = true;
     log.verboseLong("cp", codePage);
@@ -231,6 +233,7 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
     ContentCoding coding;
     if (isText && !codepage::isUtf16Or32(codePage)) coding.setTextBody(true);
     coding.decodeQuotedPrintable(static_cast<const char*>(data), size, m_mimeBody);
+    if (owner) owner->clear();
     if (!isText) {
         log.verboseInfo("Set quoted-printable non-text MIME body.");
         return Stored::NoText;

@@ -60,7 +60,8 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
     Leaf leaf(body, size);
-    if (MimeMessage2::isStoredAsItStands(encoding)) lend(leaf, source, repaired.get());
+    if (repaired || MimeMessage2::isStoredAsItStands(encoding))
+        lend(leaf, source, repaired.get());
     parseLeaf(node, leaf, encoding);
     return Progress::Done;
 }
