@@ -16,6 +16,7 @@ public:
     // Base64 in lines of 76 characters with CRLF between them (RFC 2045 6.8); no line break
     // at the end.
     bool encodeBase64(const void* data, unsigned int size, StringBuffer& out) const;
+    bool encodeBase64(const void* data, unsigned int size, DataBuffer& out) const;
 
     // Skips whatever is not in the alphabet.  A "=" ends a group, not the text: parts that
     // were encoded one by one and joined are decoded whole.  Plain text behind the padding,
@@ -27,6 +28,7 @@ public:
     // the end =20, =09, so that decoding gives the very same bytes.  "^" is escaped as well:
     // gateways damage it.
     bool encodeQuotedPrintable(const void* data, unsigned int size, StringBuffer& out) const;
+    bool encodeQuotedPrintable(const void* data, unsigned int size, DataBuffer& out) const;
 
     // Drops soft line breaks and the blanks in front of line ends, takes hexadecimal digits
     // of either case, and lets a malformed escape stand.

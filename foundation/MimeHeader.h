@@ -67,6 +67,12 @@ public:
     bool getMimeHeader(StringBuffer& out, const char* reserved1, int codePage, bool reserved2,
                        LogBase& log) const;
 
+    // The same bytes without a copy, where all fields are as they were read; else null.
+    const StringBuffer* textAsRead() const {
+        return m_asRead && !m_hasOrderMark ? &m_text : nullptr;
+    }
+    unsigned int likelySize() const { return m_text.getSize(); }
+
     // -- Changing.  A name loses what no field name may hold, a value its line breaks; nothing
     // happens when no name is left.
 

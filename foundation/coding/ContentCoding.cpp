@@ -21,21 +21,21 @@ namespace {
 // Each grows the output once, to a bound that is known before, and gives back the rest.  What
 // stands in the output itself would move while it is read.
 
-template <class Encode>
-bool appendEncoded(const void* data, unsigned int size, uint64_t bound, StringBuffer& out,
+template <class Buffer, class Encode>
+bool appendEncoded(const void* data, unsigned int size, uint64_t bound, Buffer& out,
                    Encode encode) {
     if (!data || size == 0) return true;
     if (out.owns(data)) {
-        StringBuffer apart;
+        Buffer apart;
         return appendEncoded(data, size, bound, apart, encode) && out.append(apart);
     }
-    // Limit: a StringBuffer holds less than 4 GiB.
+    // Limit: a buffer holds less than 4 GiB.
     if (bound > UINT32_MAX) {
         out.markFailed();
         return false;
     }
     const auto room = static_cast<unsigned int>(bound);
-    char* const start = out.extend(room);
+    char* const start = reinterpret_cast<char*>(out.extend(room));
     if (start == nullptr) return false;
     const char* const end = encode(static_cast<const unsigned char*>(data), size, start);
     out.shorten(room - static_cast<unsigned int>(end - start));
@@ -59,10 +59,26 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
     return true;
 }
 
+template <class Buffer>
+bool appendBase64(const void* data, unsigned int size, Buffer& out) {
+    return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
+}
+
+template <class Buffer>
+bool appendQuotedPrintable(const void* data, unsigned int size, Buffer& out) {
+    const uint64_t bound =
+        !data ? 0 : quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
+    return appendEncoded(data, size, bound, out, quoted_printable::encode);
+}
+
 }  // namespace
 
 bool ContentCoding::encodeBase64(const void* data, unsigned int size, StringBuffer& out) const {
-    return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
+    return appendBase64(data, size, out);
+}
+
+bool ContentCoding::encodeBase64(const void* data, unsigned int size, DataBuffer& out) const {
+    return appendBase64(data, size, out);
 }
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
@@ -72,9 +88,12 @@ bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBu
 
 bool ContentCoding::encodeQuotedPrintable(const void* data, unsigned int size,
                                           StringBuffer& out) const {
-    const uint64_t bound =
-        !data ? 0 : quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
-    return appendEncoded(data, size, bound, out, quoted_printable::encode);
+    return appendQuotedPrintable(data, size, out);
+}
+
+bool ContentCoding::encodeQuotedPrintable(const void* data, unsigned int size,
+                                          DataBuffer& out) const {
+    return appendQuotedPrintable(data, size, out);
 }
 
 bool ContentCoding::decodeQuotedPrintable(const char* text, unsigned int size,

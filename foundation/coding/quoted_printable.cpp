@@ -6,6 +6,7 @@
 
 #include "foundation/coding/quoted_printable.h"
 
+#include <bit>
 #include <cstring>
 
 #include "foundation/bytes/ByteSet.h"
@@ -175,30 +176,12 @@ const char* findLineBreak(const char* p, const char* end) {
     return end;
 }
 
-using LineEncoder = char*(const char* p, const char* end, const char* dataEnd, char* out);
-
-template <LineEncoder Encode>
-char* encodeWith(const unsigned char* data, size_t n, char* out) {
-    const auto* p = reinterpret_cast<const char*>(data);
-    const char* const end = p + n;
-    while (p != end) {
-        const char* const lineEnd = findLineBreak(p, end);
-        out = Encode(p, lineEnd, end, out);
-        p = lineEnd;
-        if (p == end) break;
-        std::memcpy(out, p, 2);
-        out += 2;
-        p += 2;
-    }
-    return out;
-}
-
 }  // namespace
 
 namespace scalar {
 
 // One line of the input, without its CRLF, as one or more lines.
-static char* encodeLine(const char* p, const char* end, const char*, char* out) {
+static char* encodeLine(const char* p, const char* end, char* out) {
     for (size_t column = 0; p != end;) {
         const bool escape = needsEscape(p, end) || (column == 0 && isHarmfulAsLine(p, end));
         const size_t limit = p + 1 == end ? kLineChars : kLineChars - 1;
@@ -222,7 +205,18 @@ size_t countEscapes(const char* p, size_t n) {
 }
 
 char* encode(const unsigned char* data, size_t n, char* out) {
-    return encodeWith<encodeLine>(data, n, out);
+    const auto* p = reinterpret_cast<const char*>(data);
+    const char* const end = p + n;
+    while (p != end) {
+        const char* const lineEnd = findLineBreak(p, end);
+        out = encodeLine(p, lineEnd, out);
+        p = lineEnd;
+        if (p == end) break;
+        std::memcpy(out, p, 2);
+        out += 2;
+        p += 2;
+    }
+    return out;
 }
 
 unsigned char* decode(const char* text, size_t n, unsigned char* out) {

@@ -47,12 +47,8 @@ public:
     }
 
     // Marks `out` when memory ran out on the way to its bytes.
-    void append(DataBuffer& out) const {
-        out.append(*m_bytes);
-        if (m_converted.failed()) out.markFailed();
-    }
-
-    void encode(WireCoding coding, StringBuffer& out) const {
+    template <class Buffer>
+    void encode(WireCoding coding, Buffer& out) const {
         const ContentCoding coder;
         if (m_converted.failed()) out.markFailed();
         if (coding == WireCoding::Base64)
@@ -173,17 +169,10 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
         else wire.convertLabelled(m_charset, wireCp, log);
     }
     const WireCoding coding = codingOf(m_contentTransferEncoding);
-    if (coding == WireCoding::None) {
-        log.verboseInfo("Appending body with no encoding..");
-        wire.append(out);
-        return;
-    }
-    log.verboseInfo(coding == WireCoding::Base64 ? "Appending base64 encoded body.."
-                                                 : "Appending quoted-printable encoded body..");
-    StringBuffer encoded;
-    wire.encode(coding, encoded);
-    out.append(encoded);
-    if (encoded.failed()) out.markFailed();
+    log.verboseInfo(coding == WireCoding::None     ? "Appending body with no encoding.."
+                    : coding == WireCoding::Base64 ? "Appending base64 encoded body.."
+                                               : "Appending quoted-printable encoded body..");
+    wire.encode(coding, out);
 }
 
 // Kept on purpose: a body with a zero byte becomes base64 whatever the coding says, since XML
@@ -216,5 +205,5 @@ void MimeMessage2::getMimeBody8Bit(DataBuffer& out, int codePage, LogBase& log) 
     log.verboseLong("codePage", codePage);
     WireBytes wire(m_mimeBody);
     if (codePage != codepage::kNone && codePage != codepage::kUtf8) wire.convertTo(codePage, log);
-    wire.append(out);
+    wire.encode(Coding::None, out);
 }

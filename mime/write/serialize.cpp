@@ -7,6 +7,7 @@
 
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
+#include "foundation/coding/base64.h"
 #include "foundation/header/HeaderParams.h"
 #include "mime/node/internal.h"
 
@@ -14,20 +15,44 @@ using namespace mimetree::inner;
 
 namespace {
 
-// Header and blank line, into an empty buffer.  RFC 4155: a loader skips a line that begins with
-// "From " and has text behind it.  Tolerated: a header that begins with one, as behind a second
-// such line; it gets another in front, so that it is read again.
-void writeHeader(const MimeMessage2& node, StringBuffer& out, LogBase& log) {
-    node.getMimeHeader(out, log);
-    const bool isAlone =
-        !out.containsChar('\n') && node.m_mimeBody.isEmpty() && node.getNumParts() == 0;
-    if (out.beginsWith("From ") && !isAlone) {
-        StringBuffer header;
-        header.swap(out);
-        out.append("From -\r\n");
-        out.append(header);
+// About as many bytes as the tree takes, so that the output grows once.  A guess: text may turn
+// out longer in its charset or as quoted-printable.
+uint64_t likelySize(const MimeMessage2& root) {
+    constexpr unsigned kDelimiterAndBreaks = 80;
+    TreeWalk walk(root);
+    uint64_t size = 0;
+    for (const MimeMessage2* node = &root; node; node = walk.next()) {
+        const uint64_t body = node->m_mimeBody.getSize();
+        const bool isBase64 = node->m_contentTransferEncoding.getSize() == 6;
+        size += node->m_mimeHeader.likelySize() + kDelimiterAndBreaks;
+        size += isBase64 ? base64::encodedSize(body) : body + body / 8;
     }
-    out.append("\r\n\r\n");
+    return size;
+}
+
+void reserveFor(const MimeMessage2& root, DataBuffer& out) {
+    constexpr uint64_t kMost = 0x40000000;  // what is larger grows as it comes
+    const uint64_t size = out.getSize() + likelySize(root);
+    if (size < kMost) out.reserve(static_cast<unsigned>(size));
+}
+
+// Header and blank line; `scratch` is for what has to be written.  RFC 4155: a loader skips a line
+// that begins with "From " and has text behind it.  Tolerated: a header that begins with one, as
+// behind a second such line; it gets another in front, so that it is read again.
+void writeHeader(const MimeMessage2& node, StringBuffer& scratch, DataBuffer& out, LogBase& log) {
+    // A node whose marker is gone says that it has no fields.
+    const bool hasFields = node.getNumHeaderFields() != 0;
+    const StringBuffer* header = hasFields ? node.m_mimeHeader.textAsRead() : nullptr;
+    if (!header) {
+        scratch.weakClear();
+        node.getMimeHeader(scratch, log);
+        header = &scratch;
+    }
+    const bool isAlone =
+        node.m_mimeBody.isEmpty() && node.getNumParts() == 0 && !header->containsChar('\n');
+    if (!isAlone && header->beginsWith("From ")) out.append("From -\r\n", 8);
+    out.append(*header);
+    out.append("\r\n\r\n", 4);
 }
 
 class TreeWriter {
@@ -61,7 +86,7 @@ private:
 
     DataBuffer& m_out;
     LogBase& m_log;
-    StringBuffer m_head;  // reused for every header
+    StringBuffer m_head;  // reused for headers
     GrowArray<Open, 16> m_open;
 };
 
@@ -78,10 +103,8 @@ void TreeWriter::delimiter(const MimeMessage2& node, const char* tail) {
 
 // Header, if there is one to write, and blank line.
 void TreeWriter::writeHead(const MimeMessage2* part) {
-    m_head.weakClear();
-    if (part) writeHeader(*part, m_head, m_log);
-    else m_head.append("\r\n\r\n");
-    m_out.append(m_head);
+    if (part) writeHeader(*part, m_head, m_out, m_log);
+    else m_out.append("\r\n\r\n", 4);
 }
 
 void TreeWriter::writeBody(const MimeMessage2& node) {
@@ -135,9 +158,11 @@ void MimeMessage2::getMimeTextDb(DataBuffer& out, bool bodyOnly, LogBase& log) c
     OperationContext context(log, "getMimeTextDb");
     if (!isAlive()) return;
     const MemoryWatch memory;
+    reserveFor(*this, out);
     if (!bodyOnly) {
         StringBuffer head;
-        writeHeader(*this, head, log);
+        writeHeader(*this, head, out, log);
+        head.clear();
         appendPreamble(head);
         out.append(head);
     }
