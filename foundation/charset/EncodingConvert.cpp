@@ -24,9 +24,10 @@ namespace mimetree::inner::charset {
 Output::Output(DataBuffer& buffer) : m_buffer(buffer), m_before(buffer.getSize()) {}
 
 // Text of two bytes per character becomes half as long again, and there is no longer kind
-// that is common.
+// that is common.  Loops over blocks want room for the longest that a block could become.
 bool Output::roomForText(size_t n) {
-    const size_t likely = n + n / 2 + 16;
+    constexpr size_t kBlock = 256;
+    const size_t likely = n + n / 2 + kBlock;
     return room(likely < kMaxSize - m_before ? likely : n);
 }
 

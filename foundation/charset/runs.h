@@ -74,25 +74,42 @@ inline const unsigned char* runEnd(const Source& in, size_t room) {
     return n < kAhead ? in.p : in.p + (n - kAhead);
 }
 
+// What a run reads and writes: in steps, each of which begins with ASCII.
+struct Run {
+    const unsigned char* p;
+    unsigned char* at;
+
+    // Copies a piece of ASCII; false when what follows it may be more.
+    bool passAscii() {
+        if (*p >= 0x80) return true;
+        const size_t n = copyAscii8(p, at);
+        p += n;
+        at += n;
+        return n != 8;
+    }
+};
+
+// Steps up to the end for what writes `room` bytes; each takes what is not ASCII, or is false.
+template <class Step>
+void takeRun(Source& in, Output& out, size_t room, Step step) {
+    const unsigned char* const end = runEnd(in, room);
+    Run run = {in.p, out.at};
+    while (run.p < end)
+        if (run.passAscii() && !step(run, end)) break;
+    in.p = run.p;
+    out.at = run.at;
+}
+
 // ASCII and pairs, of which two bytes become three at most.
 inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
-    const unsigned char* const end = runEnd(in, out.spare() / 3 * 2);
-    const unsigned char* p = in.p;
-    unsigned char* at = out.at;
-    while (p < end) {
-        if (*p < 0x80) {
-            const size_t n = copyAscii8(p, at);
-            p += n;
-            at += n;
-            if (n == 8) continue;
+    takeRun(in, out, out.spare() / 3 * 2, [&pairs](Run& run, const unsigned char* end) {
+        for (; run.p < end && *run.p >= 0x80; run.p += 2) {
+            const Ready& ready = pairs.of(run.p[0], run.p[1]);
+            if (ready.length == 0) return false;
+            copyReady(ready, run.at);
         }
-        const Ready& ready = pairs.of(p[0], p[1]);
-        if (ready.length == 0) break;
-        copyReady(ready, at);
-        p += 2;
-    }
-    in.p = p;
-    out.at = at;
+        return true;
+    });
 }
 
 // Pairs of seven bits, but for those that begin with a tilde; false when there is none.
@@ -151,23 +168,12 @@ bool encodeWord(const unsigned char*& p, const unsigned char* end, unsigned char
 // one length: a step whose length hangs on each character would wait for it.
 template <unsigned Size, class CodeAt>
 void encodeRun(Source& in, Output& out, CodeAt codeAt) {
-    const unsigned char* const end = runEnd(in, out.spare());
-    const unsigned char* p = in.p;
-    unsigned char* at = out.at;
-    while (p < end) {
-        if (*p < 0x80) {
-            const size_t n = copyAscii8(p, at);
-            p += n;
-            at += n;
-            if (n == 8) continue;
-        }
-        const unsigned char* const before = p;
-        if (!encodeWord<ThreeBytes, Size>(p, end, at, codeAt) ||
-            !encodeWord<TwoBytes, Size>(p, end, at, codeAt) || (p == before && *p >= 0x80))
-            break;
-    }
-    in.p = p;
-    out.at = at;
+    takeRun(in, out, out.spare(), [&codeAt](Run& run, const unsigned char* end) {
+        const unsigned char* const before = run.p;
+        return encodeWord<ThreeBytes, Size>(run.p, end, run.at, codeAt) &&
+               encodeWord<TwoBytes, Size>(run.p, end, run.at, codeAt) &&
+               (run.p != before || *run.p < 0x80);
+    });
 }
 
 // The text behind a byte order mark, or the text as it is when none leads it.  The mark says
