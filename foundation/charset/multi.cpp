@@ -244,10 +244,10 @@ struct Big5 {
 
 uint32_t big5HkscsOf(char32_t c) { return kBig5.of(c); }
 
-// All but the letters of kComposed.
+// All but the row in which the letters of kComposed are.
 uint32_t big5HkscsAt(unsigned page, unsigned place) {
     const uint32_t code = kBig5.at(page, place);
-    return code == 0x8866 || code == 0x88A7 ? 0 : code;
+    return code >> 8 == 0x88 ? 0 : code;
 }
 
 // 950: many readers of Big5 know no others, and from 0xC6A1 to 0xC8FE vendors differ.
