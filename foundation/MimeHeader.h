@@ -67,11 +67,10 @@ public:
     bool getMimeHeader(StringBuffer& out, const char* reserved1, int codePage, bool reserved2,
                        LogBase& log) const;
 
-    // The same bytes without a copy, where all fields are as they were read; else null.
-    const StringBuffer* textAsRead() const {
-        return m_asRead && !m_hasOrderMark ? &m_text : nullptr;
-    }
-    unsigned int likelySize() const { return m_text.getSize(); }
+    // The same bytes without a copy, textSize() of them and no NUL behind, where all fields are as
+    // they were read; else null.
+    const char* textAsRead() const { return m_asRead && !m_hasOrderMark ? m_text.data() : nullptr; }
+    unsigned int textSize() const { return m_text.size(); }
 
     // -- Changing.  A name loses what no field name may hold, a value its line breaks; nothing
     // happens when no name is left.

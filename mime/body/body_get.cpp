@@ -171,7 +171,7 @@ void MimeMessage2::getMimeBodyEncodedDb(DataBuffer& out, LogBase& log) const {
     const WireCoding coding = codingOf(m_contentTransferEncoding);
     log.verboseInfo(coding == WireCoding::None     ? "Appending body with no encoding.."
                     : coding == WireCoding::Base64 ? "Appending base64 encoded body.."
-                                               : "Appending quoted-printable encoded body..");
+                                                   : "Appending quoted-printable encoded body..");
     wire.encode(coding, out);
 }
 
@@ -205,5 +205,5 @@ void MimeMessage2::getMimeBody8Bit(DataBuffer& out, int codePage, LogBase& log) 
     log.verboseLong("codePage", codePage);
     WireBytes wire(m_mimeBody);
     if (codePage != codepage::kNone && codePage != codepage::kUtf8) wire.convertTo(codePage, log);
-    wire.encode(Coding::None, out);
+    wire.encode(WireCoding::None, out);
 }

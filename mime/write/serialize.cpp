@@ -24,7 +24,7 @@ uint64_t likelySize(const MimeMessage2& root) {
     for (const MimeMessage2* node = &root; node; node = walk.next()) {
         const uint64_t body = node->m_mimeBody.getSize();
         const bool isBase64 = node->m_contentTransferEncoding.getSize() == 6;
-        size += node->m_mimeHeader.likelySize() + kDelimiterAndBreaks;
+        size += node->m_mimeHeader.textSize() + kDelimiterAndBreaks;
         size += isBase64 ? base64::encodedSize(body) : body + body / 8;
     }
     return size;
@@ -42,16 +42,18 @@ void reserveFor(const MimeMessage2& root, DataBuffer& out) {
 void writeHeader(const MimeMessage2& node, StringBuffer& scratch, DataBuffer& out, LogBase& log) {
     // A node whose marker is gone says that it has no fields.
     const bool hasFields = node.getNumHeaderFields() != 0;
-    const StringBuffer* header = hasFields ? node.m_mimeHeader.textAsRead() : nullptr;
+    const char* header = hasFields ? node.m_mimeHeader.textAsRead() : nullptr;
+    unsigned size = node.m_mimeHeader.textSize();
     if (!header) {
         scratch.weakClear();
         node.getMimeHeader(scratch, log);
-        header = &scratch;
+        header = scratch.getString();
+        size = scratch.getSize();
     }
-    const bool isAlone =
-        node.m_mimeBody.isEmpty() && node.getNumParts() == 0 && !header->containsChar('\n');
-    if (!isAlone && header->beginsWith("From ")) out.append("From -\r\n", 8);
-    out.append(*header);
+    const bool isAlone = node.m_mimeBody.isEmpty() && node.getNumParts() == 0 &&
+                         std::memchr(header, '\n', size) == nullptr;
+    if (!isAlone && size >= 5 && std::memcmp(header, "From ", 5) == 0) out.append("From -\r\n", 8);
+    out.append(header, size);
     out.append("\r\n\r\n", 4);
 }
 
