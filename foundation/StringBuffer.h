@@ -65,7 +65,9 @@ public:
 
     bool equals(const char* s) const;
     bool equals(const StringBuffer& s) const;
-    bool equalsIgnoreCase(const char* s) const;
+    bool equalsIgnoreCase(const char* s) const {
+        return (s ? std::strlen(s) : 0) == m_size && equalsIgnoreCase2(s, m_size);
+    }
     bool equalsIgnoreCase(const StringBuffer& s) const;
     bool equalsIgnoreCase2(const char* s, unsigned int n) const;
     bool beginsWith(const char* s) const;

@@ -232,10 +232,6 @@ bool StringBuffer::equals(const StringBuffer& s) const {
     return s.m_size == m_size && std::memcmp(getString(), s.getString(), m_size) == 0;
 }
 
-bool StringBuffer::equalsIgnoreCase(const char* s) const {
-    return lengthOf(s) == m_size && bytes::equalIgnoreCase(getString(), textOf(s), m_size);
-}
-
 bool StringBuffer::equalsIgnoreCase(const StringBuffer& s) const {
     return equalsIgnoreCase2(s.getString(), s.m_size);
 }
