@@ -35,6 +35,7 @@ by_cmake() {  # HOW OPTION...
         -DBUILD_SHARED_LIBS="$shared" "$@" >/dev/null
     cmake --build "$work/$how-$shared"
     "$work/$how-$shared/consumer"
+    "$work/$how-$shared/face_consumer"
 }
 
 by_pkg_config() {
@@ -43,6 +44,9 @@ by_pkg_config() {
     # shellcheck disable=SC2086
     g++ -std=c++17 "$consumer/consumer.cpp" $flags -o "$work/pkg-$shared"
     LD_LIBRARY_PATH=$lib "$work/pkg-$shared"
+    # shellcheck disable=SC2086
+    g++ -std=c++20 "$consumer/face_consumer.cpp" $flags -o "$work/pkg-face-$shared"
+    LD_LIBRARY_PATH=$lib "$work/pkg-face-$shared"
 }
 
 # The single file, by its one command; it takes under half a minute.
@@ -58,6 +62,8 @@ by_single_file() {
     [ "${seconds%.*}" -lt 30 ]
     g++ -std=c++17 -DSINGLE_FILE -I. "$consumer/consumer.cpp" "${link[@]}" -o consumer
     LD_LIBRARY_PATH=. ./consumer
+    g++ -std=c++20 -DSINGLE_FILE -I. "$consumer/face_consumer.cpp" "${link[@]}" -o face_consumer
+    LD_LIBRARY_PATH=. ./face_consumer
     cd - >/dev/null
 }
 
