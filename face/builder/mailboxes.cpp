@@ -11,6 +11,7 @@
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
 #include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/ranges.h"
 
 namespace mimetree::inner {
 
@@ -26,10 +27,6 @@ constexpr ByteSet kQuotable = ByteSet().range(' ', '~').range('\x80', '\xFF').wi
 
 // RFC 5321 4.5.3.1.1, 4.5.3.1.2, and the "@".
 constexpr size_t kMaxAddress = 64 + 1 + 255;
-
-bool consistsOf(std::string_view text, const ByteSet& set) {
-    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
-}
 
 // RFC 2047 2, 5 (3): "=?charset?Q?text?=" with nothing in it that a phrase does not allow.
 bool isEncodedWord(std::string_view word) {

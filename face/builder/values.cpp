@@ -18,6 +18,7 @@
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/coding/EncodedWords.h"
 #include "foundation/header/header_fields.h"
@@ -29,7 +30,7 @@ using namespace std::chrono;
 namespace {
 
 // Limit: a name takes no more of its first line (RFC 5322 2.1.1) than leaves room for a value.
-constexpr size_t kMaxName = 60, kMaxWord = 900, kMaxId = kMaxWord;
+constexpr size_t kMaxFieldName = 60, kMaxWord = 900, kMaxId = kMaxWord;
 
 // RFC 5322 3.2.3, 3.6.4: what a msg-id has on both sides of its "@".
 constexpr ByteSet kIdBytes =
@@ -40,10 +41,6 @@ constexpr ByteSet kHostBytes = ByteSet().range('a', 'z').range('A', 'Z').range('
 constexpr std::string_view kOnce[] = {"Date",       "From",        "Sender",     "Reply-To",
                                       "To",         "Cc",          "Bcc",        "Subject",
                                       "Message-ID", "In-Reply-To", "References", "MIME-Version"};
-
-bool consistsOf(std::string_view text, const ByteSet& set) {
-    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
-}
 
 // No dot at an end, nor two in a row.
 bool isDotted(std::string_view text, const ByteSet& set) {
@@ -67,7 +64,7 @@ bool isMessageId(std::string_view id) {
            (isLiteral || isDotted(right, kIdBytes));
 }
 
-std::string_view trimmed(std::string_view text) {
+std::string_view bare(std::string_view text) {
     const size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
     return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
 }
@@ -210,7 +207,7 @@ bool standsOnce(std::string_view name) {
 }
 
 void checkFieldName(const std::string& name, const char* setter) {
-    if (name.empty() || name.size() > kMaxName || !consistsOf(name, kFieldNameBytes))
+    if (name.empty() || name.size() > kMaxFieldName || !consistsOf(name, kFieldNameBytes))
         fail("\"" + name + "\" is no header field");
     if (isSameName(std::string_view(name).substr(0, 8), "Content-"))
         fail(name + " is not for " + setter + " to set: it goes with the body");
@@ -230,7 +227,7 @@ void checkHeader(std::string_view text, Bits bits, const char* hint) {
 
 std::string fieldValue(const std::string& name, std::string_view value) {
     checkLine(name, value);
-    value = trimmed(value);
+    value = bare(value);
     for (const Rule& rule : kRules)
         if (isSameName(rule.name, name)) return rule.value(value);
     if (grammarOf(name.data(), name.size()) == FieldGrammar::Unstructured)

@@ -3,7 +3,9 @@
 
 // Texts as [p, end) and as C strings: the small questions that many sources ask.
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
@@ -28,6 +30,10 @@ inline const unsigned char* asBytes(const char* p) {
 inline const char* skip(const char* p, const char* end, const ByteSet& set) {
     while (p != end && set.has(*p)) ++p;
     return p;
+}
+
+inline bool consistsOf(std::string_view text, const ByteSet& set) {
+    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
 }
 
 inline const char* skipSpace(const char* p, const char* end) {

@@ -12,6 +12,7 @@
 #include "foundation/LogBase.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 #include "foundation/xml/document.h"
 #include "foundation/xml/text.h"
 
@@ -22,10 +23,6 @@ static constexpr char kNoMemory[] = "memory is exhausted";
 // XML 1.0 2.8, 2.9 and 4.3.3: what the values in an XML declaration may be.
 static constexpr ByteSet kDigits = ByteSet().range('0', '9');
 static constexpr ByteSet kLetters = ByteSet().range('A', 'Z').range('a', 'z');
-
-static bool consistsOf(std::string_view text, const ByteSet& set) {
-    return std::all_of(text.begin(), text.end(), [&](char c) { return set.has(c); });
-}
 
 static bool isVersion(std::string_view text) {
     return text.size() > 2 && text.substr(0, 2) == "1." && consistsOf(text.substr(2), kDigits);
