@@ -67,6 +67,7 @@ public:
         findTexts();
         gatherOffers();
         Views views;
+        views.roles.reserve(m_slots.size());
         std::vector<bool> shown(m_slots.size());
         views.texts = show(kPlain, shown);
         views.htmls = show(kHtml, shown);
@@ -76,6 +77,9 @@ public:
             if (role == Role::Attachment) views.attachments.push_back(m_parts[i]);
             if (role == Role::Inline) views.inlineParts.push_back(m_parts[i]);
         }
+        for (std::vector<Part>* list :
+             {&views.attachments, &views.inlineParts, &views.texts, &views.htmls})
+            list->shrink_to_fit();
         return views;
     }
 

@@ -4,6 +4,8 @@
 
 #include "face/message/no_mail.h"
 
+#include <algorithm>
+
 #include "face/mailbox/separator.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
@@ -20,8 +22,10 @@ constexpr ByteSet kBinary = ByteSet().range('\0', '\x1F').without("\t\n\v\f\r\b\
 // Limit: how far an input that begins with no header is looked at.
 constexpr size_t kFront = 16384;
 
+bool isBreak(char c) { return c == '\r' || c == '\n'; }
+
 std::string_view lineOf(std::string_view text) {
-    return text.substr(0, text.find_first_of("\r\n"));
+    return {text.begin(), std::find_if(text.begin(), text.end(), isBreak)};
 }
 
 std::string_view behindLine(std::string_view text) {
@@ -65,12 +69,15 @@ bool isBinary(std::string_view front) {
 std::string_view behindFront(std::string_view input) {
     if (input.starts_with("\xEF\xBB\xBF")) input.remove_prefix(3);
     input = withoutBlanks(input);
-    return beginsMessage(input, LineBefore::start_of_file) ? withoutBlanks(behindLine(input)) : input;
+    return beginsMessage(input, LineBefore::start_of_file) ? withoutBlanks(behindLine(input))
+                                                           : input;
 }
 
 bool hasNoHeader(std::string_view input) {
-    for (input = behindFront(input); !lineOf(input).empty(); input = behindLine(input))
-        if (isFieldLine(lineOf(input))) return false;
+    if (isFieldLine(input)) return false;  // nearly every mail
+    input = behindFront(input);
+    for (; !input.empty() && !isBreak(input.front()); input = behindLine(input))
+        if (isFieldLine(input)) return false;
     return true;
 }
 
@@ -83,6 +90,7 @@ bool isFieldLine(std::string_view line) {
 }
 
 std::optional<Error> whyNoMail(std::string_view input) {
+    if (isFieldLine(input)) return std::nullopt;  // nearly every mail
     const std::string_view front = behindFront(input).substr(0, kFront);
     if (withoutBlanks(input).empty()) return Error(Errc::not_mail, "empty: no mail message");
     if (!beginsWithHeader(front) && isBinary(front))
