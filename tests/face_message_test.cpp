@@ -156,6 +156,15 @@ TEST(FaceMessage, WhatIsNoMail) {
     EXPECT_DEATH((void)missing.value(), "No such file");
 }
 
+TEST(FaceMessage, MailInUtf16) {
+    const std::string mail = "Subject: caf\xC3\xA9\r\n\r\n\xC3\xA9\r\n";
+    for (const int codePage : {1200, 1201}) {
+        const Message m = parsed(converted(65001, codePage, "\xEF\xBB\xBF" + mail));
+        EXPECT_EQ(std::string(m.subject()) + std::string(m.text()), "caf\xC3\xA9\xC3\xA9\r\n");
+    }
+    EXPECT_EQ(Message::parse("\xFF\xFE\1\0"s).error().code(), Errc::not_mail);
+}
+
 TEST(FaceMessage, Fields) {
     const Message m = parsed(
         "Subject: =?utf-8?Q?caf=C3=A9?=\r\n more\r\nFrom: \"Other, Ann\" <ann@example.org>\r\n"

@@ -39,10 +39,6 @@ std::string_view withoutBlanks(std::string_view text) {
     return text;
 }
 
-bool isUtf16(std::string_view text) {
-    return text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
-}
-
 // Junk may stand in front of a header, but only text: within a picture or a program there is
 // always something that looks like a field.
 bool beginsWithHeader(std::string_view front) {
@@ -58,7 +54,6 @@ bool beginsWithHeader(std::string_view front) {
 }
 
 bool isBinary(std::string_view front) {
-    if (isUtf16(front)) return false;
     for (const char c : front)
         if (kBinary.has(c)) return true;
     return false;

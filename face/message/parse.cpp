@@ -7,6 +7,8 @@
 #include "face/files/read_file.h"
 #include "face/message/no_mail.h"
 #include "face/message/tree.h"
+#include "foundation/EncodingConvert.h"
+#include "foundation/charset/code_pages.h"
 
 namespace mimetree {
 
@@ -36,6 +38,21 @@ Result<void> load(Tree& tree, std::string_view mail, ParseOptions options) {
     return Error(Errc::not_mail, "not a mail message");
 }
 
+// Tolerated: a mail that an editor saved as UTF-16.  0 for any other.
+int codePageByMark(std::string_view mail) {
+    if (mail.starts_with("\xFF\xFE")) return inner::codepage::kUtf16LE;
+    return mail.starts_with("\xFE\xFF") ? inner::codepage::kUtf16BE : inner::codepage::kNone;
+}
+
+std::string inUtf8(std::string_view mail, int codePage) {
+    LogNull log;
+    DataBuffer utf8;
+    EncodingConvert::EncConvert(codePage, inner::codepage::kUtf8,
+                                reinterpret_cast<const unsigned char*>(mail.data()) + 2,
+                                static_cast<unsigned>(mail.size() - 2), utf8, log);
+    return std::string(view(utf8));
+}
+
 Error withPath(const Error& error, const std::string& path) {
     return Error(error.code(), path + ": " + error.message());
 }
@@ -54,6 +71,8 @@ Result<Message> Message::parse(std::span<const std::byte> mail, ParseOptions opt
 Result<Message> Message::parse(std::string_view mail, ParseOptions options) noexcept {
     return inner::attempt([&]() -> Result<Message> {
         if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
+        if (const int codePage = codePageByMark(mail))
+            return parse(inUtf8(mail, codePage), options);
         if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
         auto tree =
             std::make_unique<Tree>(std::unique_ptr<MimeMessage2>(MimeMessage2::createNewObject()));
