@@ -14,5 +14,5 @@ int main(int argc, char** argv) {
     mt_code status = mt_mbox_status(box);
     if (status != MT_OK) fprintf(stderr, "%s\n", mt_last_error());
     mt_mbox_free(box);
-    return status;
+    return status != MT_OK;
 }

@@ -115,12 +115,15 @@ struct Mbox::State {
 
     bool hold(size_t n) noexcept { return note(ahead.fill(n)); }
     bool note(ReadAhead::Fill filled) noexcept;
+    bool noteFailure() noexcept;
     void fail(Errc code, std::string_view reason) noexcept;
 
     size_t fromLineSize() noexcept;
+    std::optional<Cut> cutBehind(size_t header) noexcept;
     std::optional<Cut> cutAtSeparator(size_t header) noexcept;
     std::optional<Cut> cutByContentLength(size_t header, size_t separator) noexcept;
     bool isBorder(size_t at) const noexcept;
+    void take(size_t header, const Cut& cut) noexcept;
 
     ReadAhead ahead;
     const std::string name;
@@ -137,7 +140,6 @@ bool Mbox::State::note(ReadAhead::Fill filled) noexcept {
         case ReadAhead::Fill::done: return true;
         case ReadAhead::Fill::out_of_memory: fail(Errc::out_of_memory, "out of memory"); break;
         case ReadAhead::Fill::too_large: fail(Errc::too_large, "a message of 4 GiB or more"); break;
-        case ReadAhead::Fill::failed: fail(Errc::io, std::strerror(ahead.failure())); break;
     }
     return false;
 }
@@ -146,13 +148,19 @@ void Mbox::State::fail(Errc code, std::string_view reason) noexcept {
     error.emplace(errorInMailbox(code, name, reason));
 }
 
+// At the end of what is held: true, and noted, if a failed read is what ended it.
+bool Mbox::State::noteFailure() noexcept {
+    if (ahead.failure()) fail(Errc::io, std::strerror(ahead.failure()));
+    return ahead.failure();
+}
+
 // Text in front of the first From line is a message too, so that a mail alone, or what is left of
 // an mbox whose beginning was lost, is read; a picture or a program is not.
 bool Mbox::State::open() noexcept {
     if (!hold(kFront)) return false;
     offsetOfFirst = inner::inFrontOfMbox(ahead.held());
     ahead.drop(offsetOfFirst);
-    if (ahead.held().empty()) return true;
+    if (ahead.held().empty()) return !noteFailure();
     const std::optional<Error> why = inner::whyNoMail(ahead.held().substr(0, kFront));
     if (!why || why->code() != Errc::not_mail) return true;
     fail(Errc::not_mail, "no mbox: neither a From line nor text in front");
@@ -162,33 +170,29 @@ bool Mbox::State::open() noexcept {
 bool Mbox::State::next() noexcept {
     if (error) return false;
     ahead.drop(static_cast<size_t>(current.size));
-    if (!hold(1) || ahead.held().empty()) {
-        current = {};
-        return false;
-    }
     const size_t number = current.number + 1;
     current = {};
-    const size_t header = fromLineSize();
-    std::optional<Cut> cut = error ? std::nullopt : cutAtSeparator(header);
-    if (!cut) return false;
-    kind = asked == MboxKind::automatic ? MboxKind::rd : asked;
-    if (asked == MboxKind::automatic || asked == MboxKind::content_length) {
-        if (const auto byLength = cutByContentLength(header, cut->next)) {
-            cut = byLength;
-            kind = MboxKind::content_length;
-        }
-        if (error) return false;
+    if (!hold(1) || ahead.held().empty()) {
+        noteFailure();
+        return false;
     }
-    const size_t size = inner::unquoteFromLines(ahead.data() + header, cut->end - header, kind);
+    const size_t header = fromLineSize();
+    const std::optional<Cut> cut = error ? std::nullopt : cutBehind(header);
+    if (!cut) return false;
+    take(header, *cut);
+    current.number = number;
+    return true;
+}
+
+void Mbox::State::take(size_t header, const Cut& cut) noexcept {
+    const size_t size = inner::unquoteFromLines(ahead.data() + header, cut.end - header, kind);
     const std::string_view line = ahead.held().substr(0, header);
     current.bytes = ahead.held().substr(header, size);
     current.from_line = line.substr(0, line.find_last_not_of("\r\n") + 1);
     current.path = name;
-    current.number = number;
     current.offset = ahead.offset();
-    current.size = cut->next;
+    current.size = cut.next;
     if (header) ahead.data()[current.from_line.size()] = '\0';
-    return true;
 }
 
 // All but text in front of the first of them begin with a From line.
@@ -199,11 +203,24 @@ size_t Mbox::State::fromLineSize() noexcept {
     return std::min(ahead.held().find('\n'), ahead.held().size() - 1) + 1;
 }
 
+std::optional<Cut> Mbox::State::cutBehind(size_t header) noexcept {
+    const std::optional<Cut> bySeparator = cutAtSeparator(header);
+    kind = asked == MboxKind::automatic ? MboxKind::rd : asked;
+    const bool isByLength = asked == MboxKind::automatic || asked == MboxKind::content_length;
+    if (!bySeparator || !isByLength) return bySeparator;
+    const std::optional<Cut> byLength = cutByContentLength(header, bySeparator->next);
+    if (error) return std::nullopt;
+    if (!byLength) return bySeparator;
+    kind = MboxKind::content_length;
+    return byLength;
+}
+
 // Tolerated: two From lines in a row; the second belongs to the message.
 std::optional<Cut> Mbox::State::cutAtSeparator(size_t header) noexcept {
     size_t from = header;
     while (true) {
         const auto found = inner::findSeparator(ahead.held(), from, ahead.isAtEnd());
+        if (!found.isFound && ahead.isAtEnd() && noteFailure()) return std::nullopt;
         if (found.isFound || ahead.isAtEnd()) {
             const size_t next = found.isFound ? found.at : ahead.held().size();
             const auto text = ahead.held().substr(header, next - header);
@@ -233,7 +250,7 @@ std::optional<Cut> Mbox::State::cutByContentLength(size_t header, size_t separat
 
 // True at the end of all, and where a From line begins.
 bool Mbox::State::isBorder(size_t at) const noexcept {
-    if (at == ahead.held().size()) return true;
+    if (at == ahead.held().size()) return !ahead.failure();
     return ahead.held()[at - 1] == '\n' &&
            inner::beginsMessage(ahead.held().substr(at), LineBefore::blank_line);
 }

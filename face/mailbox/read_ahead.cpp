@@ -41,16 +41,12 @@ bool ReadAhead::makeRoom(size_t n) noexcept {
 ReadAhead::Fill ReadAhead::fill(size_t n) noexcept {
     if (m_isAtEnd || n <= m_end - m_begin) return Fill::done;
     if (n > kLargest) return Fill::too_large;
-    if (m_failure) return Fill::failed;
     if (!makeRoom(n + kChunk)) return Fill::out_of_memory;
     while (!m_isAtEnd && m_end - m_begin < n) {
         const std::ptrdiff_t got = m_source->read(m_memory + m_end, kChunk);
-        if (got < 0) {
-            m_failure = static_cast<int>(-got);
-            return Fill::failed;
-        }
-        m_isAtEnd = got == 0;
-        m_end += static_cast<size_t>(got);
+        m_isAtEnd = got <= 0;
+        if (got < 0) m_failure = static_cast<int>(-got);
+        if (got > 0) m_end += static_cast<size_t>(got);
     }
     return Fill::done;
 }

@@ -14,14 +14,14 @@ namespace mimetree::inner {
 
 class ReadAhead {
 public:
-    enum class Fill { done, out_of_memory, too_large, failed };
+    enum class Fill { done, out_of_memory, too_large };
 
     explicit ReadAhead(std::unique_ptr<ByteSource> source) noexcept : m_source(std::move(source)) {}
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
     ~ReadAhead();
 
-    // Reads until `n` bytes are held, or all that there are.
+    // Reads until `n` bytes are held, or all that there are: up to the end or a failed read.
     Fill fill(size_t n) noexcept;
     // The same for a chunk more than are held.
     Fill fillMore() noexcept { return fill(m_end - m_begin + 1); }
