@@ -36,6 +36,12 @@ package:
 	packaging/debian/clean_root.sh . build/package
 	packaging/try/recipes.sh . build/recipes
 
+# The library and its tests on other machines, in emulators: aarch64, s390x, i386, libc++, gcc, mingw.
+.PHONY: portable
+portable:
+	@cmake/install-packages.sh build portable
+	packaging/portable.sh . build/portable $(PORTABLE)
+
 # Measures the engine beside other libraries; writes docs/benchmarks.md.
 bench: peers
 	python3 bench/compare.py build/bench docs

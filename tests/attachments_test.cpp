@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <set>
 
 #include "tests/node_support.h"
@@ -16,16 +17,15 @@ using namespace std::string_literals;
 class Attachments : public testing::Test {
 protected:
     void SetUp() override {
-        char name[] = "/tmp/mimetree-XXXXXX";
-        m_outer = mkdtemp(name);
-        fs::create_directory(m_outer / "in");
+        m_outer = fs::temp_directory_path() / ("mimetree-" + std::to_string(std::random_device()()));
+        fs::create_directories(m_outer / "in");
     }
     void TearDown() override { fs::remove_all(m_outer); }
 
     // The paths listed, then each file as "|path=bytes"; the files are gone then.
     std::string saved(const NodePtr& root, LogBase& log = noLog) {
         XString directory;
-        directory.setFromUtf8((m_outer / "in").c_str());
+        directory.setFromUtf8((m_outer / "in").string().c_str());
         ExtPtrArray listed;
         root->extractPartsToFiles(listed, directory, log);
         std::string text;
@@ -41,7 +41,7 @@ protected:
         }
         return text;
     }
-    std::string below(const fs::path& path) { return path.lexically_relative(m_outer); }
+    std::string below(const fs::path& path) { return path.lexically_relative(m_outer).generic_string(); }
 
     fs::path m_outer;
 };

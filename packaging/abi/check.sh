@@ -16,8 +16,9 @@ cmake -G Ninja -S "$source_dir" -B "$work" -DBUILD_SHARED_LIBS=ON -DCMAKE_BUILD_
 cmake --build "$work" --target mimetree
 # No paths of this machine (nor above), and no places in sources, which change with each line.
 abidw --suppressions "$rules" --no-corpus-path --no-comp-dir-path --no-show-locs \
-    --drop-private-types --headers-dir "$source_dir/include/mimetree" \
-    "$work/libmimetree.so" --out-file "$work/now.abi"
+    --drop-private-types --header-file "$source_dir/include/mimetree/mimetree.h" \
+    --exported-interfaces-only "$work/libmimetree.so" --out-file "$work/all.abi"
+python3 "$source_dir/packaging/abi/reduce.py" "$work/all.abi" "$work/now.abi"
 
 if [ "${3:-}" = --store ]; then
     cp "$work/now.abi" "$stored"

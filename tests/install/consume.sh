@@ -47,6 +47,10 @@ by_pkg_config() {
     # shellcheck disable=SC2086
     g++ -std=c++20 "$consumer/face_consumer.cpp" $flags -o "$work/pkg-face-$shared"
     LD_LIBRARY_PATH=$lib "$work/pkg-face-$shared"
+    [ "$shared" = ON ] || flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --static --cflags --libs mimetree)
+    # shellcheck disable=SC2086
+    gcc -std=c11 "$consumer/c_consumer.c" $flags -o "$work/pkg-c-$shared"
+    LD_LIBRARY_PATH=$lib "$work/pkg-c-$shared"
 }
 
 # The single file, by its one command; it takes under half a minute.
