@@ -9,6 +9,13 @@ types = {e.get("id"): e for e in tree.iter() if e.get("id") and e.tag != "elf-sy
 functions = {e.get("name"): e for e in tree.iter("function-decl")
              if e.get("name").startswith("mt_") and e.get("elf-symbol-id")}
 
+# What the header only names is opaque, whatever it is within.
+for e in list(tree.iter("class-decl")):
+    if not e.get("filepath", "").endswith("mimetree/mimetree.h"):
+        e[:] = []
+        e.attrib.pop("size-in-bits", None)
+        e.set("is-declaration-only", "yes")
+
 # Each type stands in front of what needs it, but where they go in a circle.
 ordered = []
 seen = set()
@@ -25,6 +32,10 @@ def need(element):
 
 for name in sorted(functions):
     need(functions[name])
+# Places in sources change with each line.
+for element in tree.iter():
+    for place in ("filepath", "line", "column"):
+        element.attrib.pop(place, None)
 for instr in tree.getroot().findall("abi-instr"):
     tree.getroot().remove(instr)
 out = ET.SubElement(tree.getroot(), "abi-instr", {
