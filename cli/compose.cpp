@@ -14,7 +14,6 @@
 
 using namespace mimetree::inner;
 using mimetree::Builder;
-using mimetree::Error;
 
 namespace {
 

@@ -91,8 +91,8 @@ void Builder::Plan::addMailboxes(const char* name, std::vector<std::string> mail
 }
 
 void Builder::Plan::addField(std::string_view name, std::string value) {
-    const Field* const other = find(name);
-    if (other && standsOnce(name)) fail("more than one " + other->name);
+    const Field* const other = standsOnce(name) ? find(name) : nullptr;
+    if (other) fail("more than one " + other->name);
     fields.push_back(Field{std::string(name), {std::move(value)}});
 }
 

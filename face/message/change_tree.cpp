@@ -160,7 +160,7 @@ void TreeChange::wrap(uint32_t index, NodePtr container, int at) {
 void TreeChange::insert(uint32_t parent, int at, NodePtr part) {
     throwIfRefused(m_memory);
     if (!m_nodes[parent]->m_subParts.insertAt(at, part.get())) throw std::bad_alloc();
-    part.release();
+    static_cast<void>(part.release());  // whose owner the list is now
 }
 
 void TreeChange::remove(uint32_t index) {
