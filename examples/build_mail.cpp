@@ -6,17 +6,14 @@
 #include "mimetree/mimetree.hpp"
 
 int main(int, char** argv) {
-    const auto mail = mimetree::Builder()
-        .from("Zo\u00EB M\u00FCller", "zoe@example.org")
-        .to("\u0395\u03BB\u03AD\u03BD\u03B7 \u03A0\u03B1\u03C0\u03C0\u03AC", "eleni@example.com")
-        .cc("Ngata, Wiremu", "wiremu@example.nz")
-        .subject("\u5C71\u7530\u82B1\u5B50: the report")
-        .text("Here it is.\n")
-        .html("<p>Here <img src=\"cid:logo@example.org\"> it is.</p>\n")
-        .inline_image(argv[1], "logo@example.org")
-        .attach(argv[2])
-        .build()
-        .and_then([](const mimetree::Message& made) { return made.write(); });
-    if (!mail) return std::cerr << mail.error().message() << '\n', 1;
-    std::cout << *mail;
+    mimetree::Builder mail;
+    mail.from("Zo\u00EB M\u00FCller", "zoe@example.org");
+    mail.to("\u0395\u03BB\u03AD\u03BD\u03B7 \u03A0\u03B1\u03C0\u03C0\u03AC", "eleni@example.com");
+    mail.cc("Ngata, Wiremu", "wiremu@example.nz");
+    mail.subject("\u5C71\u7530\u82B1\u5B50: the report").text("Here it is.\n");
+    mail.html("<p>Here <img src=\"cid:logo@example.org\"> it is.</p>\n");
+    mail.inline_image(argv[1], "logo@example.org").attach(argv[2]);
+    const auto made = mail.build();
+    if (!made) return std::cerr << made.error().message() << '\n', 1;
+    std::cout << made->write().value();
 }
