@@ -198,6 +198,8 @@ private:
     static size_t roomFor(const mimetree::inner::HeaderScan& scan);
     bool loadScanned(const char* headerText, const mimetree::inner::HeaderScan& scan, void* room,
                      int codePage, const StringBuffer& charsetClue, MimeFields& mime, LogBase& log);
+    void takeListed(const char* text, const mimetree::inner::HeaderScan& scan, MimeFields& mime);
+    bool tidy(const char* text, unsigned int size);
     bool splitFields();
     bool findCodePages(int codePage, const StringBuffer& charsetClue, LogBase& log);
     int declaredCodePage(LogBase& log) const;

@@ -30,6 +30,9 @@ public:
     void loadFromMimeHeaderValue(const char* value, unsigned int size, _zqCharset& charset,
                                  LogBase& log);
 
+    // The same, which spoils `value`: what is long moves out of it.
+    void loadFromMimeHeaderValue(StringBuffer& value, _zqCharset& charset, LogBase& log);
+
     // Appends a value built from the fields, "text/plain" standing for an empty type, with a
     // charset parameter when `charset` holds one.  Values that are no tokens are quoted;
     // those that a quoted string cannot carry unchanged are written as RFC 2231 asks.  What
@@ -51,6 +54,8 @@ public:
     bool m_formatFlowed = false;  // format=flowed (RFC 3676)
 
 private:
+    void loadTolerantly(const char* value, const char* end, StringBuffer* own, _zqCharset& charset,
+                        LogBase& log);
     bool loadUsual(const char* p, const char* end, _zqCharset& charset);
     bool storeUsual(unsigned int param, const char* p, const char* end, _zqCharset& charset);
 };

@@ -90,6 +90,18 @@ const char* closingQuote(const char* p, const char* end) {
     return trimBack(lastChance, q)[-1] == '=' ? lastChance : q;
 }
 
+// Only \" is one.
+void dropEscapes(StringBuffer& value) {
+    char* const begin = value.getString_rw();
+    const char* const end = begin + value.getSize();
+    char* to = const_cast<char*>(findOrEnd(begin, end, '\\'));
+    for (const char* p = to; p != end; ++p) {
+        if (*p == '\\' && end - p > 1 && p[1] == '"') ++p;
+        *to++ = *p;
+    }
+    value.shorten(sizeOf(to, end));
+}
+
 }  // namespace
 
 HeaderParams::HeaderParams(const char* value, unsigned int size)
@@ -106,15 +118,19 @@ void HeaderParams::getMainValue(StringBuffer& out) const {
     out.appendN(from, sizeOf(from, to));
 }
 
+bool HeaderParams::next() { return nextUncopied() && copyValue(); }
+
 // Tolerated: doubled ";", comments, and names that have no value.
-bool HeaderParams::next() {
+bool HeaderParams::nextUncopied() {
     while (m_at != m_end) {
         m_start = skipComments(m_at);
         if (m_start != m_end && *m_start == ';') {
             m_at = m_start + 1;
             continue;
         }
-        if (readName()) return readValue();
+        if (!readName()) continue;
+        findValue();
+        return true;
     }
     m_start = m_end;
     return false;
@@ -132,42 +148,38 @@ bool HeaderParams::readName() {
     return true;
 }
 
-bool HeaderParams::readValue() {
-    m_value.weakClear();
+void HeaderParams::findValue() {
     m_at = skipSpace(m_at, m_end);
-    m_quoted = m_at != m_end && *m_at == '"';
-    return m_quoted ? readQuoted() : readUnquoted();
+    m_written.isQuoted = m_at != m_end && *m_at == '"';
+    if (m_written.isQuoted) findQuoted();
+    else findUnquoted();
 }
 
 // Tolerated: a value with blanks in it, which runs to the next ";".  A comment is dropped
 // only when it stands behind a single word and nothing follows: "name=photo (1).jpg" has none.
-bool HeaderParams::readUnquoted() {
-    const char* const from = m_at;
-    const char* to = skip(from, m_end, kValueBytes);
+void HeaderParams::findUnquoted() {
+    auto& [from, to, isQuoted] = m_written;
+    from = m_at;
+    to = skip(from, m_end, kValueBytes);
     m_at = to == from ? to : skipComments(to);
     const bool isWord = m_at == m_end || *m_at == ';' || (m_at != to && startsParam(m_at, m_end));
-    if (!isWord) {
-        m_at = quotingTextEnd(m_at, m_end);
-        to = trimBack(from, m_at);
-    }
-    return m_value.appendN(from, sizeOf(from, to));
+    if (isWord) return;
+    m_at = quotingTextEnd(m_at, m_end);
+    to = trimBack(from, m_at);
 }
 
 // Tolerated: a value that is never closed; it runs to the end.
-bool HeaderParams::readQuoted() {
-    const char* p = m_at + 1;
-    const char* const close = closingQuote(p, m_end);
-    m_at = close == m_end ? close : close + 1;
-    bool ok = true;
-    while (p != close) {
-        const char* const stop = findOrEnd(p, close, '\\');
-        ok = m_value.appendN(p, sizeOf(p, stop)) && ok;
-        if (stop == close) break;
-        const bool isEscape = close - stop > 1 && stop[1] == '"';
-        ok = m_value.appendChar(isEscape ? '"' : '\\') && ok;
-        p = stop + (isEscape ? 2 : 1);
-    }
-    return ok;
+void HeaderParams::findQuoted() {
+    m_written.begin = m_at + 1;
+    m_written.end = m_at = closingQuote(m_at + 1, m_end);
+    if (m_at != m_end) ++m_at;
+}
+
+bool HeaderParams::copyValue() {
+    m_value.weakClear();
+    const bool isCopied = m_value.appendN(m_written.begin, m_written.size());
+    if (m_written.isQuoted) dropEscapes(m_value);
+    return isCopied;
 }
 
 // Skips white space and comments.
@@ -190,6 +202,12 @@ const char* HeaderParams::skipComment(const char* p) {
     }
     m_hasComments = false;
     return p;
+}
+
+void narrowTo(const WrittenValue& value, StringBuffer& text) {
+    text.shorten(text.getSize() - sizeOf(text.getString(), value.end));
+    text.removeFront(sizeOf(text.getString(), value.begin));
+    if (value.isQuoted) dropEscapes(text);
 }
 
 // -- Finding
@@ -296,6 +314,8 @@ Form takeWritten(const char* value, unsigned size, const char* name, StringBuffe
     return hasExtended || pieces.join(out) ? Form::Extended : Form::Other;
 }
 
+}  // namespace
+
 bool decodeExtended(const StringBuffer& value, StringBuffer& out) {
     StringBuffer text, charset;
     LogNull log;
@@ -303,8 +323,6 @@ bool decodeExtended(const StringBuffer& value, StringBuffer& out) {
     out.swap(text);
     return true;
 }
-
-}  // namespace
 
 bool findHeaderParam(const char* value, unsigned int size, const char* name, StringBuffer& out) {
     StringBuffer written;

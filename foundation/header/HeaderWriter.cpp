@@ -561,7 +561,7 @@ class ParamsWriter {
 public:
     ParamsWriter(const char* begin, const char* end, LineFolder& lines)
         : m_params(begin, sizeOf(begin, end)), m_at(begin), m_end(end), m_lines(lines) {
-        for (HeaderParams params = m_params; params.next();)
+        for (HeaderParams params = m_params; params.nextUncopied();)
             if (params.name().containsChar('*')) m_forms.add(params.name(), ParamForms::Extended);
     }
 
@@ -585,7 +585,7 @@ private:
 
 void ParamsWriter::write() {
     m_lines.appendFolded(m_at, m_params.begin());
-    for (m_at = m_params.begin(); m_params.next(); m_at = m_params.end()) {
+    for (m_at = m_params.begin(); m_params.nextUncopied(); m_at = m_params.end()) {
         const Fate fate = decide();
         m_encodeNext = fate == Fate::Encode;
         if (fate != Fate::Drop) writeParam();
@@ -598,6 +598,7 @@ void ParamsWriter::write() {
 void ParamsWriter::writeParam() {
     StringBuffer text;
     if (m_encodeNext) {
+        if (!m_params.copyValue()) text.markFailed();
         appendHeaderParam(m_params.name().getString(), m_params.value(), text);
         text.removeFront(2);
     } else {
@@ -694,13 +695,14 @@ void writeValue(FieldGrammar grammar, const char* begin, const char* end, size_t
 void appendHeaderField(const char* name, unsigned int nameSize, const char* value,
                        unsigned int valueSize, int codePage, StringBuffer& out) {
     StringBuffer line;
-    appendOneLine(value, value + valueSize, line);
+    const bool isOneLine = !std::memchr(value, '\n', valueSize) && !std::memchr(value, '\r', valueSize);
+    if (!isOneLine) appendOneLine(value, value + valueSize, line);
     out.appendN(name, nameSize);
     out.append(": ");
     if (line.failed()) markFailed(out);
-    const char* const begin = line.getString();
-    writeValue(grammarOf(name, nameSize), begin, begin + line.getSize(), size_t{nameSize} + 2,
-               codePage, out);
+    const char* const begin = isOneLine ? value : line.getString();
+    const char* const end = begin + (isOneLine ? valueSize : line.getSize());
+    writeValue(grammarOf(name, nameSize), begin, end, size_t{nameSize} + 2, codePage, out);
 }
 
 }  // namespace mimetree::inner

@@ -77,19 +77,16 @@ bool isTidy(const char* text, unsigned size) {
 
 // Tolerated: lines that end with LF, CRCRLF or, the last, with CR.  An empty line would end
 // the header when it is written, and holds nothing: it is dropped.
-bool appendTidied(const char* text, unsigned size, StringBuffer& out) {
+template <class Take>
+void eachTidyLine(const char* text, unsigned size, const Take& take) {
     const char* const end = text + size;
     for (const char* line = text; line != end;) {
         const char* lf = findByte(line, end, '\n');
         const char* stop = lf ? lf : end;
         while (stop != line && stop[-1] == '\r') --stop;
-        if (stop != line) {
-            if (!out.isEmpty()) out.appendN("\r\n", 2);
-            out.appendN(line, static_cast<unsigned>(stop - line));
-        }
+        if (stop != line) take(line, static_cast<unsigned>(stop - line));
         line = lf ? lf + 1 : end;
     }
-    return !out.failed();
 }
 
 // RFC 5322 3.6.8, and what no name may hold when a caller gives it: nothing in a name can
@@ -203,12 +200,8 @@ bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, 
         headerText += kOrderMarkSize;
         size -= kOrderMarkSize;
     }
-    StringBuffer tidied;
-    if (!isTidy(headerText, size)) {
-        headerText = appendTidied(headerText, size, tidied) ? tidied.getString() : nullptr;
-        size = tidied.getSize();
-    }
-    const bool isCopied = headerText || size == 0 ? m_text.append(headerText, size) : false;
+    const bool isCopied =
+        isTidy(headerText, size) ? m_text.append(headerText, size) : tidy(headerText, size);
     if (isCopied && splitFields() &&
         (bytes::isAscii(m_text.data(), m_text.size()) || findCodePages(codePage, charsetClue, log)))
         return true;
@@ -216,39 +209,60 @@ bool MimeHeader::loadMimeHeaderBytes(const char* headerText, unsigned int size, 
     return false;
 }
 
+bool MimeHeader::tidy(const char* text, unsigned int size) {
+    size_t room = 0;
+    eachTidyLine(text, size, [&](const char*, unsigned n) { room += (room ? 2 : 0) + size_t{n}; });
+    if (room > 0xFFFFFFFFu) {
+        MemoryWatch::noteRefusal();
+        return false;
+    }
+    if (!m_text.reserve(static_cast<unsigned>(room))) return false;
+    eachTidyLine(text, size, [&](const char* line, unsigned n) {
+        if (m_text.size()) m_text.append("\r\n", 2);
+        m_text.append(line, n);
+    });
+    return true;
+}
+
 // The fields stand behind the text.
 static size_t placeOfFields(unsigned textSize) { return (size_t{textSize} + 7) & ~size_t{7}; }
 
 size_t MimeHeader::roomFor(const HeaderScan& scan) {
-    return placeOfFields(scan.size) + scan.fields.size() * sizeof(Field);
+    return placeOfFields(scan.size) + (scan.isListed ? scan.fields.size() : 0) * sizeof(Field);
 }
 
 bool MimeHeader::loadScanned(const char* headerText, const HeaderScan& scan, void* room,
                              int codePage, const StringBuffer& charsetClue, MimeFields& mime,
                              LogBase& log) {
     clear(0);
-    const unsigned count = scan.fields.size();
     char* const text = static_cast<char*>(room ? room : notingRefusal(std::malloc(roomFor(scan))));
     if (!text) return false;
     if (room) m_text.lend(text, scan.size);
     else m_text.adopt(text, scan.size);
     std::memcpy(text, headerText, scan.size);
-    Field* const fields = reinterpret_cast<Field*>(text + placeOfFields(scan.size));
+    if (scan.isListed) takeListed(headerText, scan, mime);
+    const bool isSplit = scan.isListed || splitFields();
+    if (!scan.isListed) mime = findMimeFields();
+    if (isSplit && (!scan.hasHighBytes || findCodePages(codePage, charsetClue, log))) return true;
+    clear(0);
+    return false;
+}
+
+void MimeHeader::takeListed(const char* text, const HeaderScan& scan, MimeFields& mime) {
+    const unsigned count = scan.fields.size();
+    Field* const fields = reinterpret_cast<Field*>(m_text.data() + placeOfFields(scan.size));
     const FieldPlace* const places = scan.fields.data();
     for (unsigned i = 0; i < count; ++i) {
         const auto [start, nameEnd] = places[i];
         const unsigned end = i + 1 < count ? places[i + 1].start - 2 : scan.size;
-        const char* const line = headerText + start;
-        const bool isPlain = headerText[nameEnd] == ':' && nameEnd - start <= kMaxNameSize;
+        const char* const line = text + start;
+        const bool isPlain = text[nameEnd] == ':' && nameEnd - start <= kMaxNameSize;
         const unsigned n =
             isPlain ? nameEnd - start : sizeOfName(line, end - start, nameEnd - start);
         if (mayBeMimeField(line, n)) mime.note(line, n, static_cast<int>(i));
         new (fields + i) Field(fieldWithName(start, end - start, n));
     }
     m_fields.lend(fields, count);
-    if (!scan.hasHighBytes || findCodePages(codePage, charsetClue, log)) return true;
-    clear(0);
-    return false;
 }
 
 // Lines that begin with a blank belong to the field before them.
@@ -316,7 +330,7 @@ int MimeHeader::declaredCodePage(LogBase& log) const {
     _zqCharset charset;
     _zqContentType type;
     if (getMimeFieldUtf8("Content-Type", value, log))
-        type.loadFromMimeHeaderValue(value.getString(), charset, log);
+        type.loadFromMimeHeaderValue(value, charset, log);
     return charset.getCodePage();
 }
 

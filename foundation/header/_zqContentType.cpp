@@ -138,31 +138,50 @@ public:
     ParamLoader(_zqContentType& record, _zqCharset& charset, LogBase& log)
         : m_record(record), m_charset(charset), m_log(log) {}
 
-    // `text` starts at the first ";".
-    void run(const char* text, unsigned size) {
-        for (HeaderParams params(text, size); params.next();) take(params);
+    // `text` starts at the first ";".  A value that is most of a long text is not copied out of
+    // it where `own` holds the text, but what that is narrowed to in the end.
+    void run(const char* text, unsigned size, StringBuffer* own) {
+        HeaderParams params(text, size);
+        const unsigned longOne = own && isLong(size) ? size / 2 : size;
+        while (params.nextUncopied())
+            if (!take(params, params.written().size() > longOne)) return;
         for (unsigned i = 0; i < kParamCount; ++i)
-            if (m_extended >> i & 1u) takeExtended(text, size, i);
+            if (m_extended >> i & 1u && i != m_long) takeExtended(text, size, i);
+        if (m_long != kParamCount) takeLong(*own);
     }
+
+    static bool isLong(unsigned size) { return size >= 4096; }
 
 private:
     // The first of a name wins.
     // RFC 2231 3: name*, name*0 and the like are pieces, left for later: a plain value, which
-    // may still follow, is preferred.
-    void take(HeaderParams& params) {
+    // may still follow, is preferred.  False when memory is exhausted.
+    bool take(HeaderParams& params, bool isLong) {
         const StringBuffer& name = params.name();
         const char* text = name.getString();
         const void* star = std::memchr(text, '*', name.getSize());
         const size_t size =
             star ? static_cast<size_t>(static_cast<const char*>(star) - text) : name.getSize();
         const unsigned i = indexOf(text, size);
-        if (i == kParamCount) return;
-        if (star) {
-            m_extended |= 1u << i;
-        } else if (!(m_seen >> i & 1u)) {
-            m_seen |= 1u << i;
+        if (i == kParamCount) return true;
+        unsigned& known = star ? m_extended : m_seen;
+        const bool isFirst = !(known >> i & 1u);
+        known |= 1u << i;
+        if (isFirst && isLong && (!star || size + 1 == name.getSize())) {
+            m_long = i;
+            m_longValue = params.written();
+            m_isLongExtended = star != nullptr;
+        } else if (isFirst && !star) {
+            if (!params.copyValue()) return false;
             store(i, params.value_rw());
         }
+        return true;
+    }
+
+    void takeLong(StringBuffer& text) {
+        if (m_isLongExtended && m_seen >> m_long & 1u) return;
+        narrowTo(m_longValue, text);
+        if (!m_isLongExtended || decodeExtended(text, text)) store(m_long, text);
     }
 
     void takeExtended(const char* text, unsigned size, unsigned i) {
@@ -189,6 +208,9 @@ private:
     _zqCharset& m_charset;
     LogBase& m_log;
     unsigned m_seen = 0, m_extended = 0;  // a bit for each of kParams
+    unsigned m_long = kParamCount;        // of which the value is m_longValue
+    WrittenValue m_longValue;
+    bool m_isLongExtended = false;
 };
 
 bool isToken(const StringBuffer& value) {
@@ -300,8 +322,20 @@ void _zqContentType::loadFromMimeHeaderValue(const char* value, unsigned int siz
                                              _zqCharset& charset, LogBase& log) {
     clear();
     charset.clear();
-    const char* end = value + size;
-    if (loadUsual(value, end, charset)) return;
+    if (!loadUsual(value, value + size, charset))
+        loadTolerantly(value, value + size, nullptr, charset, log);
+}
+
+void _zqContentType::loadFromMimeHeaderValue(StringBuffer& value, _zqCharset& charset,
+                                             LogBase& log) {
+    const char* const text = value.getString();
+    const auto size = static_cast<unsigned>(std::strlen(text));
+    if (!ParamLoader::isLong(size)) loadFromMimeHeaderValue(text, size, charset, log);
+    else loadTolerantly(text, text + size, &value, charset, log);
+}
+
+void _zqContentType::loadTolerantly(const char* value, const char* end, StringBuffer* own,
+                                    _zqCharset& charset, LogBase& log) {
     clear();
     charset.clear();
     dropOuterQuotes(value, end);
@@ -310,13 +344,13 @@ void _zqContentType::loadFromMimeHeaderValue(const char* value, unsigned int siz
 
     ParamLoader loader(*this, charset, log);
     if (*rest == ';') {
-        loader.run(rest, sizeOf(rest, end));
+        loader.run(rest, sizeOf(rest, end), own);
         return;
     }
     if (*rest == ',') ++rest;
     StringBuffer separated;
     if (separated.appendChar(';') && separated.appendN(rest, sizeOf(rest, end)))
-        loader.run(separated.getString(), separated.getSize());
+        loader.run(separated.getString(), separated.getSize(), &separated);
 }
 
 void _zqContentType::buildMimeHeaderValue(StringBuffer& out, const _zqCharset& charset, bool, bool,

@@ -35,8 +35,9 @@ bool run(const char* p, size_t n, HeaderScan& out) {
             return true;
         }
         if (isLineStart && p[i] != '\r' && !bytes::isBlank(p[i])) {
-            if (!out.fields.push({static_cast<unsigned>(i), 0})) return false;
-            isInName = true;
+            if (out.fields.size() >= HeaderScan::kMostListed) out.isListed = false;
+            else if (!out.fields.push({static_cast<unsigned>(i), 0})) return false;
+            isInName = out.isListed;
         } else if (i == 0 && !out.fields.push({0, 0})) {
             return false;
         }
@@ -62,6 +63,7 @@ constexpr auto kRun = SIMD_KERNEL(run);
 
 bool run(const char* p, size_t n, HeaderScan& out) {
     out.fields.truncate(0);
+    out.isListed = true;
     out.hasHighBytes = false;
     return !beginsOddly(p, n) && kRun.now()(p, n, out);
 }

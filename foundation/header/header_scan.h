@@ -15,8 +15,13 @@ struct FieldPlace {
     unsigned nameEnd;  // the first byte that no name can hold
 };
 
+// Limit: a longer list of fields is left to whoever takes the header over, who then knows how
+// long it is.
 struct HeaderScan {
+    static constexpr unsigned kMostListed = 4096;
+
     GrowArray<FieldPlace, 128> fields;
+    bool isListed = true;   // all of them
     unsigned size = 0;  // up to the CRLF CRLF
     bool hasHighBytes = false;
 };

@@ -6,6 +6,7 @@
 #include "foundation/header/high_bytes.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "foundation/DataBuffer.h"
 #include "foundation/EncodingConvert.h"
@@ -64,13 +65,13 @@ bool Pieces::isRawWord(const char* word, unsigned size) {
 }
 
 // RFC 2047 4.2: any byte may be written as an escape.
-void appendWithEscapes(const char* p, const char* end, StringBuffer& out) {
+void appendWithEscapes(const char* p, const char* end, DataBuffer& out) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     for (; p != end; ++p) {
         const unsigned c = static_cast<unsigned char>(*p);
         const char escape[] = {'=', kHex[c >> 4], kHex[c & 15]};
-        if (c < 0x80) out.appendChar(*p);
-        else out.appendN(escape, sizeof escape);
+        if (c < 0x80) out.append(p, 1);
+        else out.append(escape, sizeof escape);
     }
 }
 
@@ -82,14 +83,25 @@ bool convert(int codePage, const char* p, const char* end, DataBuffer& out) {
 
 // Tolerated: text that was shortened to so many bytes, in the middle of a character.  One that
 // is whole must stand in front, or it may as well be Latin-1.
-bool isUtf8ButForOne(const StringBuffer& text, size_t valid) {
-    const unsigned char* const p = asBytes(text.getString());
-    const size_t size = text.getSize();
+bool isUtf8ButForOne(std::string_view text, size_t valid) {
+    const unsigned char* const p = asBytes(text.data());
+    const size_t size = text.size();
     size_t cut = valid;
     while (cut < size && p[cut] >= 0x80) ++cut;
-    return !bytes::isAscii(text.getString(), valid) &&
-           utf8::isCutSequence(p + valid, cut - valid) &&
-           bytes::isAscii(text.getString() + cut, size - cut);
+    return !bytes::isAscii(text.data(), valid) && utf8::isCutSequence(p + valid, cut - valid) &&
+           bytes::isAscii(text.data() + cut, size - cut);
+}
+
+// A text without words, whose bytes are their own; one that has none is not copied.
+bool leaveOutWords(std::string_view& text, StringBuffer& pieces) {
+    const char* const end = text.data() + text.size();
+    for (Pieces piece(text.data(), end); piece.next();) {
+        if (!piece.isWord && sizeOf(piece.first, piece.last) == text.size()) return true;
+        if (piece.isWord) pieces.appendChar(' ');
+        else pieces.appendN(piece.first, sizeOf(piece.first, piece.last));
+    }
+    text = {pieces.getString(), pieces.getSize()};
+    return !pieces.failed();
 }
 
 // Windows-1252: what stands within words, and signs that stand at their ends.
@@ -104,10 +116,10 @@ constexpr ByteSet kSignsInWords = ByteSet("\x92\x96\x97\xA0\xAD\xB4\xB7");
 
 // Whether bytes that nothing is known about make words of a western language.  Three of them in
 // a row, or a sign within a word, are another script.
-bool looksWestern(const StringBuffer& text) {
-    const char* const p = text.getString();
+bool looksWestern(std::string_view text) {
+    const char* const p = text.data();
     unsigned run = 0;
-    for (unsigned i = 0; i < text.getSize(); ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         run = static_cast<unsigned char>(p[i]) < 0x80 ? 0 : run + 1;
         if (run == 0 || kWesternLetters.has(p[i])) {
             if (run > 2) return false;
@@ -126,16 +138,12 @@ bool looksWestern(const StringBuffer& text) {
 // Order is behaviour: the surest sign is tried first.
 bool mimetree::inner::readHighBytes(const char* line, unsigned int size, int given,
                                     const int (&candidates)[2], HighBytes& reading) {
-    StringBuffer text;  // all but words, whose bytes are their own
-    for (Pieces piece(line, line + size); piece.next();) {
-        if (piece.isWord) text.appendChar(' ');
-        else text.appendN(piece.first, sizeOf(piece.first, piece.last));
-    }
-    if (text.failed()) return false;
-    const char* const end = text.getString() + text.getSize();
-    const size_t valid = utf8::validPrefix(asBytes(text.getString()), text.getSize());
+    StringBuffer pieces;
+    std::string_view text(line, size);
+    if (!leaveOutWords(text, pieces)) return false;
+    const size_t valid = utf8::validPrefix(asBytes(text.data()), text.size());
     reading = {codepage::kUtf8, Trust::Sure};
-    if (valid == text.getSize()) return true;
+    if (valid == text.size()) return true;
     reading.trust = Trust::Doubtful;
     if (isUtf8ButForOne(text, valid)) return true;
     reading.trust = Trust::Sure;
@@ -143,7 +151,7 @@ bool mimetree::inner::readHighBytes(const char* line, unsigned int size, int giv
     for (const int codePage : candidates) {
         if (!EncodingConvert::isKnown(codePage) || !EncodingConvert::keepsAscii(codePage)) continue;
         DataBuffer utf8;
-        if (!convert(codePage, text.getString(), end, utf8)) return false;
+        if (!convert(codePage, text.data(), text.data() + text.size(), utf8)) return false;
         reading.codePage = codePage;
         if (utf8::isCleanText(utf8.getData2(), utf8.getSize())) return true;
     }
@@ -154,12 +162,10 @@ bool mimetree::inner::readHighBytes(const char* line, unsigned int size, int giv
 // Tolerated: raw bytes within an encoded word, which are in its charset.
 bool mimetree::inner::appendHighBytes(const char* value, const char* end, int codePage,
                                       StringBuffer& out) {
-    for (Pieces piece(value, end); piece.next();) {
-        DataBuffer utf8;
-        if (piece.isWord) appendWithEscapes(piece.first, piece.last, out);
+    DataBuffer utf8;
+    for (Pieces piece(value, end); piece.next();)
+        if (piece.isWord) appendWithEscapes(piece.first, piece.last, utf8);
         else if (!convert(codePage, piece.first, piece.last, utf8)) return false;
-        if (out.isEmpty()) out.takeFromDb(utf8);
-        else out.append(utf8);
-    }
-    return !out.failed();
+    if (utf8.failed()) return false;
+    return out.isEmpty() ? out.takeFromDb(utf8) : out.append(utf8);
 }

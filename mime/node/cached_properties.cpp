@@ -71,13 +71,17 @@ void MimeMessage2::captureMainValue(int index, StringBuffer& out, LogBase& log) 
         out.setStringN(plain.begin(), static_cast<unsigned>(plain.mainEnd() - plain.begin()));
         return;
     }
-    StringBuffer value;
     out.clear();
+    StringBuffer value;
     if (!decodedField(index, value, log)) return;
     value.trim2();
-    ParseEngine cursor;
-    cursor.setString(value.getString());
-    cursor.captureToNextChar(';', out);
+    const size_t size = std::strcspn(value.getString(), ";");
+    if (size < value.getSize() / 2) {
+        out.setStringN(value.getString(), static_cast<unsigned>(size));
+        return;
+    }
+    value.shorten(value.getSize() - static_cast<unsigned>(size));
+    out.swap(value);
 }
 
 // Only the first name that matches acts; other fields are not cached.
@@ -117,7 +121,7 @@ TypeTraits MimeMessage2::cacheContentTypeOf(int index, LogBase& log) {
     m_mimeHeader.getFieldValueUtf8(index, value, silent);
     const TypeTraits traits = traitsOf(value.getString(), value.getSize());
     value.qbDecode(silent);
-    m_contentType.loadFromMimeHeaderValue(value.getString(), m_charset, log);
+    m_contentType.loadFromMimeHeaderValue(value, m_charset, log);
     return traits;
 }
 
@@ -182,6 +186,10 @@ public:
     // The same up to a ";"; a quoted part at the start is the whole value.
     void captureValue(StringBuffer& out);
 
+    // Turns the text itself, the last that is done with it, into a value that is most of it.
+    // False, nothing done, where the value is not, or has tokens in it or could be one.
+    bool narrowToValue(StringBuffer& text);
+
 private:
     void captureUnit(char stop, StringBuffer* out);  // a quoted part, or plain text
     const char* closePart();
@@ -242,6 +250,25 @@ void DispositionReader::captureValue(StringBuffer& out) {
     out.append(m_byIndex.getParam(index));
 }
 
+bool DispositionReader::narrowToValue(StringBuffer& text) {
+    if (atEnd() || *m_at == *kPartToken) return false;
+    const bool isQuoted = *m_at == '"';
+    const char* const begin = isQuoted ? m_at + 1 : m_at;
+    const char* const stop = isQuoted ? m_closing.find(begin) : std::strpbrk(begin, "\";");
+    const char* const end = stop ? stop : m_end;
+    const auto size = static_cast<unsigned>(end - begin);
+    if (size < 4096 || size < text.getSize() / 2) return false;
+    if (!isQuoted && *end == '"') return false;
+    char* to = text.getString_rw();
+    for (const char* p = begin; p != end; ++p) {
+        const bool isDropped = isQuoted ? *p == '\\' && p + 1 != end && p[1] == '"'
+                                        : bytes::isBlank(*p);
+        if (!isDropped) *to++ = *p;
+    }
+    text.shorten(text.getSize() - static_cast<unsigned>(to - text.getString()));
+    return true;
+}
+
 }  // namespace
 
 // Kept on purpose: blanks outside quotes go, so that an unquoted file name loses its blanks;
@@ -256,7 +283,11 @@ void MimeMessage2::cacheDispositionParams(StringBuffer& field, LogBase& log) {
             name.weakClear();
             reader.captureName(name);
             reader.skip('=');
-            if (name.equalsIgnoreCase("filename")) return reader.captureValue(m_filename);
+            if (name.equalsIgnoreCase("filename")) {
+                if (reader.narrowToValue(field)) m_filename.swap(field);
+                else reader.captureValue(m_filename);
+                return;
+            }
             if (name.equalsIgnoreCase("filename*0*")) starEncoded.weakClear();
             if (name.beginsWithIgnoreCase("filename*")) reader.captureValue(starEncoded);
             else reader.capture(';', nullptr);

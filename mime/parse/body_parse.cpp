@@ -66,11 +66,12 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     return Progress::Done;
 }
 
-// A node whose text was repaired for it alone takes the copy; those within a multipart share it.
+// A node whose text was repaired for it alone takes the copy, unless most of that is its header;
+// those within a multipart share it.
 // What a signature covers must stay whole: a slice ends in a NUL.
 void Loader::lend(Leaf& leaf, SourceText& source, RepairedText* own) const {
-    if (own) leaf.takeFrom(*own);
-    else if (m_level && m_level->copy && m_level->enclosing.source != &source)
+    if (own && leaf.size >= own->text.getSize() / 2) leaf.takeFrom(*own);
+    else if (!own && m_level && m_level->copy && m_level->enclosing.source != &source)
         leaf.shareWith(*m_level->copy);
 }
 

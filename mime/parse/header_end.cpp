@@ -126,10 +126,14 @@ void HeaderEndSearch::lookForBareBreaks() {
 }
 
 // Goes on in the copy with repaired line ends; true when its header ends somewhere.
-// Kept on purpose: a zero byte ends this search, and so the header's hope of a repair.
 bool HeaderEndSearch::settle() {
     m_data = m_repaired.isEmpty() ? "" : reinterpret_cast<const char*>(m_repaired.getData2());
     m_size = m_repaired.getSize();
+    return searchAgain();
+}
+
+// Kept on purpose: a zero byte ends this search, and so the header's hope of a repair.
+bool HeaderEndSearch::searchAgain() {
     m_terminator = textOf(Break::CrlfCrlf).text;
     atDoubleCrlf();
     if (m_end && std::memchr(m_data, 0, static_cast<size_t>(m_end - m_data))) m_end = nullptr;
@@ -137,10 +141,15 @@ bool HeaderEndSearch::settle() {
 }
 
 // From the text as it came in, which a repair in between would not make another: there is one
-// copy at a time, and it is no larger than it has to be.
+// copy at a time, and it is no larger than it has to be; none where nothing is incomplete.
 bool HeaderEndSearch::rewrite(BareCr bareCr) {
     m_repaired.clear();
     const size_t more = line_ends::countIncomplete(m_entryData, m_entrySize, bareCr);
+    if (more == 0) {
+        m_data = m_entryData;
+        m_size = m_entrySize;
+        return searchAgain();
+    }
     if (unsigned char* const to = makeRoom(m_repaired, m_entrySize, more))
         line_ends::complete(m_entryData, m_entrySize, bareCr, reinterpret_cast<char*>(to));
     return settle();

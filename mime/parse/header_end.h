@@ -47,6 +47,7 @@ private:
     bool takeIf(Break pattern, const char* message);
     bool rewrite(line_ends::BareCr bareCr);
     bool settle();
+    bool searchAgain();
 
     SourceText& m_source;
     const char* const m_entryData;

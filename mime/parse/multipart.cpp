@@ -6,6 +6,7 @@
 #include "mime/parse/multipart.h"
 
 #include "foundation/bytes/bytes.h"
+#include "foundation/bytes/ranges.h"
 
 namespace mimetree::inner {
 
@@ -20,7 +21,7 @@ constexpr int64_t kShortestPart = 5;
 // Order is behaviour: the first form that occurs anywhere in the body wins, wherever the
 // others stand.
 bool MultipartSplitter::findFirst(StringBuffer& boundary, LogBase& log) {
-    m_closeDelimiter.append3("--", boundary.getString(), "--");
+    if (mayHold(boundary)) m_closeDelimiter.append3("--", boundary.getString(), "--");
     if (log.m_verbose) {
         StringBuffer sought;
         sought.append3("--", boundary.getString(), "\r\n");
@@ -36,6 +37,11 @@ bool MultipartSplitter::findFirst(StringBuffer& boundary, LogBase& log) {
     if (tryTrimmedForm(boundary, " \r\n", 2)) return true;
     if (log.m_verbose) log.logError("Still did not find boundary...");
     return tryRespacedAlternative(boundary) || tryAnsi(boundary, log);
+}
+
+// Of a boundary that is longer than all that is left no delimiter is made.
+bool MultipartSplitter::mayHold(const StringBuffer& boundary) const {
+    return boundary.getSize() <= sizeOf(m_at, m_end);
 }
 
 const char* MultipartSplitter::find(const StringBuffer& text) const {
@@ -54,6 +60,7 @@ bool MultipartSplitter::startAfter(const char* match, const StringBuffer& matche
 
 bool MultipartSplitter::tryForm(const StringBuffer& boundary, const char* lineEnd,
                                 unsigned lineBreakLength) {
+    if (!mayHold(boundary)) return false;
     m_delimiter.clear();
     m_delimiter.append3("--", boundary.getString(), lineEnd);
     return startAfter(find(m_delimiter), m_delimiter, lineBreakLength);
@@ -61,6 +68,7 @@ bool MultipartSplitter::tryForm(const StringBuffer& boundary, const char* lineEn
 
 bool MultipartSplitter::tryTrimmedForm(const StringBuffer& boundary, const char* lineEnd,
                                        unsigned lineBreakLength) {
+    if (!mayHold(boundary)) return false;
     StringBuffer trimmed;
     trimmed.append3("--", boundary.getString(), "");
     trimmed.trim2();
@@ -76,7 +84,7 @@ bool MultipartSplitter::tryTrimmedForm(const StringBuffer& boundary, const char*
 // Nothing looks at what this search passes over again: it is preamble, or all of a leaf.
 bool MultipartSplitter::tryRespacedAlternative(StringBuffer& boundary) {
     static const char kGlued[] = "=_alternative", kSpaced[] = "=_alternative ";
-    if (!boundary.containsSubstring(kGlued)) return false;
+    if (!mayHold(boundary) || !boundary.containsSubstring(kGlued)) return false;
     StringBuffer respaced(boundary);
     respaced.replaceFirstOccurance(kGlued, kSpaced, false);
     const char* const match = bytes::find(m_at, static_cast<size_t>(m_end - m_at),
@@ -95,10 +103,12 @@ bool MultipartSplitter::tryRespacedAlternative(StringBuffer& boundary) {
 bool MultipartSplitter::tryAnsi(const StringBuffer& boundary, LogBase& log) {
     if (boundary.is7bit(0)) return false;
     log.verboseInfo("Still looking for the boundary: Searching using ANSI instead...");
+    constexpr unsigned kLongest = 4;  // bytes of a character
+    if (boundary.getSize() / kLongest > sizeOf(m_at, m_end)) return false;
     StringBuffer ansi(boundary);
     ansi.cvUtf8ToAnsi();
     m_closeDelimiter.clear();
-    m_closeDelimiter.append3("--", ansi.getString(), "--");
+    if (mayHold(ansi)) m_closeDelimiter.append3("--", ansi.getString(), "--");
     m_matchedAnsi = tryForm(ansi, "\r\n", 2);
     return m_matchedAnsi;
 }

@@ -36,6 +36,7 @@ private:
                         unsigned lineBreakLength);
     bool tryRespacedAlternative(StringBuffer& boundary);
     bool tryAnsi(const StringBuffer& boundary, LogBase& log);
+    bool mayHold(const StringBuffer& boundary) const;
     const char* find(const StringBuffer& text) const;
     bool startAfter(const char* match, const StringBuffer& matched, unsigned lineBreakLength);
 
