@@ -125,8 +125,8 @@ bool looksWestern(std::string_view text) {
             if (run > 2) return false;
             continue;
         }
-        const bool isWithin =
-            i > 0 && kWesternLetters.has(p[i - 1]) && kWesternLetters.has(p[i + 1]);
+        const bool isWithin = i > 0 && i + 1 < text.size() && kWesternLetters.has(p[i - 1]) &&
+                              kWesternLetters.has(p[i + 1]);
         if (run > 2 || !kWesternSigns.has(p[i]) || (isWithin && !kSignsInWords.has(p[i])))
             return false;
     }
