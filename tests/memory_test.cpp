@@ -472,7 +472,8 @@ TEST(Memory, LoadHoldsThreeTimesTheInput) {
             StringBuffer clue;
             EXPECT_TRUE(node.loadMimeComplete2(text.data(), static_cast<unsigned>(text.size()),
                                                asText, clue, noLog, false));
-            EXPECT_LE(g_peak - before, row.allowed * text.size() + kNode * numNodes(node) + kScratch)
+            EXPECT_LE(g_peak - before,
+                      row.allowed * text.size() + kNode * numNodes(node) + kScratch)
                 << barred(row.front) << "..." << barred(row.unit.substr(0, 20));
         }
     }

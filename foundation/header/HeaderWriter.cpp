@@ -695,7 +695,8 @@ void writeValue(FieldGrammar grammar, const char* begin, const char* end, size_t
 void appendHeaderField(const char* name, unsigned int nameSize, const char* value,
                        unsigned int valueSize, int codePage, StringBuffer& out) {
     StringBuffer line;
-    const bool isOneLine = !std::memchr(value, '\n', valueSize) && !std::memchr(value, '\r', valueSize);
+    const bool isOneLine =
+        !std::memchr(value, '\n', valueSize) && !std::memchr(value, '\r', valueSize);
     if (!isOneLine) appendOneLine(value, value + valueSize, line);
     out.appendN(name, nameSize);
     out.append(": ");

@@ -383,14 +383,14 @@ void MimeHeader::appendHeader(int codePage, StringBuffer& out) const {
 // -- Changing
 
 bool MimeHeader::makeField(const StringBuffer& name, const char* value, Field& field) {
+    const char* end = value + sizeOf(value);
+    value = skipSpace(value, end);
+    while (end != value && bytes::isSpace(end[-1])) --end;
     StringBuffer text(name);
     text.appendN(": ", 2);
-    StringBuffer clean;
-    appendUnfolded(value, value + sizeOf(value), clean);
-    clean.trim2();
-    text.append(clean);
+    appendUnfolded(value, end, text);
     const unsigned start = m_text.size();
-    if (text.failed() || clean.failed() || !m_fields.own()) return false;
+    if (text.failed() || !m_fields.own()) return false;
     // A node that changes a field or two pays for their text only; long lists grow by half.
     constexpr unsigned kShortList = 64;
     if (m_fields.size() < kShortList && text.getSize() < kMaxNameSize)

@@ -21,8 +21,8 @@ struct HeaderScan {
     static constexpr unsigned kMostListed = 4096;
 
     GrowArray<FieldPlace, 128> fields;
-    bool isListed = true;   // all of them
-    unsigned size = 0;  // up to the CRLF CRLF
+    bool isListed = true;  // all of them
+    unsigned size = 0;     // up to the CRLF CRLF
     bool hasHighBytes = false;
 };
 

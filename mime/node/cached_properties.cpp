@@ -10,7 +10,6 @@
 #include "foundation/ContentCoding.h"
 #include "foundation/LogNull.h"
 #include "foundation/ParamString.h"
-#include "foundation/ParseEngine.h"
 #include "foundation/base/quoted_parts.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
@@ -261,8 +260,8 @@ bool DispositionReader::narrowToValue(StringBuffer& text) {
     if (!isQuoted && *end == '"') return false;
     char* to = text.getString_rw();
     for (const char* p = begin; p != end; ++p) {
-        const bool isDropped = isQuoted ? *p == '\\' && p + 1 != end && p[1] == '"'
-                                        : bytes::isBlank(*p);
+        const bool isDropped =
+            isQuoted ? *p == '\\' && p + 1 != end && p[1] == '"' : bytes::isBlank(*p);
         if (!isDropped) *to++ = *p;
     }
     text.shorten(text.getSize() - static_cast<unsigned>(to - text.getString()));
