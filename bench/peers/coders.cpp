@@ -60,7 +60,7 @@ void base64Coders(const std::string& data) {
     const std::string text(encoded.getString(), encoded.getSize());
     DataBuffer out;
     coder("mimetree", "base64-decode", text, [&] {
-        out.shorten(0);
+        out.shorten(out.getSize());
         ContentCoding::decodeBase64ToDb(text.data(), size(text), out);
         return out.getSize();
     });
@@ -97,7 +97,7 @@ void quotedPrintableCoders(const std::string& data, const std::string& kind) {
     const std::string text(encoded.getString(), encoded.getSize());
     DataBuffer out;
     coder("mimetree", "qp-decode-" + kind, text, [&] {
-        out.shorten(0);
+        out.shorten(out.getSize());
         ContentCoding().decodeQuotedPrintable(text.data(), size(text), out);
         return out.getSize();
     });
@@ -143,7 +143,7 @@ void conversion(const std::string& operation, int fromPage, int toPage, const ch
     DataBuffer out;
     LogNull log;
     coder("mimetree", operation, text, [&] {
-        out.shorten(0);
+        out.shorten(out.getSize());
         EncodingConvert::EncConvert(fromPage, toPage, bytes(text), size(text), out, log);
         return out.getSize();
     });
