@@ -105,12 +105,25 @@ bool addEntry(ClsXml& field, const StringBuffer& addr, const StringBuffer& name)
     return added;
 }
 
-bool addEntries(ClsXml& field, const ExtPtrArray& list) {
+// The elements of a header, which are printed as they come where there is an output.
+struct HeaderOutput {
+    ClsXml& xml;
+    ClsXml& header;
+    XmlOutput* const out;
+
+    bool printFront() { return !out || (xml.printFront(*out) && header.printFront(*out)); }
+    bool printFrontOf(ClsXml& field) { return !out || (printFront() && field.printFront(*out)); }
+    bool printEndOf(ClsXml& field) { return !out || field.printEnd(*out); }
+};
+
+bool addEntries(ClsXml& field, const ExtPtrArray& list, HeaderOutput& output) {
+    constexpr int kMany = 64;  // are printed together
     bool ok = true;
     for (int i = 0; i < list.getSize() && ok; ++i)
         ok = addEntry(field, addressAt(list, i)->m_address.getUtf8Sb(),
-                      addressAt(list, i)->m_displayName.getUtf8Sb());
-    return ok;
+                      addressAt(list, i)->m_displayName.getUtf8Sb()) &&
+             (i % kMany != kMany - 1 || output.printFrontOf(field));
+    return ok && (list.getSize() < kMany || output.printEndOf(field));
 }
 
 // -- Parameters
@@ -241,14 +254,14 @@ bool addWhole(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
     return true;
 }
 
-bool addAddressField(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
+bool addAddressField(HeaderOutput& output, const StringBuffer& name, StringBuffer& value) {
     ExtPtrArray list;
-    if (!canBeEntries(value, list)) return addWhole(header, name, value);
-    ClsXml* field = header.newChild(name.getString(), nullptr, nullptr);
+    if (!canBeEntries(value, list)) return addWhole(output.header, name, value);
+    ClsXml* field = output.header.newChild(name.getString(), nullptr, nullptr);
     if (!field) return false;
     const bool added = list.getSize() == 0 && isNullPath(value)
                            ? addEntry(*field, StringBuffer(), StringBuffer())
-                           : addEntries(*field, list);
+                           : addEntries(*field, list, output);
     field->deleteSelf();
     return added;
 }
@@ -265,11 +278,11 @@ bool addParamField(ClsXml& header, const StringBuffer& name, StringBuffer& value
     return added;
 }
 
-bool addField(ClsXml& header, const StringBuffer& name, StringBuffer& value) {
-    if (isXmlAddressField(name.getString())) return addAddressField(header, name, value);
+bool addField(HeaderOutput& output, const StringBuffer& name, StringBuffer& value) {
+    if (isXmlAddressField(name.getString())) return addAddressField(output, name, value);
     if (grammarOf(name.getString(), name.getSize()) == FieldGrammar::Params)
-        return addParamField(header, name, value);
-    return addWhole(header, name, value);
+        return addParamField(output.header, name, value);
+    return addWhole(output.header, name, value);
 }
 
 }  // namespace
@@ -282,6 +295,7 @@ bool MimeHeader::mimeHeaderToXml(ClsXml& xml, int, ExtPtrArray*, LogBase& log) c
 bool MimeHeader::printXml(ClsXml& xml, XmlOutput* out, LogBase& log) const {
     ClsXml* header = xml.newChild("header", nullptr, nullptr);
     if (!header) return false;
+    HeaderOutput output{xml, *header, out};
     bool ok = true;
     StringBuffer name, value;
     for (int i = 0; i < getNumFields() && ok; ++i) {
@@ -289,8 +303,7 @@ bool MimeHeader::printXml(ClsXml& xml, XmlOutput* out, LogBase& log) const {
         value.weakClear();
         ok = getFieldNameUtf8(i, name, log) &&
              (name.isEmpty() ? getFieldText(i, value) : getFieldValueUtf8(i, value, log)) &&
-             addField(*header, name, value) &&
-             (!out || (xml.printFront(*out) && header->printFront(*out)));
+             addField(output, name, value) && output.printFront();
     }
     header->deleteSelf();
     if (!ok) log.logError("Out of memory.");
