@@ -6,6 +6,7 @@
 // ends at anything else, and a few bytes before input or room end; the codec then takes one
 // character with care and comes back.
 
+#include <bit>
 #include <cstring>
 
 #include "foundation/charset/codecs.h"
@@ -112,18 +113,39 @@ inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
     });
 }
 
-// Pairs of seven bits, but for those that begin with a tilde; false when there is none.
+// Which of eight bytes, pairs of seven bits, cannot be one: the first of a pair is 0x21 to 0x7D,
+// the second 0x21 to 0x7E.
+inline uint64_t noPairs7(const unsigned char* p) {
+    constexpr uint64_t kPair = 0x0001000100010001u;
+    constexpr uint64_t kAbove = std::endian::native == std::endian::little ? 0x0102 : 0x0201;
+    uint64_t bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    return (bytes | (bytes + kPair * kAbove) | (bytes - kPair * 0x2121)) & kPair * 0x8080;
+}
+
+inline bool isPair7(const unsigned char* p) { return p[0] - 0x21u < 93 && p[1] - 0x21u < 94; }
+
+// Pairs of seven bits, but for those that begin with a tilde, four at a time while there are as
+// many; false when there is none.
 inline bool decodeRun7(const ReadyPairs& pairs, Source& in, Output& out) {
-    constexpr unsigned kFirst = 0x21, kLeads = 93, kTrails = 94;
-    const unsigned char* const before = in.p;
-    while (in.size() >= 2 && out.spare() >= sizeof(Ready)) {
-        if (in.p[0] - kFirst >= kLeads || in.p[1] - kFirst >= kTrails) break;
-        const Ready& ready = pairs.of(in.p[0], in.p[1] | 0x80u);
-        if (ready.length == 0) break;
-        copyReady(ready, out.at);
-        in.p += 2;
-    }
-    return in.p != before;
+    const unsigned char* p = in.p;
+    unsigned char* at = out.at;
+    const auto takePair = [&] {
+        const Ready& ready = pairs.of(p[0], p[1] | 0x80u);
+        if (ready.length == 0) return false;
+        copyReady(ready, at);
+        p += 2;
+        return true;
+    };
+    const unsigned char *const end = runEnd(in, out.spare() / 3 * 2), *const before = p;
+    const unsigned char* const full = at + out.spare();
+    bool goesOn = true;
+    while (goesOn && p < end && noPairs7(p) == 0)
+        goesOn = takePair() && takePair() && takePair() && takePair();
+    while (goesOn && in.end - p >= 2 && full - at >= 4 && isPair7(p)) goesOn = takePair();
+    in.p = p;
+    out.at = at;
+    return p != before;
 }
 
 // The four bytes at p as a number, the first one lowest.

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/charset/runs.h"
@@ -55,7 +56,7 @@ void readPair(Source& in, Output& out, CharacterAt characterAt) {
 // A set that is designated by an escape sequence: its characters come from `single` or `pair`;
 // one with neither is ASCII.
 struct CodedSet {
-    const char* escape;
+    std::string_view escape;  // of two or three characters
     char32_t (*single)(unsigned byte);
     CharacterAt pair;
     const ReadyPairs* ready = nullptr;  // most of what `pair` gives
@@ -97,10 +98,12 @@ constexpr const CodedSet* kKana = kJapaneseSets + 4;
 
 // The set that the escape sequence at `in` designates, which is then skipped, or null.
 const CodedSet* readEscape(Source& in) {
+    const unsigned char* const p = in.p + 1;
     for (const CodedSet& set : kJapaneseSets) {
-        const size_t n = std::strlen(set.escape);
-        if (in.size() <= n || std::memcmp(in.p + 1, set.escape, n) != 0) continue;
-        in.p += 1 + n;
+        const std::string_view escape = set.escape;
+        if (in.size() <= escape.size() || *p != escape[0] || p[1] != escape[1]) continue;
+        if (escape.size() == 3 && p[2] != escape[2]) continue;
+        in.p += 1 + escape.size();
         return &set;
     }
     return nullptr;
