@@ -50,6 +50,13 @@ bench: peers
 stress: peers
 	python3 fuzz/stress.py build/bench docs
 
+# The documentation as a site, build/docs/index.html; no public name of the face and of the C
+# interface is without a word.
+.PHONY: docs
+docs:
+	@cmake/install-packages.sh docs
+	docs/site/build.sh
+
 peers:
 	@cmake/install-packages.sh build bench
 	@cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release -DMIMETREE_BUILD_TESTS=OFF \

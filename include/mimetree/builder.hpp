@@ -34,6 +34,7 @@ namespace mimetree {
 
 class MIMETREE_API Builder {
 public:
+    // Nothing given yet.
     Builder() noexcept;
     Builder(Builder&&) noexcept;
     Builder& operator=(Builder&&) noexcept;
@@ -55,6 +56,7 @@ public:
     Builder& bcc(std::string_view name, std::string_view address) noexcept;
     Builder& reply_to(std::string_view name, std::string_view address) noexcept;
 
+    // Once each; the zone is in minutes east of Greenwich.
     Builder& subject(std::string_view subject) noexcept;
     Builder& date(std::chrono::sys_seconds time, std::chrono::minutes zone = {}) noexcept;
     Builder& message_id(std::string_view id) noexcept;  // with or without angle brackets

@@ -30,6 +30,7 @@ struct RawMessage {
     uint64_t offset = 0;         // mbox: where its From line begins in the file
     uint64_t size = 0;           // in the file; mbox: up to where the next one begins
 
+    // The message itself.
     Result<Message> parse(ParseOptions options = {}) const noexcept {
         return Message::parse(bytes, options);
     }
@@ -95,6 +96,7 @@ private:
 // messages, and what begins with no text is an error.
 class MIMETREE_API Mbox {
 public:
+    // A file.
     static Result<Mbox> open(const std::string& path, MboxKind kind = MboxKind::automatic) noexcept;
 
     // Out of anything else: standard input, a compressed file.
@@ -112,6 +114,7 @@ public:
     bool next() noexcept;
     const RawMessage& current() const noexcept;
 
+    // The messages that are left, as a range that can be walked once.
     auto begin() noexcept { return detail::MailboxIterator<Mbox>(*this); }
     auto end() const noexcept { return std::default_sentinel; }
 
@@ -128,6 +131,7 @@ private:
 // A Maildir: the messages in its new/ and cur/, by file name.
 class MIMETREE_API Maildir {
 public:
+    // The directory that holds new/ and cur/.
     static Result<Maildir> open(const std::string& path) noexcept;
 
     Maildir(Maildir&&) noexcept;

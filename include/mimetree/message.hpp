@@ -41,9 +41,11 @@ struct Address {
 // The addresses of a field in their order, members of groups included.
 class MIMETREE_API Addresses {
 public:
+    // A view of these, which stay where they are.
     Addresses() = default;
     explicit Addresses(std::span<const Address> list) noexcept : m_list(list) {}
 
+    // A range, as the standard containers are.
     auto begin() const noexcept { return m_list.begin(); }
     auto end() const noexcept { return m_list.end(); }
     size_t size() const noexcept { return m_list.size(); }
@@ -67,6 +69,7 @@ struct Date {
     bool zone_known = true;         // false for none, "-0000" and military ones (RFC 5322 3.3, 4.3)
 };
 
+// A header field.
 struct Header {
     std::string_view name;   // as written
     std::string_view value;  // folds opened, encoded words decoded
@@ -74,6 +77,7 @@ struct Header {
 };
 
 class Part;
+// Several parts, in the order of the message.
 using Parts = std::span<const Part>;
 
 // A node of the tree: the message itself (the root), a multipart, or a leaf with a body.  It is
@@ -122,8 +126,8 @@ public:
     unsigned depth() const noexcept;  // 0 for the root
     Parts children() const noexcept;
 
-    bool is_multipart() const noexcept;
-    bool is_text() const noexcept;
+    bool is_multipart() const noexcept;  // holds parts, and no body of its own
+    bool is_text() const noexcept;       // text() is its body
     // By the rules in docs/faq.md: what is an attachment, which part is the body?
     bool is_attachment() const noexcept;
     bool is_body() const noexcept;
@@ -144,6 +148,7 @@ public:
     // The engine's node, which stays the message's.
     MimeMessage2& node() const noexcept;
 
+    // Whether both are the same part of the same message.
     bool operator==(const Part&) const noexcept = default;
 
 private:
@@ -155,8 +160,13 @@ private:
     uint32_t m_index;
 };
 
-enum class TextKind { plain, html };
+// The form of a text.
+enum class TextKind {
+    plain,  // text/plain and the like
+    html,   // text/html
+};
 
+// How to read.
 struct ParseOptions {
     bool strict = false;  // refuse a multipart whose boundary is missing (Errc::damaged)
 };
@@ -178,8 +188,9 @@ public:
     Message& operator=(Message&&) noexcept;
     ~Message();
 
-    // -- What it says: the root's header.  Empty where there is no such field.
+    // -- What it says
 
+    // From the root's header, decoded; empty where there is no such field.
     std::string_view subject() const noexcept;
     Addresses from() const noexcept;
     Addresses to() const noexcept;

@@ -45,8 +45,8 @@ extern "C" {
 
 /** Why something failed. */
 typedef enum mt_code {
-    MT_OK = 0,
-    MT_OUT_OF_MEMORY = 1,
+    MT_OK = 0,               /**< it was done */
+    MT_OUT_OF_MEMORY = 1,    /**< all is as it was */
     MT_IO = 2,               /**< a file could not be opened, read, made or written */
     MT_NOT_MAIL = 3,         /**< empty, or bytes that are no message: a picture, a program */
     MT_IS_MBOX = 4,          /**< many messages in one file: mt_mbox_open() reads them */
@@ -135,7 +135,10 @@ MIMETREE_API const char* mt_message_text(const mt_message* message, size_t* size
 MIMETREE_API const char* mt_message_html(const mt_message* message, size_t* size);
 
 /** The form of a text: plain or HTML. */
-typedef enum mt_text_kind { MT_PLAIN = 0, MT_HTML = 1 } mt_text_kind;
+typedef enum mt_text_kind {
+    MT_PLAIN = 0, /**< text/plain and the like */
+    MT_HTML = 1   /**< text/html */
+} mt_text_kind;
 
 /**
  * How many parts such a reader shows: of a text in both forms the one that is preferred, of any
@@ -324,7 +327,13 @@ MIMETREE_API void mt_builder_bcc(mt_builder* builder, const char* mailboxes);
 MIMETREE_API void mt_builder_reply_to(mt_builder* builder, const char* mailboxes);
 
 /** Where an address stands. */
-typedef enum mt_role { MT_FROM, MT_TO, MT_CC, MT_BCC, MT_REPLY_TO } mt_role;
+typedef enum mt_role {
+    MT_FROM,    /**< From */
+    MT_TO,      /**< To */
+    MT_CC,      /**< Cc */
+    MT_BCC,     /**< Bcc, which whoever sends the message takes out */
+    MT_REPLY_TO /**< Reply-To */
+} mt_role;
 
 /** Adds an address with its display name, which may hold anything, commas included. */
 MIMETREE_API void mt_builder_address(mt_builder* builder, mt_role role, const char* name,

@@ -15,8 +15,9 @@
 
 namespace mimetree {
 
+// The kind of a failure.
 enum class Errc {
-    out_of_memory = 1,
+    out_of_memory = 1,  // the message is as it was
     io,                // a file could not be opened, read, made or written; the text has the reason
     not_mail,          // empty, or bytes that are no message: a picture, a program
     is_mbox,           // many messages in one file: Mbox reads them
@@ -26,11 +27,13 @@ enum class Errc {
     damaged,           // strict parsing was asked for, and a boundary is missing
 };
 
+// Why something failed.
 class MIMETREE_API Error {
 public:
     // `message` is one line of UTF-8 for people.
     Error(Errc code, std::string_view message) noexcept;
 
+    // What it was made of.
     Errc code() const noexcept { return m_code; }
     const std::string& message() const noexcept { return m_message; }
 
@@ -47,19 +50,24 @@ namespace detail {
 template <class T>
 class [[nodiscard]] Result {
 public:
+    // As in std::expected.
     using value_type = T;
     using error_type = Error;
 
+    // Of either; so that a function says `return value;` and `return error;`.
     Result(T value) noexcept : m_state(std::in_place_index<0>, std::move(value)) {}
     Result(Error error) noexcept : m_state(std::in_place_index<1>, std::move(error)) {}
 
+    // Whether there is a value.
     bool has_value() const noexcept { return m_state.index() == 0; }
     explicit operator bool() const noexcept { return has_value(); }
 
+    // The value; without one, the error is printed and the program aborted.
     T& value() & noexcept { return checked(); }
     const T& value() const& noexcept { return const_cast<Result*>(this)->checked(); }
     T&& value() && noexcept { return std::move(checked()); }
 
+    // The same.
     T& operator*() & noexcept { return checked(); }
     const T& operator*() const& noexcept { return value(); }
     T&& operator*() && noexcept { return std::move(checked()); }
@@ -69,6 +77,7 @@ public:
     // The error; only of a Result without a value.
     const Error& error() const noexcept { return *std::get_if<1>(&m_state); }
 
+    // The value, or else the other one.
     template <class U>
     T value_or(U&& other) const& {
         return has_value() ? value() : static_cast<T>(std::forward<U>(other));
@@ -104,17 +113,22 @@ private:
 template <>
 class [[nodiscard]] Result<void> {
 public:
+    // As in std::expected.
     using value_type = void;
     using error_type = Error;
 
+    // Done; or not, and why.
     Result() noexcept = default;
     Result(Error error) noexcept : m_error(std::in_place_index<1>, std::move(error)) {}
 
+    // Whether it was done.
     bool has_value() const noexcept { return m_error.index() == 0; }
     explicit operator bool() const noexcept { return has_value(); }
+    // Prints the error and aborts where it was not done.
     void value() const noexcept {
         if (!has_value()) detail::fail_unchecked(error());
     }
+    // The error; only where it was not done.
     const Error& error() const noexcept { return *std::get_if<1>(&m_error); }
 
 private:
