@@ -75,8 +75,10 @@ def markdown(lines):
     for line in lines:
         fenced ^= line.startswith("```")
         verbatim = fenced or line.startswith(("    ", "```"))
-        line = re.sub(r"\[([^]]*)\]\(#[^)]*\)", r"\1", line)  # it gives headings other names
-        yield line if verbatim else re.sub(r"(?<!`)`([^`]+)`(?!`)", code, line)
+        if not verbatim:
+            line = re.sub(r"(?<!`)`([^`]+)`(?!`)", code, line)
+            line = re.sub(r"\[([^]]*)\]\(#[^)]*\)", r"\1", line)  # Doxygen names headings otherwise
+        yield line
 
 
 path = pathlib.Path(sys.argv[1])
