@@ -254,8 +254,8 @@ public:
     // signed or encrypted, and text in a charset that is not known, is left as it is.
     Result<void> set_charset(std::string_view charset) noexcept;
 
-    // The message as bytes, with CRLF.  What was read and not changed is written as it came,
-    // but for repairs (docs/tolerance.md).
+    // The message as bytes, with CRLF.  Fields that were not changed are written as they came,
+    // but for repairs (docs/tolerance.md); bodies mean the same, but are encoded anew.
     Result<std::string> write() const noexcept;
 
     // The engine's tree, which stays the message's.
