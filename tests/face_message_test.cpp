@@ -146,9 +146,11 @@ TEST(FaceMessage, WhatIsNoMail) {
         EXPECT_EQ(m ? 0 : int(m.error().code()), row.code) << row.mail;
         EXPECT_TRUE(m || m.error().message().starts_with(path.string() + ": "));
     }
+    EXPECT_FALSE(Message::read(path.string() + '\0'));
     fs::remove(path);
     const Result<Message> missing = Message::read(path.string());
     EXPECT_EQ(missing.error().message(), path.string() + ": No such file or directory");
+    EXPECT_FALSE(parsed("a: b\n\nc").root().save(path.string() + '\0'));
     EXPECT_EQ(Message::parse("Content-Type: multipart/mixed; boundary=x\r\n\r\ny", {.strict = true})
                   .error()
                   .code(),

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "face/files/read_file.h"
 #include "face/files/safe_name.h"
 
 namespace mimetree::inner {
@@ -18,7 +19,8 @@ std::string numbered(const std::string& wanted, unsigned number) {
 }  // namespace
 
 Folder::Folder(const std::string& path, Mode mode) : m_mode(mode) {
-    if (mode == Mode::Write) m_error = Directory::make(path);
+    m_error = pathError(path);
+    if (!m_error && mode == Mode::Write) m_error = Directory::make(path);
     if (m_error) return;
     m_error = m_directory.open(path);
     if (mode == Mode::DryRun && m_error == ENOENT && !path.empty()) m_error = 0;

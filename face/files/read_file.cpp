@@ -21,12 +21,16 @@ Error outOfMemory(const std::string& path) {
 }  // namespace
 
 OpenFile openFile(const std::string& path) {
+    if (const int error = pathError(path)) return errno = error, nullptr;
 #ifdef _WIN32
     return OpenFile(_wfopen(pathOf(path).c_str(), L"rb"));
 #else
     return OpenFile(std::fopen(path.c_str(), "rbe"));
 #endif
 }
+
+// The system would take the text in front of the NUL for the path.
+int pathError(const std::string& path) { return path.find('\0') == path.npos ? 0 : EINVAL; }
 
 std::filesystem::path pathOf(const std::string& utf8) {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));

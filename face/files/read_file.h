@@ -28,6 +28,9 @@ using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 // The file at the UTF-8 path, to be read; null, and errno is set, if it cannot be opened.
 OpenFile openFile(const std::string& path);
 
+// Why no file can have that path; 0 if one can.
+int pathError(const std::string& path);
+
 // Paths are UTF-8 also where the system's own are not.
 std::filesystem::path pathOf(const std::string& utf8);
 

@@ -271,6 +271,7 @@ Result<Mbox> Mbox::open(const std::string& path, MboxKind kind) noexcept {
 Result<Mbox> Mbox::from(std::unique_ptr<ByteSource> source, std::string_view name,
                         MboxKind kind) noexcept {
     return inner::attempt([&]() -> Result<Mbox> {
+        if (!source) return Error(Errc::invalid_argument, std::string(name) + ": no source");
         Mbox box(std::make_unique<State>(std::move(source), name, kind));
         if (!box.m_state->open()) return *box.m_state->error;
         return box;

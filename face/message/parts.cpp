@@ -157,12 +157,14 @@ std::string percentDecoded(std::string_view url) {
 }  // namespace
 
 std::optional<Part> Tree::partByCid(std::string_view cid) {
-    if (m_byContentId.empty())
+    if (!m_byContentId) {
+        std::unordered_map<std::string_view, Part> made;
         for (const Part& part : parts())
-            if (const std::string_view id = part.content_id(); !id.empty())
-                m_byContentId.emplace(id, part);
-    const auto found = m_byContentId.find(cid);
-    return found == m_byContentId.end() ? std::nullopt : std::optional(found->second);
+            if (const std::string_view id = part.content_id(); !id.empty()) made.emplace(id, part);
+        m_byContentId = std::move(made);
+    }
+    const auto found = m_byContentId->find(cid);
+    return found == m_byContentId->end() ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<Part> Message::part_by_cid(std::string_view cid) const noexcept {

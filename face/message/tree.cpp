@@ -18,7 +18,7 @@ void Tree::changed() {
     m_parts.clear();
     m_children.clear();
     m_views.reset();
-    m_byContentId.clear();
+    m_byContentId.reset();
     m_texts.clear();
     m_fields.clear();
     m_addresses.clear();

@@ -5,6 +5,7 @@
 // handed out as views.  All but the tree is made when it is asked for first, and goes when the
 // message is changed.
 
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -129,7 +130,7 @@ private:
     std::vector<Part> m_parts;     // in the order of m_slots
     std::vector<Part> m_children;  // those of one node stand together
     std::unique_ptr<Views> m_views;
-    std::unordered_map<std::string_view, Part> m_byContentId;
+    std::optional<std::unordered_map<std::string_view, Part>> m_byContentId;
     std::unordered_map<std::string, std::string> m_texts;
     std::unordered_map<uint32_t, Fields> m_fields;
     std::unordered_map<std::string, std::vector<Address>> m_addresses;

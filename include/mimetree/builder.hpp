@@ -32,6 +32,7 @@
 
 namespace mimetree {
 
+// What was moved from may be assigned to and destroyed, no more.
 class MIMETREE_API Builder {
 public:
     // Nothing given yet.

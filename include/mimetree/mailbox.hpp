@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// Many messages: mbox files and Maildirs, message by message, never held whole.
+// Many messages: mbox files and Maildirs, message by message, never held whole.  A mailbox that
+// was moved from may be assigned to and destroyed, no more.
 //
 //     auto box = mimetree::Mbox::open("archive.mbox");
 //     if (!box) return report(box.error().message());

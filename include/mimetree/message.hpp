@@ -10,8 +10,9 @@
 //
 // Texts are UTF-8.  What answers a std::string_view, a std::span or a Part stays the
 // message's: it is good until the message is changed or destroyed, and moving the message
-// does not matter.  Damaged mail is repaired rather than refused.  Nothing throws; when memory
-// runs out, a Result says so, and a plain answer is empty and ok() false from then on.
+// does not matter; what was moved from may be assigned to and destroyed, no more.  Damaged
+// mail is repaired rather than refused.  Nothing throws; when memory runs out, a Result says
+// so, and a plain answer is empty and ok() false from then on.
 // One thread at a time may use a message; different messages do not know each other.
 
 #include <chrono>
