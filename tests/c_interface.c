@@ -134,6 +134,8 @@ static void check_changes(mt_message* message) {
     EXPECT(mt_message_set_text(message, "other\n") == MT_OK);
     EXPECT(mt_message_remove_part(message, mt_message_attachment(message, 0)) == MT_OK);
     EXPECT(mt_message_attach_bytes(message, "x", 1, "x.txt", NULL) == MT_OK);
+    EXPECT(mt_message_attach_bytes(message, NULL, 1, "y.txt", NULL) == MT_INVALID_ARGUMENT);
+    EXPECT(mt_message_attach_bytes(message, NULL, 0, "y.txt", NULL) == MT_OK);
     EXPECT(mt_message_attach_file(message, "/none/such", NULL, NULL) == MT_IO);
     EXPECT(mt_message_remove_header(message, "X-Other"));
     EXPECT(!mt_message_remove_header(message, "X-Other"));

@@ -6,6 +6,7 @@
 using mimetree::Builder;
 using mimetree::inner::c::bytesOf;
 using mimetree::inner::c::give;
+using mimetree::inner::c::givenBytes;
 using mimetree::inner::c::orEmpty;
 using mimetree::inner::c::refuseNull;
 using mimetree::inner::c::rememberNoMemory;
@@ -111,7 +112,7 @@ void mt_builder_attach_file(mt_builder* builder, const char* path, const char* n
 
 void mt_builder_attach_bytes(mt_builder* builder, const void* bytes, size_t size, const char* name,
                              const char* type) {
-    add(builder, bytes,
+    add(builder, givenBytes(bytes, size),
         [&](Builder& b) { b.attach(bytesOf(bytes, size), orEmpty(name), orEmpty(type)); });
 }
 
@@ -123,7 +124,7 @@ void mt_builder_inline_file(mt_builder* builder, const char* path, const char* c
 
 void mt_builder_inline_bytes(mt_builder* builder, const void* bytes, size_t size, const char* cid,
                              const char* type) {
-    add(builder, bytes,
+    add(builder, givenBytes(bytes, size),
         [&](Builder& b) { b.inline_image(bytesOf(bytes, size), orEmpty(cid), orEmpty(type)); });
 }
 

@@ -42,6 +42,10 @@ inline mt_code codeOf(const Result<void>& done) noexcept {
 inline std::string_view orEmpty(const char* text) noexcept {
     return text ? std::string_view(text) : std::string_view();
 }
+// What has no bytes may be NULL, as mt_part_bytes() gives it; what has some may not.
+inline const void* givenBytes(const void* bytes, size_t size) noexcept {
+    return bytes || size != 0 ? bytes : "";
+}
 inline std::span<const std::byte> bytesOf(const void* bytes, size_t size) noexcept {
     return {static_cast<const std::byte*>(bytes), size};
 }

@@ -9,6 +9,7 @@ using mimetree::MboxKind;
 using mimetree::RawMessage;
 using mimetree::inner::attempt;
 using mimetree::inner::c::give;
+using mimetree::inner::c::givenBytes;
 using mimetree::inner::c::lend;
 using mimetree::inner::c::orEmpty;
 using mimetree::inner::c::refuseNull;
@@ -87,6 +88,7 @@ mt_mbox* mt_mbox_from(mt_reader reader, void* context, const char* name, mt_mbox
 }
 
 mt_mbox* mt_mbox_from_bytes(const void* bytes, size_t size, mt_mbox_kind kind) {
+    bytes = givenBytes(bytes, size);
     if (!bytes) return refuseNull(), nullptr;
     return give<mt_mbox>(attempt([&] {
         return Mbox::from(std::make_unique<BytesSource>(bytes, size), "mbox",

@@ -13,6 +13,7 @@ using mimetree::inner::attempt;
 using mimetree::inner::c::bytesOf;
 using mimetree::inner::c::codeOf;
 using mimetree::inner::c::give;
+using mimetree::inner::c::givenBytes;
 using mimetree::inner::c::handleOf;
 using mimetree::inner::c::lend;
 using mimetree::inner::c::orEmpty;
@@ -192,7 +193,7 @@ mt_code mt_message_attach_file(mt_message* message, const char* path, const char
 
 mt_code mt_message_attach_bytes(mt_message* message, const void* bytes, size_t size,
                                 const char* name, const char* type) {
-    return change(message, bytes, [&](Message& m) {
+    return change(message, givenBytes(bytes, size), [&](Message& m) {
         return m.add_attachment(bytesOf(bytes, size), orEmpty(name), orEmpty(type));
     });
 }

@@ -24,6 +24,8 @@
  *   mailbox's that it came from: it is good until that is changed, moved on or freed.
  * - Failure: a function that gives an `mt_code` gives #MT_OK or the reason; one that gives a handle
  *   or a `char*` gives NULL.  mt_last_error() then has the reason as a line for people.
+ * - Bytes that are handed in may be NULL when their size is 0, as empty ones are given; a message
+ *   is never empty.
  * - Handles may be NULL everywhere: nothing is done, and the answer is that of a failure, 0 or "".
  * - A part has one handle as long as that is good: parts are the same when their handles are.
  * - Truth is 1 and falsehood 0.  Numbers of parts, fields and addresses count from 0; what is out
