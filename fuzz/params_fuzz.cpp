@@ -11,7 +11,9 @@
 namespace {
 
 bool isPlainUtf8(const std::string& text) {
-    // Kept on purpose: a quote within a disposition's file name is written as it is.
+    // Kept on purpose: a disposition's file name is written as it is, quotes and what is read as an
+    // encoded word (RFC 2047 2) included.
+    if (text.find("=?") != std::string::npos) return false;
     for (const char c : text)
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F || c == '"') return false;
     return _zqUtf::isValidUtf8(reinterpret_cast<const unsigned char*>(text.data()),
