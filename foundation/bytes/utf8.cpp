@@ -104,7 +104,10 @@ constexpr auto kValidPrefix = SIMD_KERNEL_OVER(prefixBySequences, validPrefix);
 
 }  // namespace
 
-size_t utf8::validPrefix(const unsigned char* p, size_t n) { return kValidPrefix.now()(p, n); }
+// No loop is given a null pointer, which may not be moved.
+size_t utf8::validPrefix(const unsigned char* p, size_t n) {
+    return n == 0 ? 0 : kValidPrefix.now()(p, n);
+}
 
 size_t utf8::scalar::validPrefix(const unsigned char* p, size_t n) {
     size_t i = 0;
