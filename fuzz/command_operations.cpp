@@ -99,7 +99,7 @@ const std::vector<Operation> kCommandOperations = {
     {"body", [](const std::string& text) { runOn(text, body, nothing); }},
     {"body --html",
      [](const std::string& text) { runOn(text, body, [](Options& o) { o.html = true; }); }},
-    {"body --part 1.2",
+    {"body --part N",
      [](const std::string& text) {
          runOn(text, body, [](Options& o) {
              o.byPart = true;
