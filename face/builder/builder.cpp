@@ -274,9 +274,9 @@ Builder& Builder::encoding(std::string_view encoding) noexcept {
 
 Result<Message> Builder::build() noexcept {
     if (!m_plan) return outOfMemory();
-    Plan plan = std::exchange(*m_plan, Plan());
-    if (!plan.state) return copyOf(plan.state.error());
-    return answerOf([&] { return Message(std::make_unique<Tree>(plan.message())); });
+    const std::unique_ptr<Plan> plan = std::exchange(m_plan, std::move(Builder().m_plan));
+    if (!plan->state) return copyOf(plan->state.error());
+    return answerOf([&] { return Message(std::make_unique<Tree>(plan->message())); });
 }
 
 }  // namespace mimetree
