@@ -8,18 +8,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 
-#include "cli/commands.h"
+#include "cli/command_line.h"
 #include "operations.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-using Command = ExitStatus (*)(const Options& options, Output& out);
 
 // Holds the file "x", which is what texts of the search can call it.
 const fs::path& folder() {
@@ -50,115 +47,79 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-// What a command does not like, it says or throws.
-void run(Command command, const Options& options) {
+// What a command does not like, it says.
+void run(std::vector<std::string> arguments) {
     Output out;
-    try {
-        command(options, out);
-    } catch (const std::exception&) {
-    }
+    CommandLine().run(std::move(arguments), out);
 }
 
-template <class Set>
-void runOn(const std::string& text, Command command, Set set) {
-    Options options;
-    options.paths = {fileOf(text)};
-    set(options);
-    run(command, options);
+void runOn(const std::string& text, std::vector<std::string> arguments) {
+    arguments.push_back(fileOf(text));
+    run(std::move(arguments));
 }
 
-template <class Set>
-void composeOf(Set set) {
-    Options options;
-    options.compose.from = {"a@b.example"};
-    set(options.compose);
-    run(compose, options);
+void composeOf(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{"compose", "--from=a@b.example"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    run(std::move(all));
 }
 
-void nothing(Options&) {}
+std::vector<std::string> behind(const std::string& option, std::vector<std::string> values) {
+    for (std::string& value : values) value.insert(0, option);
+    return values;
+}
+
+// One that runs a command line with the file behind it.
+Operation onFile(const char* name, std::vector<std::string> arguments) {
+    return {name, [arguments](const std::string& text) { runOn(text, arguments); }};
+}
 
 // Only planned: making a hundred thousand files would measure the system.
 void planAll(const std::string& text) {
-    runOn(text, extract, [](Options& o) {
-        o.directory = folder() / "parts";
-        o.all = o.json = o.dryRun = true;
-    });
+    runOn(text, {"extract", "--all", "--json", "--dry-run", "-o", folder() / "parts"});
+}
+
+void composeValues(const std::string& text) {
+    composeOf({"--to=" + text, "--subject=" + text, "--header=X: " + text,
+               "--header=References: " + text});
+}
+
+void composeTexts(const std::string& text) {
+    const std::string file = fileOf(text);
+    composeOf({"--text=" + file, "--html=" + file, "--inline=" + file, "--attach=" + file});
 }
 
 }  // namespace
 
 const std::vector<Operation> kCommandOperations = {
-    {"tree", [](const std::string& text) { runOn(text, tree, nothing); }},
-    {"tree --json",
-     [](const std::string& text) { runOn(text, tree, [](Options& o) { o.json = true; }); }},
-    {"tree --log",
-     [](const std::string& text) { runOn(text, tree, [](Options& o) { o.log = true; }); }},
-    {"headers", [](const std::string& text) { runOn(text, headers, nothing); }},
-    {"headers --raw",
-     [](const std::string& text) { runOn(text, headers, [](Options& o) { o.raw = true; }); }},
-    {"body", [](const std::string& text) { runOn(text, body, nothing); }},
-    {"body --html",
-     [](const std::string& text) { runOn(text, body, [](Options& o) { o.html = true; }); }},
-    {"body --part N",
-     [](const std::string& text) {
-         runOn(text, body, [](Options& o) {
-             o.byPart = true;
-             o.part = "1.2";
-         });
-     }},
-    {"rewrite", [](const std::string& text) { runOn(text, rewrite, nothing); }},
+    onFile("tree", {"tree"}),
+    onFile("tree --json", {"tree", "--json"}),
+    onFile("tree --log", {"tree", "--log"}),
+    onFile("headers", {"headers"}),
+    onFile("headers --raw", {"headers", "--raw"}),
+    onFile("body", {"body"}),
+    onFile("body --html", {"body", "--html"}),
+    onFile("body --part N", {"body", "--part", "1.2"}),
+    onFile("rewrite", {"rewrite"}),
     {"extract --all --json --dry-run", planAll},
-    {"structure", [](const std::string& text) { runOn(text, structure, nothing); }},
-    {"structure --xml",
-     [](const std::string& text) { runOn(text, structure, [](Options& o) { o.xml = true; }); }},
-    {"to-xml", [](const std::string& text) { runOn(text, toXml, nothing); }},
-    {"from-xml", [](const std::string& text) { runOn(text, fromXml, nothing); }},
-    {"convert --to-7bit",
-     [](const std::string& text) {
-         runOn(text, convert, [](Options& o) { o.convert.to7bit = true; });
-     }},
-    {"convert --to-8bit --charset utf-8",
-     [](const std::string& text) {
-         runOn(text, convert, [](Options& o) {
-             o.convert.to8bit = true;
-             o.convert.charset = "utf-8";
-         });
-     }},
-    {"convert --remove-attachments --charset iso-8859-1",
-     [](const std::string& text) {
-         runOn(text, convert, [](Options& o) {
-             o.convert.removeAttachments = true;
-             o.convert.charset = "iso-8859-1";
-         });
-     }},
-    {"convert --only text/*",
-     [](const std::string& text) {
-         runOn(text, convert, [](Options& o) { o.convert.only = {"text/*"}; });
-     }},
-    {"compose with one value",
-     [](const std::string& text) {
-         composeOf([&](ComposeOptions& c) {
-             c.to = {text};
-             c.subject = text;
-             c.headers = {"X: " + text, "References: " + text};
-         });
-     }},
+    onFile("structure", {"structure"}),
+    onFile("structure --xml", {"structure", "--xml"}),
+    onFile("to-xml", {"to-xml"}),
+    onFile("from-xml", {"from-xml"}),
+    onFile("convert --to-7bit", {"convert", "--to-7bit"}),
+    onFile("convert --to-8bit --charset utf-8", {"convert", "--to-8bit", "--charset", "utf-8"}),
+    onFile("convert --remove-attachments --charset iso-8859-1",
+           {"convert", "--remove-attachments", "--charset", "iso-8859-1"}),
+    onFile("convert --only text/*", {"convert", "--only", "text/*", "--"}),
+    {"compose with one value", composeValues},
     {"compose with many values",
      [](const std::string& text) {
-         composeOf([&](ComposeOptions& c) {
-             c.cc = linesOf(text);
-             c.headers = linesOf(text);
-         });
+         composeOf(behind("--cc=", linesOf(text)));
+         composeOf(behind("--header=", linesOf(text)));
      }},
     {"compose with many recipients",
-     [](const std::string& text) { composeOf([&](ComposeOptions& c) { c.bcc = linesOf(text); }); }},
-    {"compose with texts",
-     [](const std::string& text) {
-         composeOf([&](ComposeOptions& c) {
-             c.text = c.html = fileOf(text);
-             c.inlines = c.attachments = {c.text};
-         });
-     }},
+     [](const std::string& text) { composeOf(behind("--bcc=", linesOf(text))); }},
+    {"compose with texts", composeTexts},
 };
 
 void silenceCommands() {

@@ -3,12 +3,13 @@
 
 // All that reads, changes or writes mail, each as one call on a text: what linear.cpp times.
 
+#include <functional>
 #include <string>
 #include <vector>
 
 struct Operation {
     const char* name;
-    void (*run)(const std::string& text);
+    std::function<void(const std::string& text)> run;
 };
 
 extern const std::vector<Operation> kOperations;

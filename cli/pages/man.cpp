@@ -43,6 +43,13 @@ std::string optionText(const OptionRow& option) {
     return text + "\n";
 }
 
+std::string examplesText(const CommandRow& command) {
+    std::string text;
+    for (const Example& example : command.examples)
+        text += ".PP\n" + filled(example.what) + ":\n.RS 4\n" + bold(example.line) + "\n.RE\n";
+    return text;
+}
+
 // What every command takes stands once, in front.
 bool isCommon(const OptionRow& option, const Page& page) {
     return std::ranges::any_of(
@@ -56,7 +63,8 @@ std::string commandText(const CommandRow& command, const Page& page) {
     if (!command.files.empty()) text += ".TP\n\\fIFILE\\fR\n" + filled(command.files) + "\n";
     for (const OptionRow& option : command.options)
         if (!isCommon(option, page)) text += optionText(option);
-    return command.notes.empty() ? text : text + ".PP\n" + filled(command.notes) + "\n";
+    if (!command.notes.empty()) text += ".PP\n" + filled(command.notes) + "\n";
+    return text + examplesText(command);
 }
 
 constexpr char kHead[] =
@@ -83,14 +91,7 @@ constexpr char kTail[] =
     ".PP\n"
     "Of several messages, the highest stands.\n"
     ".SH ENVIRONMENT\n"
-    ".TP\n.B NO_COLOR\nWhen it is set and not empty, no colours are written.\n"
-    ".SH EXAMPLES\n"
-    ".TP\nThe parts of a message:\n.B mimetree tree mail.eml\n"
-    ".TP\nWhat a reader would see of it:\n.B mimetree body mail.eml\n"
-    ".TP\nAll attachments of a folder of mail:\n.B mimetree extract \\-o attachments Maildir\n"
-    ".TP\nA message with an attachment:\n"
-    ".B mimetree compose \\-\\-from a@example.org \\-\\-to b@example.org \\-\\-subject Plan "
-    "\\-\\-text plan.txt \\-\\-attach plan.pdf\n";
+    ".TP\n.B NO_COLOR\nWhen it is set and not empty, no colours are written.\n";
 
 }  // namespace
 

@@ -3,9 +3,7 @@
 
 #include "cli/pages/page.h"
 
-#include <CLI/CLI.hpp>
-
-#include "cli/commands.h"
+#include "cli/command_line.h"
 
 namespace {
 
@@ -51,15 +49,14 @@ std::string filesOf(const CLI::App& app) {
 }  // namespace
 
 Page readPage() {
-    CLI::App app;
-    Options options;
-    addCommands(app, options);
+    const CommandLine line;
+    const CLI::App& app = line.app();
     Page page;
     page.options = optionsOf(app);
     for (const Command& command : commands()) {
         const CLI::App& sub = *app.get_subcommand(command.name);
         page.commands.push_back({command.name, command.arguments, command.summary, filesOf(sub),
-                                 optionsOf(sub), sub.get_footer()});
+                                 optionsOf(sub), sub.get_footer(), command.examples});
     }
     return page;
 }

@@ -3,8 +3,11 @@
 
 // The command line as those who describe it see it: what CLI11 knows of each command, as rows.
 
+#include <span>
 #include <string>
 #include <vector>
+
+#include "cli/commands/table.h"
 
 enum class Value { None, Text, File, Directory, Choice };
 
@@ -21,6 +24,7 @@ struct CommandRow {
     std::string files;  // what FILE is
     std::vector<OptionRow> options;
     std::string notes;
+    std::span<const Example> examples;
 };
 
 struct Page {

@@ -6,6 +6,7 @@
 
 #include "face/files/read_file.h"
 #include "face/message/no_mail.h"
+#include "face/message/parse.h"
 #include "face/message/tree.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/charset/code_pages.h"
@@ -19,23 +20,6 @@ constexpr uint64_t kTooLarge = uint64_t{1} << 32;
 
 std::string_view chars(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-// Nothing, or why the tree is not there.  A text without a header is all body, for which the
-// engine needs the blank line that ends an empty header.
-Result<void> load(Tree& tree, std::string_view mail, ParseOptions options) {
-    const inner::MemoryWatch watch;
-    std::string text;
-    if (inner::hasNoHeader(mail)) mail = text.append("\r\n").append(inner::behindFront(mail));
-    if (options.strict) tree.m_log.m_options.setString("StrictMimeParsing");
-    StringBuffer charsetClue;
-    const bool loaded = tree.m_root->loadMimeComplete2(
-        mail.data(), static_cast<unsigned>(mail.size()), /*lenientLineEndings*/ false, charsetClue,
-        tree.m_log, /*inputIsUtf8*/ false);
-    if (loaded) return {};
-    if (watch.wasRefused()) return Error(Errc::out_of_memory, "out of memory");
-    if (options.strict) return Error(Errc::damaged, "a multipart whose boundary is missing");
-    return Error(Errc::not_mail, "not a mail message");
 }
 
 // Tolerated: a mail that an editor saved as UTF-16.  0 for any other.
@@ -53,11 +37,40 @@ std::string inUtf8(std::string_view mail, int codePage) {
     return std::string(view(utf8));
 }
 
+using Root = std::unique_ptr<MimeMessage2>;
+
+// A text without a header is all body, for which the engine needs the blank line that ends an
+// empty header.
+Result<Root> load(std::string_view mail, ParseOptions options, LogBase& log) {
+    const inner::MemoryWatch watch;
+    std::string text;
+    Root root(MimeMessage2::createNewObject());
+    if (inner::hasNoHeader(mail)) mail = text.append("\r\n").append(inner::behindFront(mail));
+    if (options.strict) log.m_options.setString("StrictMimeParsing");
+    StringBuffer charsetClue;
+    const bool loaded =
+        root && root->loadMimeComplete2(mail.data(), static_cast<unsigned>(mail.size()),
+                                        /*lenientLineEndings*/ false, charsetClue, log,
+                                        /*inputIsUtf8*/ false);
+    if (loaded) return root;
+    if (watch.wasRefused()) return Error(Errc::out_of_memory, "out of memory");
+    if (options.strict) return Error(Errc::damaged, "a multipart whose boundary is missing");
+    return Error(Errc::not_mail, "not a mail message");
+}
+
 Error withPath(const Error& error, const std::string& path) {
     return Error(error.code(), path + ": " + error.message());
 }
 
 }  // namespace
+
+Result<Root> inner::loadTree(std::string_view mail, ParseOptions options, LogBase& log) {
+    if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
+    if (const int codePage = codePageByMark(mail))
+        return loadTree(inUtf8(mail, codePage), options, log);
+    if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
+    return load(mail, options, log);
+}
 
 Message::Message(std::unique_ptr<Tree> tree) noexcept : m_tree(std::move(tree)) {}
 Message::Message(Message&&) noexcept = default;
@@ -70,14 +83,10 @@ Result<Message> Message::parse(std::span<const std::byte> mail, ParseOptions opt
 
 Result<Message> Message::parse(std::string_view mail, ParseOptions options) noexcept {
     return inner::attempt([&]() -> Result<Message> {
-        if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
-        if (const int codePage = codePageByMark(mail))
-            return parse(inUtf8(mail, codePage), options);
-        if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
-        auto tree =
-            std::make_unique<Tree>(std::unique_ptr<MimeMessage2>(MimeMessage2::createNewObject()));
-        if (const Result<void> done = load(*tree, mail, options); !done) return done.error();
-        return Message(std::move(tree));
+        LogNull log;
+        Result<Root> root = inner::loadTree(mail, options, log);
+        if (!root) return root.error();
+        return Message(std::make_unique<Tree>(*std::move(root)));
     });
 }
 

@@ -103,7 +103,7 @@ fails 1 "no text/html body" body --html <(printf 'A: b\n\nc\n')
 printf 'Content-Type: multipart/mixed; boundary=x\r\n\r\nnothing\r\n' >unbounded
 run tree unbounded
 ok "no boundary: tolerated" is "$status" 0
-fails 1 "unbounded: not a MIME message" tree --strict unbounded
+fails 1 "unbounded: a multipart whose boundary is missing" tree --strict unbounded
 run tree --strict --log unbounded
 ok "--log: the engine's words" has "First boundary string not found." err
 ok "--log: indented by context" grep -q '^  [a-zA-Z]*:$' err

@@ -2,7 +2,7 @@
 // Checked writing to standard output, error lines, and the escaping of text that could steer
 // a terminal.  Every command writes through here.
 
-#include "cli/output.h"
+#include "cli/output/output.h"
 
 #include <unistd.h>
 
@@ -65,6 +65,8 @@ bool wantsColour() {
     return !(noColour && *noColour) && !(terminal && std::strcmp(terminal, "dumb") == 0);
 }
 
+std::string errorLine(std::string_view message) { return "mimetree: " + oneLine(message) + "\n"; }
+
 }  // namespace
 
 std::string_view view(const StringBuffer& s) { return {s.getString(), s.getSize()}; }
@@ -80,7 +82,7 @@ std::string oneLine(std::string_view text) { return escaped(text, /*keepLayout*/
 std::string manyLines(std::string_view text) { return escaped(text, /*keepLayout*/ true); }
 
 void reportError(std::string_view message) {
-    const std::string line = "mimetree: " + oneLine(message) + "\n";
+    const std::string line = errorLine(message);
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -91,11 +93,38 @@ void reportError(std::string_view path, std::string_view reason) {
 Output::Output()
     : m_isTerminal(isatty(STDOUT_FILENO) == 1), m_hasColour(m_isTerminal && wantsColour()) {}
 
+Output Output::keeping(const Output& like) {
+    Output kept;
+    kept.m_isTerminal = like.m_isTerminal;
+    kept.m_hasColour = like.m_hasColour;
+    kept.m_isKept = true;
+    return kept;
+}
+
+void Output::handOn(Output& to) {
+    to.write(m_text);
+    to.writeError(m_errors);
+    m_text.clear();
+    m_errors.clear();
+}
+
 void Output::write(std::string_view text) {
-    if (!good() || text.empty()) return;
+    if (m_isKept) m_text += text;
+    if (m_isKept || !good() || text.empty()) return;
     errno = 0;
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
         m_error = errno ? errno : EIO;
+}
+
+void Output::writeError(std::string_view text) {
+    if (m_isKept) m_errors += text;
+    else std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+void Output::error(std::string_view message) { writeError(errorLine(message)); }
+
+void Output::error(std::string_view path, std::string_view reason) {
+    error(std::string(path) + ": " + std::string(reason));
 }
 
 void Output::writeContent(std::string_view bytes) {

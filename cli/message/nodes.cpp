@@ -2,7 +2,7 @@
 // Walks a message by a list of its own instead of the call stack, which a message nested
 // without end would exhaust.  Every command that looks at parts starts here.
 
-#include "cli/nodes.h"
+#include "cli/message/nodes.h"
 
 #include <charconv>
 

@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// Command `tree`: a line a node, indented by depth.  With --json the work is showJson's.
+// Command `tree`: a line a node, indented by depth.  With --json, the document of json_document.h.
 
 #include <algorithm>
 #include <string>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/nodes.h"
-#include "cli/show_json.h"
+#include "cli/commands/table.h"
+#include "cli/input/arguments.h"
+#include "cli/input/messages.h"
+#include "cli/message/json_document.h"
+#include "cli/message/nodes.h"
 
 namespace {
+
+struct TreeOptions {
+    bool json = false;
+};
 
 // Limit: a message nested without end would make the indentation quadratic.
 constexpr unsigned kMaxIndent = 40;
@@ -61,7 +65,8 @@ std::string lineOf(const std::vector<Node>& nodes, size_t index, const Output& o
     return line + "\n";
 }
 
-ExitStatus showTree(const Message& message, const Options&, Output& out) {
+ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Output& out) {
+    if (options.json) return showJson(message, out);
     const std::vector<Node> nodes = nodesOf(message.root);
     for (size_t i = 0; i < nodes.size() && out.good(); ++i) out.write(lineOf(nodes, i, out));
     return kDone;
@@ -69,17 +74,19 @@ ExitStatus showTree(const Message& message, const Options&, Output& out) {
 
 }  // namespace
 
-void addTreeOptions(CLI::App& app, Options& options) {
-    addMessages(app, options);
-    app.add_flag("--json", options.json, "one JSON document a message, one line each");
+Run addTree(CLI::App& app, CommonOptions& common) {
+    const auto options = std::make_shared<TreeOptions>();
+    addMessages(app, common);
+    app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.footer(
         "JSON: \"nodes\" is a flat list, each node before its children.  \"depth\" counts from\n"
         "0 at the root, \"parent\" is an index into the list (null at the root), and \"part\" is\n"
         "the number that body --part takes: \"\" at the root, \"1.2\" for the second child of its\n"
         "first child, null below depth 32.");
-}
-
-ExitStatus tree(const Options& options, Output& out) {
-    return options.json ? forEachMessage(options, out, Heading::None, showJson)
-                        : forEachMessage(options, out, Heading::Path, showTree);
+    return [options, &common](Output& out) {
+        const Heading heading = options->json ? Heading::None : Heading::Name;
+        return forEachMessage(common, out, heading, [&](const auto& message, Output& to) {
+            return showTree(message, *options, to);
+        });
+    };
 }

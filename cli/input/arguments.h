@@ -5,14 +5,13 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
-#include <vector>
 
-#include "cli/options.h"
+#include "cli/input/options.h"
 
 // FILE..., messages and directories of such.
-void addMessages(CLI::App& app, Options& options);
+void addMessages(CLI::App& app, CommonOptions& common);
 
 // One FILE.
-void addFile(CLI::App& app, Options& options, const char* what);
+void addFile(CLI::App& app, CommonOptions& common, const char* what);
 
 void addCharset(CLI::App& app, std::string& charset, const char* what);

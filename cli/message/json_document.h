@@ -4,10 +4,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "cli/input.h"
+#include "cli/input/messages.h"
 
 // A value on one line, in ASCII.
 std::string jsonText(const nlohmann::ordered_json& value);
 
 // One line: the message as a JSON document.
-ExitStatus showJson(const Message& message, const Options& options, Output& out);
+ExitStatus showJson(const InputMessage& message, Output& out);

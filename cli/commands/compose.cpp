@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <map>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/input.h"
+#include "cli/commands/table.h"
+#include "cli/input/arguments.h"
+#include "cli/input/mail_reader.h"
 #include "face/builder/values.h"
 #include "foundation/_zqUrlEncode.h"
 #include "mimetree/builder.hpp"
@@ -16,6 +16,15 @@ using namespace mimetree::inner;
 using mimetree::Builder;
 
 namespace {
+
+struct ComposeOptions {
+    std::vector<std::string> from, to, cc, bcc;  // address lists
+    std::vector<std::string> headers;            // "Name: value"
+    std::string subject;
+    std::string text, html;  // files; empty when there is none
+    std::vector<std::string> attachments, inlines;
+    std::string charset, encoding;  // empty: to be chosen
+};
 
 std::string baseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
@@ -67,9 +76,9 @@ std::string mistakeInHeaders(const ComposeOptions& options) {
 // -- Texts
 
 std::string readText(const std::string& path) {
-    DataBuffer bytes;
+    std::string bytes;
     if (const char* reason = readWhole(path, bytes)) throw std::runtime_error(path + ": " + reason);
-    return std::string(view(bytes));
+    return bytes;
 }
 
 // HTML names an inline file "cid:NAME", as it is or percent-encoded; of names that begin
@@ -137,24 +146,40 @@ void addFileList(CLI::App& app, const char* name, std::vector<std::string>& list
         ->allow_extra_args(false);
 }
 
+ExitStatus compose(const ComposeOptions& options, Output& out) {
+    std::string mistake = mistakeInFiles(options);
+    if (mistake.empty()) mistake = mistakeInHeaders(options);
+    if (!mistake.empty()) {
+        out.error(mistake + " (see mimetree compose --help)");
+        return kBadUsage;
+    }
+    Builder builder;
+    addAddresses(builder, options);
+    addHeaders(builder, options);
+    addBody(builder, options);
+    out.writeContent(valueOrThrow(
+        builder.build().and_then([](const mimetree::Message& mail) { return mail.write(); })));
+    return kDone;
+}
+
 }  // namespace
 
-void addComposeOptions(CLI::App& app, Options& options) {
-    ComposeOptions& compose = options.compose;
-    addList(app, "--from", compose.from, "LIST", "the sender: addr, or 'Name <addr>'");
-    addList(app, "--to", compose.to, "LIST", "recipients; this and the next may be repeated");
-    addList(app, "--cc", compose.cc, "LIST", "those who get a copy");
-    addList(app, "--bcc", compose.bcc, "LIST", "those who get one unseen; the field is written");
-    app.add_option("--subject", compose.subject, "what it is about")->type_name("TEXT");
-    app.add_option("--text", compose.text, "the plain text, in UTF-8; - for stdin")
+Run addCompose(CLI::App& app, CommonOptions&) {
+    const auto options = std::make_shared<ComposeOptions>();
+    addList(app, "--from", options->from, "LIST", "the sender: addr, or 'Name <addr>'");
+    addList(app, "--to", options->to, "LIST", "recipients; this and the next may be repeated");
+    addList(app, "--cc", options->cc, "LIST", "those who get a copy");
+    addList(app, "--bcc", options->bcc, "LIST", "those who get one unseen; the field is written");
+    app.add_option("--subject", options->subject, "what it is about")->type_name("TEXT");
+    app.add_option("--text", options->text, "the plain text, in UTF-8; - for stdin")
         ->type_name("FILE");
-    app.add_option("--html", compose.html, "the HTML text, in UTF-8; - for stdin")
+    app.add_option("--html", options->html, "the HTML text, in UTF-8; - for stdin")
         ->type_name("FILE");
-    addFileList(app, "--attach", compose.attachments, "attachments");
-    addFileList(app, "--inline", compose.inlines, "files that the HTML shows as \"cid:NAME\"");
-    addList(app, "--header", compose.headers, "'Name: value'", "a further field, repeatable");
-    addCharset(app, compose.charset, "of the texts; us-ascii or utf-8 when not given");
-    app.add_option("--encoding", compose.encoding, "of the texts; the shortest when not given")
+    addFileList(app, "--attach", options->attachments, "attachments");
+    addFileList(app, "--inline", options->inlines, "files that the HTML shows as \"cid:NAME\"");
+    addList(app, "--header", options->headers, "'Name: value'", "a further field, repeatable");
+    addCharset(app, options->charset, "of the texts; us-ascii or utf-8 when not given");
+    app.add_option("--encoding", options->encoding, "of the texts; the shortest when not given")
         ->type_name("CODING")
         ->check(CLI::IsMember({"7bit", "8bit", "quoted-printable", "base64"}));
     app.footer(
@@ -162,20 +187,5 @@ void addComposeOptions(CLI::App& app, Options& options) {
         "and Message-ID are made where --header does not give them, types are told by file names.\n"
         "HTML refers to an inline file by cid: and its name without directories, as it is or\n"
         "percent-encoded; the Content-ID that was made for the file takes the place of the name.");
-}
-
-ExitStatus compose(const Options& options, Output& out) {
-    std::string mistake = mistakeInFiles(options.compose);
-    if (mistake.empty()) mistake = mistakeInHeaders(options.compose);
-    if (!mistake.empty()) {
-        reportError(mistake + " (see mimetree compose --help)");
-        return kBadUsage;
-    }
-    Builder builder;
-    addAddresses(builder, options.compose);
-    addHeaders(builder, options.compose);
-    addBody(builder, options.compose);
-    out.writeContent(valueOrThrow(
-        builder.build().and_then([](const mimetree::Message& mail) { return mail.write(); })));
-    return kDone;
+    return [options](Output& out) { return compose(*options, out); };
 }

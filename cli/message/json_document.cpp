@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// `tree --json`: what the tree shows and more, as one document a message.  The nodes stand in
+// What `tree --json` prints: what the tree shows and more, as one document a message.  The nodes stand in
 // a flat list with their depth and parent, since a writer of nested JSON recurses, and a
 // message may nest deeper than the call stack goes.
 
-#include "cli/show_json.h"
+#include "cli/message/json_document.h"
 
-#include "cli/nodes.h"
+#include "cli/message/nodes.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
 
@@ -23,7 +23,7 @@ Json partOf(const std::vector<Node>& nodes, size_t index) {
     return partNumber(nodes, index);
 }
 
-Json factsOf(const Message& message, const std::vector<Node>& nodes, size_t index) {
+Json factsOf(const InputMessage& message, const std::vector<Node>& nodes, size_t index) {
     const Node& node = nodes[index];
     const MimeMessage2& mime = *node.message;
     StringBuffer filename, contentId;
@@ -52,11 +52,11 @@ Json factsOf(const Message& message, const std::vector<Node>& nodes, size_t inde
 // times the message.
 class JsonWriter {
 public:
-    JsonWriter(const Message& message, Output& out) : m_message(message), m_out(out) {}
+    JsonWriter(const InputMessage& message, Output& out) : m_message(message), m_out(out) {}
 
     void writeMessage() {
         const std::vector<Node> nodes = nodesOf(m_message.root);
-        writeOpen({{"path", m_message.path},
+        writeOpen({{"path", m_message.name},
                    {"signed", m_message.root.containsSignedParts(m_message.log)},
                    {"encrypted", m_message.root.containsEncryptedParts(m_message.log)}});
         m_out.write(",\"nodes\":[");
@@ -116,7 +116,7 @@ private:
         }
     }
 
-    const Message& m_message;
+    const InputMessage& m_message;
     Output& m_out;
 };
 
@@ -129,7 +129,7 @@ std::string jsonText(const nlohmann::ordered_json& value) {
     return value.dump(kOneLine, ' ', /*ensure_ascii*/ true, Json::error_handler_t::replace);
 }
 
-ExitStatus showJson(const Message& message, const Options&, Output& out) {
+ExitStatus showJson(const InputMessage& message, Output& out) {
     JsonWriter(message, out).writeMessage();
     return kDone;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/output/exit_status.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/StringBuffer.h"
 
@@ -22,7 +23,7 @@ std::string oneLine(std::string_view text);
 // The same with line breaks kept; CRLF becomes LF.
 std::string manyLines(std::string_view text);
 
-// One line on standard error, with the program's name in front.
+// One line on standard error, with the program's name in front: for what concerns no message.
 void reportError(std::string_view message);
 void reportError(std::string_view path, std::string_view reason);
 
@@ -30,13 +31,25 @@ enum class Colour { None, Dim, Bold, Green, Cyan, Yellow };
 
 class Output {
 public:
+    // Standard output and standard error.
     Output();
+
+    // Keeps what is written, on the terms of another, until it is handed on: messages that are
+    // looked at side by side are told of in their order.
+    static Output keeping(const Output& like);
+    void handOn(Output& to);
 
     void write(std::string_view text);  // exactly these bytes
 
     // Bytes of a message: exact in a pipe or file; on a terminal as manyLines shows them,
     // ending with a line break.
     void writeContent(std::string_view bytes);
+
+    // As reportError does.
+    void error(std::string_view message);
+    void error(std::string_view path, std::string_view reason);
+    // Exactly these bytes on standard error.
+    void writeError(std::string_view text);
 
     bool isTerminal() const { return m_isTerminal; }
 
@@ -52,5 +65,7 @@ public:
 private:
     bool m_isTerminal;
     bool m_hasColour;
-    int m_error = 0;  // errno of the first failure
+    bool m_isKept = false;
+    std::string m_text, m_errors;  // kept
+    int m_error = 0;               // errno of the first failure
 };

@@ -5,10 +5,13 @@
 
 #include <string_view>
 
+#include "cli/output/output.h"
 #include "foundation/LogBase.h"
 
 class ErrorLog : public LogBase {
 public:
+    explicit ErrorLog(Output& out) : m_out(out) {}
+
     void logError(const char* text) override;
     void logInfo(const char* text) override;
     void enterContext(const char* name, bool verbose) override;
@@ -18,5 +21,6 @@ public:
 private:
     void line(std::string_view a, std::string_view b, std::string_view c);
 
+    Output& m_out;
     unsigned m_depth = 0;
 };

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints the engine's log; input.cpp creates one when --log asks for it.
+// Prints the engine's log; input/messages.cpp creates one a message when --log asks for it.
 
-#include "cli/error_log.h"
+#include "cli/output/error_log.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
-
-#include "cli/output.h"
 
 void ErrorLog::logError(const char* text) { line("ERROR: ", view(text), ""); }
 
@@ -29,5 +26,5 @@ void ErrorLog::line(std::string_view a, std::string_view b, std::string_view c) 
     std::string text(2 * std::min(m_depth, 40u), ' ');
     for (std::string_view part : {a, b, c}) text += oneLine(part);
     text += '\n';
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    m_out.writeError(text);
 }

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <utility>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/show_json.h"
+#include "cli/commands/table.h"
+#include "cli/input/arguments.h"
+#include "cli/input/messages.h"
+#include "cli/message/json_document.h"
 #include "face/files/folder.h"
 
 using mimetree::Part;
@@ -18,9 +18,16 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+struct ExtractOptions {
+    std::string directory;
+    bool all = false;
+    bool dryRun = false;
+    bool json = false;
+};
+
 // Text that is shown may be a file besides.  A multipart without parts is a damaged container, and
 // its text nobody's file.
-bool isWanted(const Part& part, const Options& options) {
+bool isWanted(const Part& part, const ExtractOptions& options) {
     if (options.all) return true;
     if (part.is_body()) return part.disposition() == "inline" && !part.declared_name().empty();
     return !part.is_multipart();
@@ -28,13 +35,13 @@ bool isWanted(const Part& part, const Options& options) {
 
 class Extractor {
 public:
-    Extractor(const Message& message, const Options& options, Folder& folder)
+    Extractor(const InputMessage& message, const ExtractOptions& options, Folder& folder)
         : m_message(message), m_options(options), m_folder(folder) {
         if (const std::optional<mimetree::Date> date = message.mail.date()) m_date = date->time;
     }
 
     ExitStatus run(Output& out) {
-        if (m_options.json) out.write("{\"path\":" + jsonText(m_message.path) + ",\"files\":[");
+        if (m_options.json) out.write("{\"path\":" + jsonText(m_message.name) + ",\"files\":[");
         for (const Part& part : m_message.mail.parts())
             if (out.good() && part.children().empty() && isWanted(part, m_options)) save(part, out);
         if (m_options.json) out.write("]}\n");
@@ -49,7 +56,7 @@ private:
         const std::string& directory = m_options.directory;
         const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
         if (error) {
-            reportError(path, std::strerror(error));
+            out.error(path, std::strerror(error));
             m_status = kFailed;
         } else if (m_options.json) {
             out.write(std::exchange(m_separator, ",") + jsonText({{"part", jsonPartNumber(part)},
@@ -67,39 +74,41 @@ private:
         return part.path();
     }
 
-    const Message& m_message;
-    const Options& m_options;
+    const InputMessage& m_message;
+    const ExtractOptions& m_options;
     Folder& m_folder;
     std::optional<std::chrono::sys_seconds> m_date;
     const char* m_separator = "";  // in front of the next file in JSON
     ExitStatus m_status = kDone;
 };
 
+ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, Output& out) {
+    Folder folder(options.directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);
+    if (folder.error()) {
+        out.error(options.directory, std::strerror(folder.error()));
+        return kFailed;
+    }
+    return forEachMessageInTurn(
+        common, out, Heading::None, [&](const InputMessage& message, Output&) -> InTurn {
+            return [&](Output& to) { return Extractor(message, options, folder).run(to); };
+        });
+}
+
 }  // namespace
 
-void addExtractOptions(CLI::App& app, Options& options) {
-    addMessages(app, options);
-    app.add_option("-o,--output", options.directory, "the directory, made when missing")
+Run addExtract(CLI::App& app, CommonOptions& common) {
+    const auto options = std::make_shared<ExtractOptions>();
+    addMessages(app, common);
+    app.add_option("-o,--output", options->directory, "the directory, made when missing")
         ->required()
         ->type_name("DIR");
-    app.add_flag("--all", options.all, "every part, the texts of the message too");
-    app.add_flag("--dry-run", options.dryRun, "write nothing, only tell the names");
-    app.add_flag("--json", options.json, "one JSON document a message, one line each");
+    app.add_flag("--all", options->all, "every part, the texts of the message too");
+    app.add_flag("--dry-run", options->dryRun, "write nothing, only tell the names");
+    app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.footer(
         "Parts count as attachments that say so, that are no text, or that have a file name and\n"
         "are not the message's own text.  A part goes to one file in DIR, never elsewhere, over\n"
         "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
         "Text keeps its charset, and files have the date of the message.");
-}
-
-ExitStatus extract(const Options& options, Output& out) {
-    Folder folder(options.directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);
-    if (folder.error()) {
-        reportError(options.directory, std::strerror(folder.error()));
-        return kFailed;
-    }
-    return forEachMessage(options, out, Heading::None,
-                          [&](const Message& message, const Options&, Output& to) {
-                              return Extractor(message, options, folder).run(to);
-                          });
+    return [options, &common](Output& out) { return extract(common, *options, out); };
 }

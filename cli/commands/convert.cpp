@@ -10,10 +10,10 @@
 #include <new>
 #include <unordered_map>
 
-#include "cli/arguments.h"
-#include "cli/commands.h"
-#include "cli/input.h"
-#include "cli/nodes.h"
+#include "cli/commands/table.h"
+#include "cli/input/arguments.h"
+#include "cli/input/messages.h"
+#include "cli/message/nodes.h"
 #include "face/builder/leaf_charset.h"
 #include "face/builder/wire.h"
 #include "foundation/header/HeaderWriter.h"
@@ -21,6 +21,14 @@
 using namespace mimetree::inner;
 
 namespace {
+
+struct ConvertOptions {
+    bool to7bit = false;
+    bool to8bit = false;
+    std::string charset;  // empty: no change
+    bool removeAttachments = false;
+    std::vector<std::string> only;  // "text/plain", "text/*"; empty: all
+};
 
 // Limit: messages within messages are converted by recursion.
 constexpr int kMaxMessageDepth = 50;
@@ -112,6 +120,7 @@ private:
 struct Source {
     const std::string& path;
     std::string_view text;
+    Output& out;
 };
 
 class Converter {
@@ -158,7 +167,7 @@ private:
 
 void Converter::tell(size_t index, const std::string& what) const {
     const std::string number = partNumber(m_nodes, index);
-    reportError(m_source.path, number.empty() ? what : "part " + number + ": " + what);
+    m_source.out.error(m_source.path, number.empty() ? what : "part " + number + ": " + what);
 }
 
 void Converter::findNodes() {
@@ -344,7 +353,7 @@ void Converter::attachedTo7bit(size_t index) {
         ConvertOptions options;
         options.to7bit = true;
         const std::string path = m_source.path + " (attached message)";
-        Converter({path, view(bytes)}, attached, options, m_log, m_depth + 1).run();
+        Converter({path, view(bytes), m_source.out}, attached, options, m_log, m_depth + 1).run();
         DataBuffer text;
         attached.getMimeTextDb(text, /*bodyOnly*/ false, m_log);
         setBody(leaf, text, m_log);
@@ -407,28 +416,45 @@ void Converter::label8bit(size_t index) {
     }
 }
 
-ExitStatus failed(const std::string& path, const char* reason) {
-    reportError(path, reason);
-    return kFailed;
-}
-
 bool isEmpty(const ConvertOptions& options) {
     return !options.to7bit && !options.to8bit && options.charset.empty() &&
            !options.removeAttachments && options.only.empty();
 }
 
+ExitStatus convertMessage(const InputMessage& message, const ConvertOptions& options, Output& out) {
+    DataBuffer text;
+    Converter({message.name, message.bytes, out}, message.root, options, message.log).run();
+    message.root.getMimeTextDb(text, /*bodyOnly*/ false, message.log);
+    if (text.failed()) {
+        out.error(message.name, "out of memory");
+        return kFailed;
+    }
+    out.writeContent(view(text));
+    return kDone;
+}
+
+ExitStatus convert(const CommonOptions& common, const ConvertOptions& options, Output& out) {
+    if (isEmpty(options)) {
+        out.error("nothing to convert to (see mimetree convert --help)");
+        return kBadUsage;
+    }
+    return forEachMessage(common, out, Heading::None, [&](const auto& message, Output& to) {
+        return convertMessage(message, options, to);
+    });
+}
+
 }  // namespace
 
-void addConvertOptions(CLI::App& app, Options& options) {
-    ConvertOptions& convert = options.convert;
-    addFile(app, options, "message; - for stdin");
+Run addConvert(CLI::App& app, CommonOptions& common) {
+    const auto options = std::make_shared<ConvertOptions>();
+    addFile(app, common, "message; - for stdin");
     CLI::Option* to7bit =
-        app.add_flag("--to-7bit", convert.to7bit, "8-bit parts in quoted-printable or base64");
-    app.add_flag("--to-8bit", convert.to8bit, "texts without a coding, where lines allow it")
+        app.add_flag("--to-7bit", options->to7bit, "8-bit parts in quoted-printable or base64");
+    app.add_flag("--to-8bit", options->to8bit, "texts without a coding, where lines allow it")
         ->excludes(to7bit);
-    addCharset(app, convert.charset, "texts in this charset, or else in utf-8");
-    app.add_flag("--remove-attachments", convert.removeAttachments, "drop what is attached");
-    app.add_option("--only", convert.only, "drop all parts but of these types")
+    addCharset(app, options->charset, "texts in this charset, or else in utf-8");
+    app.add_flag("--remove-attachments", options->removeAttachments, "drop what is attached");
+    app.add_option("--only", options->only, "drop all parts but of these types")
         ->type_name("TYPE")
         ->check([](const std::string& type) {
             const size_t slash = type.find('/');
@@ -439,22 +465,5 @@ void addConvertOptions(CLI::App& app, Options& options) {
     app.footer(
         "At least one option must say what to change; they combine.  Parts of multipart/signed\n"
         "and multipart/encrypted stay as they are.");
-}
-
-ExitStatus convert(const Options& options, Output& out) {
-    if (isEmpty(options.convert)) {
-        reportError("nothing to convert to (see mimetree convert --help)");
-        return kBadUsage;
-    }
-    const std::string& path = options.paths.front();
-    const std::unique_ptr<LogBase> log = makeLog(options);
-    DataBuffer bytes, text;
-    if (const char* reason = readWhole(path, bytes)) return failed(path, reason);
-    MimeMessage2 root;
-    if (!root.loadMimeCompleteDb(bytes, *log)) return failed(path, "not a MIME message");
-    Converter({path, view(bytes)}, root, options.convert, *log).run();
-    root.getMimeTextDb(text, /*bodyOnly*/ false, *log);
-    if (text.failed()) return failed(path, "out of memory");
-    out.writeContent(view(text));
-    return kDone;
+    return [options, &common](Output& out) { return convert(common, *options, out); };
 }

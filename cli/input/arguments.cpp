@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "cli/arguments.h"
+#include "cli/input/arguments.h"
 
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqCharset.h"
 
 namespace {
 
-CLI::Option* addFiles(CLI::App& app, Options& options, const char* what) {
-    return app.add_option("FILE", options.paths, what)->required()->type_name("");
+CLI::Option* addFiles(CLI::App& app, CommonOptions& common, const char* what) {
+    return app.add_option("FILE", common.paths, what)->required()->type_name("");
 }
 
 std::string notAKnownCharset(const std::string& name) {
@@ -20,12 +20,12 @@ std::string notAKnownCharset(const std::string& name) {
 
 }  // namespace
 
-void addMessages(CLI::App& app, Options& options) {
-    addFiles(app, options, "messages; directories stand for all files below, - for stdin");
+void addMessages(CLI::App& app, CommonOptions& common) {
+    addFiles(app, common, "messages; directories stand for all files below, - for stdin");
 }
 
-void addFile(CLI::App& app, Options& options, const char* what) {
-    addFiles(app, options, what)->expected(1);
+void addFile(CLI::App& app, CommonOptions& common, const char* what) {
+    addFiles(app, common, what)->expected(1);
 }
 
 void addCharset(CLI::App& app, std::string& charset, const char* what) {

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// Command `to-xml`: the XML form of a message (docs/xml.md).
+
+#include <filesystem>
+
+#include "cli/commands/table.h"
+#include "cli/input/arguments.h"
+#include "cli/input/messages.h"
+
+namespace {
+
+// What a terminal is shown is looked at as a whole.
+bool printXml(const InputMessage& message, Output& out) {
+    if (!out.isTerminal()) {
+        const auto write = [](void* context, const char* piece, unsigned int size) {
+            Output& to = *static_cast<Output*>(context);
+            to.write({piece, size});
+            return to.good();
+        };
+        return message.root.writeMimeXml(write, &out, message.log) || !out.good();
+    }
+    StringBuffer xml;
+    if (!message.root.getMimeXml(xml, message.log)) return false;
+    out.writeContent(view(xml));
+    return true;
+}
+
+ExitStatus showXml(const InputMessage& message, Output& out) {
+    if (printXml(message, out)) return kDone;
+    out.error(message.name, "out of memory");
+    return kFailed;
+}
+
+// Several documents in a row are no XML, so a directory is refused as several paths are.
+ExitStatus toXml(const CommonOptions& common, Output& out) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(common.paths.front(), ignored)) {
+        out.error("to-xml takes one message, and " + common.paths.front() + " is a directory");
+        return kBadUsage;
+    }
+    return forEachMessage(common, out, Heading::None, showXml);
+}
+
+}  // namespace
+
+Run addToXml(CLI::App& app, CommonOptions& common) {
+    addFile(app, common, "message; - for stdin");
+    app.footer("One message a call: several XML documents in a row would not be XML.");
+    return [&common](Output& out) { return toXml(common, out); };
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What commands have in common on the command line.  Options of one command alone stand in its
+// own file.
+
+#include <string>
+#include <vector>
+
+struct CommonOptions {
+    std::vector<std::string> paths;  // FILE...: files, directories, "-" for standard input
+    bool strict = false;
+    bool log = false;
+};

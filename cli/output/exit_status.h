@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The program's exit statuses; of several, the highest stands.  The man page lists them
+// (pages/man.cpp).
+enum ExitStatus {
+    kDone = 0,
+    kFailed = 1,    // a file could not be read or done, or the output not written
+    kBadUsage = 2,  // wrong arguments
+};
