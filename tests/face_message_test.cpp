@@ -217,6 +217,33 @@ TEST(FaceMessage, MessagesInside) {
         EXPECT_FALSE(m.part(path)) << path;
 }
 
+std::string numbersOf(const OpenedParts& parts) {
+    std::string numbers;
+    for (const OpenedPart& at : parts) {
+        numbers += std::string(at.depth, '.') + at.number + " ";
+        EXPECT_TRUE(at.number.empty() || parts.find(at.number)->part == at.part) << at.number;
+    }
+    return numbers;
+}
+
+TEST(FaceMessage, MessagesInsideAreOpened) {
+    const std::string inner = multi("mixed", {plain("a"), plain("b")}), leaf1 = plain("c");
+    const std::string global = leaf("Content-Type: message/global", leaf1);
+    const Message m =
+        parsed(multi("mixed", {leaf("Content-Type: message/rfc822", inner), global,
+                               leaf("Content-Type: message/rfc822", "\0\1"),
+                               multi("digest", {"\r\n" + leaf1, plain("no message")})}));
+    EXPECT_EQ(numbersOf(OpenedParts::of(m).value()),
+              " .1 .. ...1.1 ...1.2 .2 ..2.1 .3 .4 ..4.1 ...4.1.1 ..4.2 ");
+    EXPECT_EQ(numbersOf(OpenedParts::of(m, Nested::closed).value()), " .1 .2 .3 .4 ..4.1 ..4.2 ");
+    const Message alone = parsed(leaf("Content-Type: message/rfc822", inner));
+    EXPECT_EQ(numbersOf(OpenedParts::of(alone).value()), " . ..1.1 ..1.2 ");
+
+    std::string deep = leaf1;
+    for (int i = 0; i < 1000; ++i) deep.insert(0, "Content-Type: message/rfc822\r\n\r\n");
+    EXPECT_LE(OpenedParts::of(parsed(deep)).value().size(), 33u);
+}
+
 TEST(FaceMessage, FindsByContentId) {
     const Message m =
         parsed(multi("related", {html("H"), file("image/png", "|Content-ID: <a%b@x>")}));

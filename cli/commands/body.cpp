@@ -2,28 +2,28 @@
 // Command `body`: a decoded part by its number, or the text a reader wants.
 
 #include <algorithm>
+#include <optional>
 
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
-#include "cli/message/nodes.h"
 
 namespace {
 
 struct BodyOptions {
-    bool byPart = false;
-    std::string part;  // "1.2"; empty for the root
+    std::optional<std::string> part;  // "1.2"; empty for the root
     bool html = false;
     bool text = false;
 };
 
-ExitStatus show(const MimeMessage2* part, Output& out) {
-    out.writeContent(view(part->getMimeBodyDb()));
+ExitStatus show(const MimeMessage2& part, Output& out) {
+    out.writeContent(view(part.getMimeBodyDb()));
     return kDone;
 }
 
 ExitStatus showPart(const InputMessage& message, const std::string& number, Output& out) {
-    if (const MimeMessage2* part = findPart(message.root, number)) return show(part, out);
+    const mimetree::OpenedParts parts = message.opened();
+    if (const mimetree::OpenedPart* at = parts.find(number)) return show(at->part.node(), out);
     out.error("no part " + number + " in " + message.name);
     return kBadUsage;
 }
@@ -44,13 +44,13 @@ ExitStatus showText(const InputMessage& message, mimetree::TextKind form, Output
 
 ExitStatus showBest(const InputMessage& message, Output& out) {
     const std::string_view text = message.mail.text(), html = message.mail.html();
-    if (text.empty() && html.empty()) return show(&message.root, out);
+    if (text.empty() && html.empty()) return show(message.root, out);
     out.writeContent(text.empty() ? html : text);
     return kDone;
 }
 
 ExitStatus showBody(const InputMessage& message, const BodyOptions& options, Output& out) {
-    if (options.byPart) return showPart(message, options.part, out);
+    if (options.part) return showPart(message, *options.part, out);
     if (options.html) return showText(message, mimetree::TextKind::html, out);
     if (options.text) return showText(message, mimetree::TextKind::plain, out);
     return showBest(message, out);
@@ -61,14 +61,8 @@ ExitStatus showBody(const InputMessage& message, const BodyOptions& options, Out
 Run addBody(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<BodyOptions>();
     addMessages(app, common);
-    CLI::Option* part = app.add_option("--part", options->part, "the part with this number")
-                            ->type_name("N.N")
-                            ->each([options](const std::string&) { options->byPart = true; })
-                            ->check([](const std::string& number) {
-                                return isPartNumber(number)
-                                           ? std::string()
-                                           : "\"" + number + "\" is no part number";
-                            });
+    addClosed(app, common);
+    CLI::Option* part = addPart(app, options->part, "the part with this number");
     CLI::Option* html = app.add_flag("--html", options->html, "the first HTML text");
     CLI::Option* text = app.add_flag("--text", options->text, "the first plain text");
     part->excludes(html)->excludes(text);

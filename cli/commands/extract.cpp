@@ -11,6 +11,8 @@
 #include "cli/message/json_document.h"
 #include "face/files/folder.h"
 
+using mimetree::OpenedPart;
+using mimetree::OpenedParts;
 using mimetree::Part;
 using mimetree::inner::Folder;
 
@@ -35,49 +37,50 @@ bool isWanted(const Part& part, const ExtractOptions& options) {
 
 class Extractor {
 public:
-    Extractor(const InputMessage& message, const ExtractOptions& options, Folder& folder)
-        : m_message(message), m_options(options), m_folder(folder) {
-        if (const std::optional<mimetree::Date> date = message.mail.date()) m_date = date->time;
-    }
+    Extractor(const InputMessage& message, const ExtractOptions& options, Folder& folder,
+              Output& out)
+        : m_message(message), m_options(options), m_folder(folder), m_out(out) {}
 
-    ExitStatus run(Output& out) {
-        if (m_options.json) out.write("{\"path\":" + jsonText(m_message.name) + ",\"files\":[");
-        for (const Part& part : m_message.mail.parts())
-            if (out.good() && part.children().empty() && isWanted(part, m_options)) save(part, out);
-        if (m_options.json) out.write("]}\n");
+    // A message within the message is a file, and so are those that are attached to it.
+    ExitStatus run(const OpenedParts& parts) {
+        if (m_options.json) m_out.write("{\"path\":" + jsonText(m_message.name) + ",\"files\":[");
+        for (const OpenedPart& at : parts)
+            if (m_out.good() && at.part.children().empty() && isWanted(at.part, m_options))
+                save(at);
+        if (m_options.json) m_out.write("]}\n");
         return m_status;
     }
 
 private:
-    void save(const Part& part, Output& out) {
-        const mimetree::Result<std::string> bytes = part.file_bytes();
-        std::string name(part.name());
-        const int error = bytes ? m_folder.save(name, *bytes, m_date) : ENOMEM;
+    void save(const OpenedPart& at) {
+        const mimetree::Result<std::string> bytes = at.part.file_bytes();
+        std::string name(at.part.name());
+        const int error = bytes ? m_folder.save(name, *bytes, dateOf(*at.message)) : ENOMEM;
         const std::string& directory = m_options.directory;
         const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
         if (error) {
-            out.error(path, std::strerror(error));
+            m_out.error(path, std::strerror(error));
             m_status = kFailed;
         } else if (m_options.json) {
-            out.write(std::exchange(m_separator, ",") + jsonText({{"part", jsonPartNumber(part)},
-                                                                  {"contentType", part.type()},
-                                                                  {"path", path},
-                                                                  {"size", bytes->size()}}));
+            m_out.write(std::exchange(m_separator, ",") + jsonText({{"part", jsonPartNumber(at)},
+                                                                    {"contentType", at.part.type()},
+                                                                    {"path", path},
+                                                                    {"size", bytes->size()}}));
         } else {
-            out.write(oneLine(path) + "  " + std::to_string(bytes->size()) +
-                      (bytes->size() == 1 ? " byte\n" : " bytes\n"));
+            m_out.write(oneLine(path) + "  " + std::to_string(bytes->size()) +
+                        (bytes->size() == 1 ? " byte\n" : " bytes\n"));
         }
     }
 
-    static Json jsonPartNumber(const Part& part) {
-        if (part.path().empty() && part.depth() > 0) return nullptr;
-        return part.path();
+    static std::optional<std::chrono::sys_seconds> dateOf(const mimetree::Message& message) {
+        const std::optional<mimetree::Date> date = message.date();
+        return date ? std::optional(date->time) : std::nullopt;
     }
 
     const InputMessage& m_message;
     const ExtractOptions& m_options;
     Folder& m_folder;
-    std::optional<std::chrono::sys_seconds> m_date;
+    Output& m_out;
     const char* m_separator = "";  // in front of the next file in JSON
     ExitStatus m_status = kDone;
 };
@@ -90,7 +93,10 @@ ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, O
     }
     return forEachMessageInTurn(
         common, out, Heading::None, [&](const InputMessage& message, Output&) -> InTurn {
-            return [&](Output& to) { return Extractor(message, options, folder).run(to); };
+            const auto parts = std::make_shared<const OpenedParts>(message.opened());
+            return [&, parts](Output& to) {
+                return Extractor(message, options, folder, to).run(*parts);
+            };
         });
 }
 
@@ -99,6 +105,7 @@ ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, O
 Run addExtract(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<ExtractOptions>();
     addMessages(app, common);
+    addClosed(app, common);
     app.add_option("-o,--output", options->directory, "the directory, made when missing")
         ->required()
         ->type_name("DIR");
@@ -107,7 +114,9 @@ Run addExtract(CLI::App& app, CommonOptions& common) {
     app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.footer(
         "Parts count as attachments that say so, that are no text, or that have a file name and\n"
-        "are not the message's own text.  A part goes to one file in DIR, never elsewhere, over\n"
+        "are not the message's own text; so do messages within the message, and what is attached "
+        "to\n"
+        "those.  A part goes to one file in DIR, never elsewhere, over\n"
         "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
         "Text keeps its charset, and files have the date of the message.");
     return [options, &common](Output& out) { return extract(common, *options, out); };

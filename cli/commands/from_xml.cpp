@@ -51,7 +51,8 @@ ExitStatus fromXml(const CommonOptions& common, Output& out) {
         MimeMessage2::createMimeFromXml(xml, "mime_message", /*addPreamble*/ false, log));
     if (!message)
         return failed(
-            path, log.text().empty() ? "no mime_message element with header and body" : log.text(), out);
+            path, log.text().empty() ? "no mime_message element with header and body" : log.text(),
+            out);
     DataBuffer mail;
     message->getMimeTextDb(mail, /*bodyOnly*/ false, log);
     if (mail.failed()) return failed(path, "out of memory", out);

@@ -28,7 +28,8 @@
 //         addMessages(app, common);
 //         app.add_flag("--leaves", options->leaves, "only parts without parts");
 //         return [options, &common](Output& out) {
-//             return forEachMessage(common, out, Heading::Name, [&](const auto& message, Output& to) {
+//             return forEachMessage(common, out, Heading::Name, [&](const auto& message, Output&
+//             to) {
 //                 return showCount(message, *options, to);
 //             });
 //         };

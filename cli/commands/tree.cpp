@@ -8,7 +8,6 @@
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
 #include "cli/message/json_document.h"
-#include "cli/message/nodes.h"
 
 namespace {
 
@@ -23,9 +22,9 @@ void addField(std::string& line, std::string_view field) {
     if (!field.empty()) line += "  " + std::string(field);
 }
 
-std::string indentation(const Node& node) {
-    std::string text(2 * std::min(node.depth, kMaxIndent), ' ');
-    if (node.depth > kMaxIndent) text += "(depth " + std::to_string(node.depth) + ") ";
+std::string indentation(unsigned depth) {
+    std::string text(2 * std::min(depth, kMaxIndent), ' ');
+    if (depth > kMaxIndent) text += "(depth " + std::to_string(depth) + ") ";
     return text;
 }
 
@@ -47,15 +46,14 @@ std::string fileNameOf(const MimeMessage2& message) {
     return name.isEmpty() ? std::string() : '"' + oneLine(view(name)) + '"';
 }
 
-std::string lineOf(const std::vector<Node>& nodes, size_t index, const Output& out) {
-    const MimeMessage2& message = *nodes[index].message;
-    const std::string number = partNumber(nodes, index);
+std::string lineOf(const mimetree::OpenedPart& at, const Output& out) {
+    const MimeMessage2& message = at.part.node();
     const std::string type = oneLine(view(message.getContentType()));
     const std::string charset = oneLine(view(message.getCharset()));
     const std::string disposition = oneLine(view(message.getDisposition()));
 
-    std::string line = indentation(nodes[index]);
-    if (!number.empty()) line += out.coloured(Colour::Dim, number) + " ";
+    std::string line = indentation(at.depth);
+    if (!at.number.empty()) line += out.coloured(Colour::Dim, at.number) + " ";
     line += out.coloured(Colour::Cyan, type.empty() ? "(no type)" : type);
     addField(line, charset.empty() ? charset : "charset=" + charset);
     addField(line, oneLine(view(message.getContentEncoding())));
@@ -67,8 +65,8 @@ std::string lineOf(const std::vector<Node>& nodes, size_t index, const Output& o
 
 ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Output& out) {
     if (options.json) return showJson(message, out);
-    const std::vector<Node> nodes = nodesOf(message.root);
-    for (size_t i = 0; i < nodes.size() && out.good(); ++i) out.write(lineOf(nodes, i, out));
+    const mimetree::OpenedParts parts = message.opened();
+    for (const mimetree::OpenedPart& at : parts) out.write(lineOf(at, out));
     return kDone;
 }
 
@@ -77,12 +75,15 @@ ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Out
 Run addTree(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<TreeOptions>();
     addMessages(app, common);
+    addClosed(app, common);
     app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.footer(
         "JSON: \"nodes\" is a flat list, each node before its children.  \"depth\" counts from\n"
         "0 at the root, \"parent\" is an index into the list (null at the root), and \"part\" is\n"
         "the number that body --part takes: \"\" at the root, \"1.2\" for the second child of its\n"
-        "first child, null below depth 32.");
+        "first child, null below depth 32 and for a multipart that is the whole of a message "
+        "within\n"
+        "another.");
     return [options, &common](Output& out) {
         const Heading heading = options->json ? Heading::None : Heading::Name;
         return forEachMessage(common, out, heading, [&](const auto& message, Output& to) {

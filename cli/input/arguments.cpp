@@ -2,6 +2,8 @@
 
 #include "cli/input/arguments.h"
 
+#include <algorithm>
+
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqCharset.h"
 
@@ -18,6 +20,19 @@ std::string notAKnownCharset(const std::string& name) {
     return isKnown ? std::string() : "no charset \"" + name + "\"";
 }
 
+// "1", "1.2" and so on, and "" for the whole.
+std::string notAPartNumber(const std::string& text) {
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
+        if (digits == 0 || digits + 1 == rest.size() || rest.front() == '0' ||
+            (digits < rest.size() && rest[digits] != '.'))
+            return "\"" + text + "\" is no part number";
+        rest.remove_prefix(std::min(digits + 1, rest.size()));
+    }
+    return {};
+}
+
 }  // namespace
 
 void addMessages(CLI::App& app, CommonOptions& common) {
@@ -26,6 +41,14 @@ void addMessages(CLI::App& app, CommonOptions& common) {
 
 void addFile(CLI::App& app, CommonOptions& common, const char* what) {
     addFiles(app, common, what)->expected(1);
+}
+
+void addClosed(CLI::App& app, CommonOptions& common) {
+    app.add_flag("--closed", common.closed, "do not look into messages within messages");
+}
+
+CLI::Option* addPart(CLI::App& app, std::optional<std::string>& part, const char* what) {
+    return app.add_option("--part", part, what)->type_name("N.N")->check(notAPartNumber);
 }
 
 void addCharset(CLI::App& app, std::string& charset, const char* what) {

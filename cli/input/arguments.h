@@ -4,6 +4,7 @@
 // Arguments that several commands take.
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "cli/input/options.h"
@@ -13,5 +14,11 @@ void addMessages(CLI::App& app, CommonOptions& common);
 
 // One FILE.
 void addFile(CLI::App& app, CommonOptions& common, const char* what);
+
+// --closed, for commands that look into messages within messages.
+void addClosed(CLI::App& app, CommonOptions& common);
+
+// The number of a part, as tree shows it.
+CLI::Option* addPart(CLI::App& app, std::optional<std::string>& part, const char* what);
 
 void addCharset(CLI::App& app, std::string& charset, const char* what);

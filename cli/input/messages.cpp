@@ -43,7 +43,8 @@ private:
         const auto mail = mimetree::Message::adopt(root->release());
         if (!mail) return fail(raw.name, mail.error().message());
         if (raw.isOneOfSeveral && m_heading == Heading::Name) writeHeading(raw.name);
-        const InTurn inTurn = m_prepare({raw.name, raw.bytes, *mail, mail->node(), *log}, m_out);
+        const InTurn inTurn =
+            m_prepare({raw.name, raw.bytes, *mail, mail->node(), *log, m_common.nested()}, m_out);
         m_status = std::max(m_status, inTurn(m_out));
     }
 
@@ -67,6 +68,12 @@ private:
 };
 
 }  // namespace
+
+mimetree::OpenedParts InputMessage::opened() const {
+    auto parts = mimetree::OpenedParts::of(mail, nested);
+    if (!parts) throw std::bad_alloc();
+    return *std::move(parts);
+}
 
 ExitStatus forEachMessage(const CommonOptions& common, Output& out, Heading heading,
                           const ShowMessage& show) {

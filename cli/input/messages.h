@@ -11,14 +11,18 @@
 #include "cli/input/options.h"
 #include "cli/output/output.h"
 #include "mime/MimeMessage2.h"
-#include "mimetree/message.hpp"
+#include "mimetree/opened.hpp"
 
 struct InputMessage {
-    std::string name;                // as it is accepted as FILE again
-    std::string_view bytes;          // as read
+    std::string name;        // as it is accepted as FILE again
+    std::string_view bytes;  // as read
     const mimetree::Message& mail;
     MimeMessage2& root;  // of the mail
     LogBase& log;
+    mimetree::Nested nested;
+
+    // All parts, those of messages within the message too unless --closed was given.
+    mimetree::OpenedParts opened() const;
 };
 
 // A command's work on one message, in any thread.

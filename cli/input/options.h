@@ -7,8 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "mimetree/opened.hpp"
+
 struct CommonOptions {
     std::vector<std::string> paths;  // FILE...: files, directories, "-" for standard input
     bool strict = false;
     bool log = false;
+    bool closed = false;
+
+    mimetree::Nested nested() const {
+        return closed ? mimetree::Nested::closed : mimetree::Nested::opened;
+    }
 };

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What `tree --json` prints: what the tree shows and more, as one document a message.  The nodes stand in
-// a flat list with their depth and parent, since a writer of nested JSON recurses, and a
+// What `tree --json` prints: what the tree shows and more, as one document a message.  The nodes
+// stand in a flat list with their depth and parent, since a writer of nested JSON recurses, and a
 // message may nest deeper than the call stack goes.
 
 #include "cli/message/json_document.h"
 
-#include "cli/message/nodes.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
 
@@ -18,22 +17,16 @@ constexpr const char* kAddressFields[] = {"From",      "Sender",    "Reply-To", 
                                           "Cc",        "Bcc",       "Resent-From", "Resent-Sender",
                                           "Resent-To", "Resent-Cc", "Resent-Bcc"};
 
-Json partOf(const std::vector<Node>& nodes, size_t index) {
-    if (nodes[index].depth > kMaxNumberedDepth) return nullptr;
-    return partNumber(nodes, index);
-}
-
-Json factsOf(const InputMessage& message, const std::vector<Node>& nodes, size_t index) {
-    const Node& node = nodes[index];
-    const MimeMessage2& mime = *node.message;
+Json factsOf(const InputMessage& message, const mimetree::OpenedPart& at) {
+    const MimeMessage2& mime = at.part.node();
     StringBuffer filename, contentId;
     mime.getMimeFilename(filename);
     mime.getContentId(contentId);
     return {
-        {"part", partOf(nodes, index)},
-        {"depth", node.depth},
-        {"parent", node.parent < 0 ? Json(nullptr) : Json(node.parent)},
-        {"children", mime.getNumParts()},
+        {"part", jsonPartNumber(at)},
+        {"depth", at.depth},
+        {"parent", at.parent ? Json(*at.parent) : Json(nullptr)},
+        {"children", at.is_opened ? 1 : mime.getNumParts()},
         {"contentType", view(mime.getContentType())},
         {"name", view(mime.m_contentType.m_name)},
         {"charset", view(mime.getCharset())},
@@ -55,16 +48,16 @@ public:
     JsonWriter(const InputMessage& message, Output& out) : m_message(message), m_out(out) {}
 
     void writeMessage() {
-        const std::vector<Node> nodes = nodesOf(m_message.root);
+        const mimetree::OpenedParts parts = m_message.opened();
         writeOpen({{"path", m_message.name},
                    {"signed", m_message.root.containsSignedParts(m_message.log)},
                    {"encrypted", m_message.root.containsEncryptedParts(m_message.log)}});
         m_out.write(",\"nodes\":[");
-        for (size_t i = 0; i < nodes.size() && m_out.good(); ++i) {
-            if (i > 0) m_out.write(",");
-            writeOpen(factsOf(m_message, nodes, i));
-            writeHeaders(*nodes[i].message);
-            writeAddresses(*nodes[i].message);
+        for (const mimetree::OpenedPart& at : parts) {
+            if (at.parent) m_out.write(",");
+            writeOpen(factsOf(m_message, at));
+            writeHeaders(at.part.node());
+            writeAddresses(at.part.node());
             m_out.write("}");
         }
         m_out.write("]}\n");
@@ -127,6 +120,10 @@ private:
 std::string jsonText(const nlohmann::ordered_json& value) {
     constexpr int kOneLine = -1;
     return value.dump(kOneLine, ' ', /*ensure_ascii*/ true, Json::error_handler_t::replace);
+}
+
+Json jsonPartNumber(const mimetree::OpenedPart& at) {
+    return at.parent && at.number.empty() ? Json(nullptr) : Json(at.number);
 }
 
 ExitStatus showJson(const InputMessage& message, Output& out) {

@@ -9,5 +9,8 @@
 // A value on one line, in ASCII.
 std::string jsonText(const nlohmann::ordered_json& value);
 
+// The number of a part; null where it has none.
+nlohmann::ordered_json jsonPartNumber(const mimetree::OpenedPart& at);
+
 // One line: the message as a JSON document.
 ExitStatus showJson(const InputMessage& message, Output& out);

@@ -1,24 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Walks a message by a list of its own instead of the call stack, which a message nested
-// without end would exhaust.  Every command that looks at parts starts here.
+// without end would exhaust: for commands that work on the engine's nodes.
 
 #include "cli/message/nodes.h"
-
-#include <charconv>
-
-namespace {
-
-// Takes the first number off `text`, with the dot behind it; 0 when there is none.
-int takeNumber(std::string_view& text) {
-    int number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || (stop != end && (*stop != '.' || stop + 1 == end))) return 0;
-    text.remove_prefix(static_cast<size_t>(stop - text.data()) + (stop != end));
-    return number > 0 ? number : 0;
-}
-
-}  // namespace
 
 std::vector<Node> nodesOf(MimeMessage2& root) {
     std::vector<Node> nodes, todo{{&root, -1, 0, 0}};
@@ -43,16 +27,4 @@ std::string partNumber(const std::vector<Node>& nodes, size_t index) {
         text.insert(0, std::to_string(node->number));
     }
     return text;
-}
-
-bool isPartNumber(std::string_view text) {
-    while (!text.empty())
-        if (takeNumber(text) == 0) return false;
-    return true;
-}
-
-MimeMessage2* findPart(MimeMessage2& root, std::string_view number) {
-    MimeMessage2* at = &root;
-    while (at && !number.empty()) at = at->getPart(takeNumber(number) - 1);
-    return at;
 }

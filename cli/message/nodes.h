@@ -5,7 +5,6 @@
 // of the root's first child, and the root has none.
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "mime/MimeMessage2.h"
@@ -26,9 +25,3 @@ std::vector<Node> nodesOf(MimeMessage2& root);
 
 // Empty for the root and for nodes deeper than kMaxNumberedDepth.
 std::string partNumber(const std::vector<Node>& nodes, size_t index);
-
-// True for "1", "1.2" and so on, and for "" (the root).
-bool isPartNumber(std::string_view text);
-
-// Null when the message has no such part.
-MimeMessage2* findPart(MimeMessage2& root, std::string_view number);

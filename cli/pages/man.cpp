@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // mimetree.1, in the macros that man(7) has everywhere.
 
-#include <algorithm>
 #include <mimetree/version.h>
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
@@ -38,8 +38,9 @@ std::string optionText(const OptionRow& option) {
     for (const std::string& name : option.names) names.push_back(bold(name));
     std::string text = ".TP\n" + joined(names, ", ");
     if (!option.value.empty()) text += " \\fI" + roff(option.value) + "\\fR";
-    text += "\n" + filled(option.choices.empty() ? option.what
-                                                : option.what + ": " + joined(option.choices, ", "));
+    text +=
+        "\n" + filled(option.choices.empty() ? option.what
+                                             : option.what + ": " + joined(option.choices, ", "));
     return text + "\n";
 }
 
@@ -57,8 +58,10 @@ bool isCommon(const OptionRow& option, const Page& page) {
 }
 
 std::string commandText(const CommandRow& command, const Page& page) {
-    std::string text = ".SS " + roff("mimetree " + command.name + " [OPTION]... " +
-                                     (command.files.empty() ? "" : command.arguments)) + "\n";
+    std::string text = ".SS " +
+                       roff("mimetree " + command.name + " [OPTION]... " +
+                            (command.files.empty() ? "" : command.arguments)) +
+                       "\n";
     text = replaced(text, " \n", "\n") + filled(command.summary) + ".\n";
     if (!command.files.empty()) text += ".TP\n\\fIFILE\\fR\n" + filled(command.files) + "\n";
     for (const OptionRow& option : command.options)

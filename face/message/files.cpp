@@ -15,6 +15,7 @@ namespace {
 namespace codepage = inner::codepage;
 
 std::string_view extensionFor(std::string_view type) {
+    if (type == "message/global") return "eml";
     for (int i = 0; *zqMimeContentType(i + 1); i += 2)
         if (zqMimeContentType(i) == type) return zqMimeContentType(i + 1);
     return type.starts_with("text/") ? "txt" : "bin";

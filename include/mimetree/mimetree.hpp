@@ -2,9 +2,11 @@
 #pragma once
 
 // mimetree for C++20, all of it: Message (read, ask, change, write), Builder (make), Mbox and
-// Maildir (archives), and the Result and Error that they answer with.
+// Maildir (archives), OpenedParts (messages in messages), and the
+// Result and Error that they answer with.
 
 #include "mimetree/builder.hpp"  // IWYU pragma: export
 #include "mimetree/mailbox.hpp"  // IWYU pragma: export
 #include "mimetree/message.hpp"  // IWYU pragma: export
+#include "mimetree/opened.hpp"   // IWYU pragma: export
 #include "mimetree/result.hpp"   // IWYU pragma: export

@@ -181,7 +181,7 @@ ok "charset: what cannot hold it becomes utf-8" is "$(leaves | grep -c 'charset=
 ok "charset: and is told" lines 4 err
 
 converted mail --remove-attachments
-ok "remove-attachments" is "$("$tool" tree out | wc -l)" 5
+ok "remove-attachments" is "$("$tool" tree --closed out | wc -l)" 5
 converted mail --only 'text/*'
 ok "only: a pattern" is "$("$tool" tree out | grep -c '^  [0-9] text/')" 4
 converted mail --only TEXT/html image/png

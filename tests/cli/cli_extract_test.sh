@@ -177,7 +177,7 @@ ok "kinds: what is no text as it came" cmp kinds-out/raw.json <(printf '\xc3\xa4
 ok "kinds: bytes" cmp kinds-out/part-8.png <(printf '\0\1\2\3')
 ok "kinds: a message whole" has "Subject: inner" kinds-out/part-6.eml
 ok "kinds: an old date" is "$(stat -c %Y kinds-out/notes)" 0
-run extract --all -o all-out kinds
+run extract --all --closed -o all-out kinds
 ok "all: every leaf" is "$(ls all-out | wc -l)" 10
 ok "all: the text in its charset" cmp all-out/body.txt <(printf 'Gr\xfc\xdfe')
 printf 'Content-Type: application/pdf\n\nx' >one
