@@ -68,6 +68,9 @@ public:
     // Makes room for exactly `n` bytes in all (never less than there are).
     bool reserve(unsigned int n);
 
+    // How many bytes can be appended before the storage has to grow.
+    unsigned int spare() const { return m_capacity > m_size ? m_capacity - m_size : 0; }
+
     // Grows by `n` bytes for the caller to write, and gives where they start; null when
     // refused.  What is not needed is taken back with shorten().
     unsigned char* extend(unsigned int n);

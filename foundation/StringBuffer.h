@@ -139,6 +139,9 @@ public:
     bool convertEncoding(int fromCodePage, int toCodePage, LogBase& log);
     bool cvUtf8ToAnsi();  // UTF-8 to windows-1252
 
+    // How many bytes can be appended before the storage has to grow.
+    unsigned int spare() const { return capacity() - m_size; }
+
     // Replaces RFC 2047 encoded words by their text in UTF-8.
     bool qbDecode(LogBase& log);
 

@@ -64,10 +64,14 @@ bool appendBase64(const void* data, unsigned int size, Buffer& out) {
     return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
 }
 
+// Where there is room for whatever comes, nobody needs to look at it twice.
 template <class Buffer>
 bool appendQuotedPrintable(const void* data, unsigned int size, Buffer& out) {
-    const uint64_t bound =
-        !data ? 0 : quoted_printable::encodedBound(static_cast<const unsigned char*>(data), size);
+    if (!data) return true;
+    const uint64_t most = quoted_printable::mostEncoded(size);
+    const uint64_t bound = out.spare() >= most ? most
+                                               : quoted_printable::encodedBound(
+                                                     static_cast<const unsigned char*>(data), size);
     return appendEncoded(data, size, bound, out, quoted_printable::encode);
 }
 

@@ -241,10 +241,13 @@ size_t countEscapes(const char* p, size_t n) { return kCountEscapes.now()(p, n);
 // A line that ends in a soft break holds 73 characters or more, of which at most 2 come from
 // an escape for its place; 3 are the break itself.  The other escapes for a place come once
 // in a line of the input: CR and LF are counted as escapes, which leaves 4 for them.
+static uint64_t boundOf(uint64_t chars) { return chars + (chars / 71 + 1) * 5 + 4 + kSlack; }
+
 uint64_t encodedBound(const unsigned char* data, size_t n) {
-    const uint64_t chars = n + 2 * uint64_t{countEscapes(reinterpret_cast<const char*>(data), n)};
-    return chars + (chars / 71 + 1) * 5 + 4 + kSlack;
+    return boundOf(n + 2 * uint64_t{countEscapes(reinterpret_cast<const char*>(data), n)});
 }
+
+uint64_t mostEncoded(uint64_t n) { return boundOf(3 * n); }
 
 char* encode(const unsigned char* data, size_t n, char* out) { return kEncode.now()(data, n, out); }
 

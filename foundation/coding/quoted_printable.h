@@ -16,6 +16,9 @@ size_t countEscapes(const char* p, size_t n);
 // Room that encode() wants for these bytes; seldom more than a tenth above what it writes.
 uint64_t encodedBound(const unsigned char* data, size_t n);
 
+// The same for any n bytes.
+uint64_t mostEncoded(uint64_t n);
+
 // Both give the end of what was written; bytes of `out` behind that may have been used.
 char* encode(const unsigned char* data, size_t n, char* out);
 

@@ -8,6 +8,7 @@
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/coding/base64.h"
+#include "foundation/coding/quoted_printable.h"
 #include "foundation/header/HeaderParams.h"
 #include "mime/node/internal.h"
 
@@ -16,18 +17,21 @@ using namespace mimetree::inner;
 namespace {
 
 // About as many bytes as the tree takes, so that the output grows once.  A guess: text may turn
-// out longer in its charset or as quoted-printable.
+// out longer in its charset or as quoted-printable.  Room for the worst of a short text spares its
+// coder a look at how long it gets.
 uint64_t likelySize(const MimeMessage2& root) {
-    constexpr unsigned kDelimiterAndBreaks = 80;
+    constexpr unsigned kDelimiterAndBreaks = 80, kShort = 0x8000;
     TreeWalk walk(root);
-    uint64_t size = 0;
+    uint64_t size = 0, longest = 0;
     for (const MimeMessage2* node = &root; node; node = walk.next()) {
         const uint64_t body = node->m_mimeBody.getSize();
-        const bool isBase64 = node->m_contentTransferEncoding.getSize() == 6;
+        const unsigned coding = node->m_contentTransferEncoding.getSize();
         size += node->m_mimeHeader.textSize() + kDelimiterAndBreaks;
-        size += isBase64 ? base64::encodedSize(body) : body + body / 8;
+        size += coding == std::strlen("base64") ? base64::encodedSize(body) : body + body / 8;
+        if (coding == std::strlen("quoted-printable") && body > longest && body <= kShort)
+            longest = body;
     }
-    return size;
+    return size + (longest ? quoted_printable::mostEncoded(longest) : 0);
 }
 
 void reserveFor(const MimeMessage2& root, DataBuffer& out) {
