@@ -87,7 +87,7 @@ check-all:
 	build/release/fuzz/linear 1800
 
 packages:
-	@cmake/install-packages.sh build
+	@cmake/install-packages.sh build || echo "going on without: what needs it is skipped"
 
 clean:
 	rm -rf build
