@@ -4,7 +4,8 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test bench stress peers fuzz coverage equality check-all packages clean
+.PHONY: build run test amalgamate package portable bench stress docs peers fuzz coverage equality \
+    check-all packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -23,13 +24,11 @@ test: build
 	ctest --preset release
 
 # The library as two files, mimetree.h and mimetree.cpp: g++ -std=c++20 -O2 -c mimetree.cpp
-.PHONY: amalgamate
-amalgamate:
+amalgamate: packages
 	python3 packaging/amalgamate.py build/amalgamation
 
 # Debian packages and a .tar.gz, checked by lintian, in build/package; then installed and used in a
 # fresh root, and the other systems' recipes tried.
-.PHONY: package
 package:
 	@cmake/install-packages.sh build package
 	packaging/debian/build.sh . build/package
@@ -37,7 +36,6 @@ package:
 	packaging/try/recipes.sh . build/recipes
 
 # The library and its tests on other machines, in emulators: aarch64, s390x, i386, libc++, gcc, mingw.
-.PHONY: portable
 portable:
 	@cmake/install-packages.sh build portable
 	packaging/portable.sh . build/portable $(PORTABLE)
@@ -48,11 +46,10 @@ bench: peers
 
 # Attacks it beside the same libraries; writes docs/robustness.md.
 stress: peers
-	python3 fuzz/stress.py build/bench docs
+	python3 bench/stress.py build/bench docs
 
 # The documentation as a site, build/docs/index.html; no public name of the face and of the C
 # interface is without a word.
-.PHONY: docs
 docs:
 	@cmake/install-packages.sh docs
 	docs/site/build.sh
@@ -71,10 +68,11 @@ fuzz:
 
 # Tells which lines of the engine the fuzz targets reach.
 coverage:
-	@cmake/install-packages.sh build ci fuzz
+	@cmake/install-packages.sh build fuzz
 	fuzz/coverage.sh
 
-# Compares what this engine makes of half a million mails with what that of COMMIT does.
+# Compares what this engine makes of half a million mails, and of those in FOLDERS, with what that of
+# COMMIT does (the last release).
 COMMIT ?= $(shell git describe --tags --abbrev=0)
 equality: packages
 	fuzz/equality.sh $(COMMIT) $(FOLDERS)

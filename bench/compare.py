@@ -14,15 +14,14 @@ import datetime
 import json
 import os
 import pathlib
-import platform
 import statistics
 import subprocess
 import sys
 
+from libraries import COLOURS, OURS, PEERS, processor, program, there
+
 ROUNDS = 3 if os.environ.get("QUICK") else int(os.environ.get("ROUNDS", "7"))
 CORE = os.environ.get("CORE", str((os.cpu_count() or 1) - 1))
-OURS = "mimetree"
-PEERS = ["gmime", "mimetic", "libetpan", "vmime", "python"]
 # Without these, rates jump with the sizes of blocks freed before (malloc gives them back to the
 # kernel, and large ones always), and with the distance of source and target ("rep movsb").
 STEADY = {
@@ -45,7 +44,7 @@ a loaded tree back."""
 
 class Bench:
     def __init__(self, build):
-        self.build = pathlib.Path(build) / "bench"
+        self.root, self.build = build, pathlib.Path(build) / "bench"
         self.mails = self.build / "mails"
         self.rates = collections.defaultdict(lambda: collections.defaultdict(list))
 
@@ -57,12 +56,10 @@ class Bench:
         return done
 
     def program(self, name):
-        if name == "python":
-            return [sys.executable, pathlib.Path(__file__).parent / "peers" / "python_email.py"]
-        return [self.build / "peers" / ("peer_" + name)]
+        return program(self.root, name)
 
     def libraries(self):
-        return [n for n in [OURS, *PEERS] if pathlib.Path(self.program(n)[-1]).exists()]
+        return there(self.root)
 
     def measure(self):
         subprocess.run([self.build / "write_workloads", self.mails], check=True)
@@ -169,9 +166,7 @@ def bar_chart(title, groups, colours):
             % (left + width + 150, y, left, title, "\n".join(parts)))
 
 
-COLOURS = {OURS: "#1f6feb", "gmime": "#8b949e", "mimetic": "#b08800", "libetpan": "#57ab5a",
-           "vmime": "#e0823d", "python": "#986ee2", "iconv": "#8b949e", "icu": "#57ab5a",
-           "glib": "#b08800", "modpbase64": "#e0823d"}
+CODER_COLOURS = {**COLOURS, "iconv": "#8b949e", "icu": "#57ab5a", "glib": "#b08800", "modpbase64": "#e0823d"}
 
 
 def chart_groups(bench, work, names, label):
@@ -180,13 +175,6 @@ def chart_groups(bench, work, names, label):
         rates = bench.median((work, name))
         others = [(n, r) for n, r in rates.items() if n != OURS and (n, work, name) not in LESS]
         yield label(name), [(OURS, rates[OURS])] + sorted(others, key=lambda item: -item[1])[:3]
-
-
-def processor():
-    for line in open("/proc/cpuinfo"):
-        if line.startswith("model name"):
-            return line.split(":")[1].strip()
-    return platform.machine()
 
 
 def page(bench, loads, writes, codecs, memory, growth, allocations):
@@ -234,7 +222,7 @@ def main(build, docs):
     (docs / "benchmarks-load.svg").write_text(bar_chart(
         "Loading, MB/s", list(chart_groups(bench, "load", loads, bench.what)), COLOURS))
     (docs / "benchmarks-coders.svg").write_text(bar_chart(
-        "Coders and charsets, MB/s of input", list(chart_groups(bench, "codec", codecs, str)), COLOURS))
+        "Coders and charsets, MB/s of input", list(chart_groups(bench, "codec", codecs, str)), CODER_COLOURS))
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
 # The programs of examples/, or of examples/c, do what they say.
-# usage: c_examples_test.sh DIRECTORY_OF_PROGRAMS
+# usage: examples_test.sh DIRECTORY_OF_PROGRAMS
 set -euo pipefail
 programs=$1
 work=$(mktemp -d)

@@ -13,17 +13,16 @@ import collections
 import datetime
 import os
 import pathlib
-import platform
 import resource
 import subprocess
 import sys
 import tempfile
 import time
 
+from libraries import COLOURS, OURS, processor, program, there
+
 LIMIT = int(os.environ.get("LIMIT", "20"))
 SIZES = [256_000, 512_000, 1_024_000]
-OURS = "mimetree"
-PEERS = ["gmime", "mimetic", "libetpan", "vmime", "python"]
 MULTIPART = 'Content-Type: multipart/mixed; boundary="%s"\r\n\r\n'
 
 
@@ -95,12 +94,6 @@ PLOTTED = ["parts nested in parts, never closed", "dashes below a nest", "quotes
 Run = collections.namedtuple("Run", "outcome seconds memory")
 
 
-def program(build, library):
-    if library == "python":
-        return [sys.executable, str(pathlib.Path(__file__).parents[1] / "bench/peers/python_email.py")]
-    return [str(pathlib.Path(build) / "bench" / "peers" / ("peer_" + library))]
-
-
 def limits(library):
     def apply():
         resource.setrlimit(resource.RLIMIT_CPU, (LIMIT, LIMIT + 1))
@@ -158,7 +151,6 @@ def cell(runs):
 def plot(results, libraries):
     """Seconds against size for three attacks, on logarithmic scales. Gives SVG text."""
     import math
-    colours = dict(zip([OURS, *PEERS], ["#1f6feb", "#8b949e", "#b08800", "#57ab5a", "#e0823d", "#986ee2"]))
     parts, left = [], 60
     for name in PLOTTED:
         parts.append('<text x="%d" y="24">%s</text>' % (left, name))
@@ -176,23 +168,16 @@ def plot(results, libraries):
                     break
                 points.append("%d,%.0f" % (left + at * 120,
                                            240 - (math.log10(max(one.seconds, 1e-3)) + 3) * 45))
-                filled = colours[library] if one.outcome == "ok" else "none"
+                filled = COLOURS[library] if one.outcome == "ok" else "none"
                 parts.append('<circle cx="%s" cy="%s" r="3" fill="%s" stroke="%s"/>'
-                             % (*points[-1].split(","), filled, colours[library]))
+                             % (*points[-1].split(","), filled, COLOURS[library]))
             parts.append('<polyline points="%s" fill="none" stroke="%s" stroke-width="2"/>'
-                         % (" ".join(points), colours[library]))
+                         % (" ".join(points), COLOURS[library]))
         left += 330
     for at, library in enumerate(libraries):
-        parts.append('<text x="%d" y="284" style="fill:%s">%s</text>' % (60 + at * 110, colours[library], library))
+        parts.append('<text x="%d" y="284" style="fill:%s">%s</text>' % (60 + at * 110, COLOURS[library], library))
     return ('<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 1010 296" font-family="sans-serif" '
             'font-size="13">\n<style>text{fill:#777}.s{font-size:10px}</style>\n%s\n</svg>\n' % "\n".join(parts))
-
-
-def processor():
-    for line in open("/proc/cpuinfo"):
-        if line.startswith("model name"):
-            return line.split(":")[1].strip()
-    return platform.machine()
 
 
 def page(results, libraries):
@@ -219,7 +204,7 @@ What the engine promises, and which tests stand behind each promise, is in
 
 
 def main(build, docs):
-    libraries = [n for n in [OURS, *PEERS] if pathlib.Path(program(build, n)[-1]).exists()]
+    libraries = there(build)
     results = {}
     with tempfile.TemporaryDirectory() as folder:
         for name, make in ATTACKS.items():
