@@ -5,6 +5,14 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mimetree)
 
+# What a program in C adds for the static library, by pkg-config or in a project of C alone.
+set(cxx_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(FILTER cxx_runtime INCLUDE REGEX "^(std)?c\\+\\+$")
+list(TRANSFORM cxx_runtime PREPEND -l OUTPUT_VARIABLE pc_runtime)
+if(NOT BUILD_SHARED_LIBS)
+    target_link_libraries(mimetree INTERFACE "$<$<LINK_LANGUAGE:C>:${cxx_runtime}>")
+endif()
+
 install(TARGETS mimetree EXPORT mimetreeTargets
     RUNTIME COMPONENT runtime
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT dev
@@ -31,10 +39,6 @@ install(FILES
 # The prefix is found from the place of mimetree.pc itself, so that the tree can be moved.
 file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
-# What a program in C adds for the static library.
-set(pc_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
-list(FILTER pc_runtime INCLUDE REGEX "^(std)?c\\+\\+$")
-list(TRANSFORM pc_runtime PREPEND -l)
 configure_file(cmake/mimetree.pc.in mimetree.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mimetree.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

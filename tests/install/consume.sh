@@ -38,6 +38,12 @@ by_cmake() {  # HOW OPTION...
     "$work/$how-$shared/face_consumer"
 }
 
+in_c_alone() {
+    cmake -G Ninja -S "$consumer/c_alone" -B "$work/c-$shared" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    cmake --build "$work/c-$shared"
+    "$work/c-$shared/consumer"
+}
+
 by_pkg_config() {
     local flags
     flags=$(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs mimetree)
@@ -82,6 +88,7 @@ for shared in OFF ON; do
 
     echo "consumers (shared: $shared)"
     by_cmake find_package -DCMAKE_PREFIX_PATH="$prefix"
+    in_c_alone
     by_pkg_config
     by_cmake add_subdirectory -DMIMETREE_SOURCE_DIR="$source_dir"
     by_cmake FetchContent -DMIMETREE_SOURCE_DIR="$source_dir"
