@@ -5,7 +5,8 @@
 
 #include "mimetree/mimetree.hpp"
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
+    if (argc < 3) return std::cerr << "usage: build_mail PICTURE FILE > mail.eml\n", 1;
     mimetree::Builder mail;
     mail.from("Zo\u00EB M\u00FCller", "zoe@example.org");
     mail.to("\u0395\u03BB\u03AD\u03BD\u03B7 \u03A0\u03B1\u03C0\u03C0\u03AC", "eleni@example.com");

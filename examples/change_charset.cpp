@@ -5,7 +5,8 @@
 
 #include "mimetree/mimetree.hpp"
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
+    if (argc < 3) return std::cerr << "usage: change_charset mail.eml CHARSET > new.eml\n", 1;
     auto mail = mimetree::Message::read(argv[1]);
     if (!mail) return std::cerr << mail.error().message() << '\n', 1;
     if (auto done = mail->set_charset(argv[2]); !done)

@@ -6,7 +6,8 @@
 #include "mimetree/mimetree.h"
 
 int main(int argc, char** argv) {
-    mt_builder* builder = argc > 2 ? mt_builder_new() : NULL;
+    if (argc < 3) return fputs("usage: build_mail PICTURE FILE > mail.eml\n", stderr), 1;
+    mt_builder* builder = mt_builder_new();
     mt_builder_address(builder, MT_FROM, "Zo\u00EB M\u00FCller", "zoe@example.org");
     mt_builder_address(builder, MT_TO, "\u5C71\u7530\u82B1\u5B50", "hanako@example.com");
     mt_builder_subject(builder, "\u5C71\u7530\u82B1\u5B50: the report");

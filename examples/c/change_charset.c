@@ -6,7 +6,8 @@
 #include "mimetree/mimetree.h"
 
 int main(int argc, char** argv) {
-    mt_message* mail = argc > 2 ? mt_message_read(argv[1], 0) : NULL;
+    if (argc < 3) return fputs("usage: change_charset mail.eml CHARSET > new.eml\n", stderr), 1;
+    mt_message* mail = mt_message_read(argv[1], 0);
     size_t size;
     char* bytes = mail && mt_message_set_charset(mail, argv[2]) == MT_OK
                       ? mt_message_write(mail, &size) : NULL;

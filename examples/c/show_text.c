@@ -5,7 +5,7 @@
 #include "mimetree/mimetree.h"
 
 int main(int argc, char** argv) {
-    mt_message* mail = argc > 1 ? mt_message_read(argv[1], 0) : NULL;
+    mt_message* mail = mt_message_read(argc > 1 ? argv[1] : NULL, 0);
     if (!mail) return fprintf(stderr, "%s\n", mt_last_error()), 1;
     fputs(mt_message_text(mail, NULL), stdout);
     mt_message_free(mail);
