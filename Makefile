@@ -77,10 +77,11 @@ COMMIT ?= $(shell git describe --tags --abbrev=0)
 equality: packages
 	fuzz/equality.sh $(COMMIT) $(FOLDERS)
 
-# What takes longer than .ci/run may: everything in it, then each fuzz target for twenty minutes and
-# the search for input that costs more than linear time for thirty.
+# What takes longer than .ci/run may: everything in it, the recipes of other systems, then each fuzz
+# target for twenty minutes and the search for input that costs more than linear time for thirty.
 check-all:
 	.ci/run
+	packaging/try/recipes.sh . build/recipes
 	fuzz/run.sh 1200
 	build/release/fuzz/linear 1800
 
