@@ -18,7 +18,7 @@ s390x    clang++ --target=s390x-linux-gnu|-static|qemu-s390x
 i386     g++ -m32|-static|-
 libc++   clang++ -stdlib=libc++|-stdlib=libc++|-
 gcc      g++|-pthread|-
-mingw    x86_64-w64-mingw32-g++-posix -Wa,-mbig-obj|-static|wine
+mingw    x86_64-w64-mingw32-g++-posix -Wa,-mbig-obj|-static|env WINEDEBUG=-all wine
 ROWS
 }
 
@@ -33,13 +33,13 @@ build() {  # KIND COMPILER LINKING
         object=$out/$(tr / _ <<<"{}").o
         [ "$object" -nt "{}" ] || $compile -c "{}" -o "$object" || exit 255'
     $2 -std=c++20 -O1 -I$gtest -I$gtest/include -c $gtest/src/gtest-all.cc -o "$out/gtest.o"
-    $2 "$out"/*.o $3 -o "$out/tests"
+    $2 "$out"/*.o $3 -o "$out/tests.exe"  # as Windows wants it
 }
 
 run() {  # KIND RUNNER
     local runner=()
-    [ "$2" = - ] || runner=("$2")
-    (cd tests && "${runner[@]}" "$work/$1/tests" --gtest_brief=1)
+    [ "$2" = - ] || read -ra runner <<<"$2"
+    (cd tests && "${runner[@]}" "$work/$1/tests.exe" --gtest_brief=1)
 }
 
 [ $# -gt 0 ] || set -- $(kinds | cut -d' ' -f1)

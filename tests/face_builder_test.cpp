@@ -393,7 +393,7 @@ TEST(FaceChange, KeepsTheRestOfSamples) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(MIMETREE_SAMPLES_DIR)) {
         if (entry.path().extension() != ".eml") continue;
         SCOPED_TRACE(entry.path().filename());
-        Result<Message> m = Message::read(entry.path());
+        Result<Message> m = Message::read(entry.path().string());
         if (!m) continue;
         Wish wish = readOut(*m);
         const std::string html = wish.html;

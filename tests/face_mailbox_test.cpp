@@ -16,6 +16,7 @@
 #include "mimetree/mailbox.hpp"
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using mimetree::Mbox;
 using mimetree::MboxKind;
 using mimetree::RawMessage;
@@ -255,22 +256,35 @@ TEST(Mbox, AFailedReadIsToldBehindTheMessagesBefore) {
               mimetree::Errc::not_mail);
 }
 
-void put_file(const fs::path& path, std::string_view content) { std::ofstream(path) << content; }
+void put_file(const fs::path& path, std::string_view content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+// What is no file to read; Windows has but directories.
+#ifdef _WIN32
+constexpr char kInfo[] = ";2,";
+void put_pipe(const fs::path& path) { fs::create_directory(path); }
+void put_loop(const fs::path& path) { fs::create_directory(path); }
+#else
+constexpr char kInfo[] = ":2,";
+void put_pipe(const fs::path& path) { mkfifo(path.c_str(), 0600); }
+void put_loop(const fs::path& path) { fs::create_symlink(path.filename(), path); }
+#endif
 
 TEST(Maildir, ReadsFilesByNameAndPassesOverWhatIsNone) {
     const fs::path dir = fs::temp_directory_path() / ("maildir" + std::to_string(getpid()));
     for (const char* name : {"new", "cur", "tmp", ".Sub/cur"}) fs::create_directories(dir / name);
     put_file(dir / "new/3.a", "new");
-    put_file(dir / "cur/1.a:2,FS", "first");
-    put_file(dir / "cur/2.a:2,", "second");
+    put_file(dir / ("cur/1.a"s + kInfo + "FS"), "first");
+    put_file(dir / ("cur/2.a"s + kInfo), "second");
     put_file(dir / "cur/4.a", "moved");
     put_file(dir / "cur/5.a", "deleted");
     put_file(dir / "cur/.hidden", "x");
     put_file(dir / "tmp/0.a", "x");
-    mkfifo((dir / "cur/6.pipe").c_str(), 0600);
-    fs::create_symlink("7.loop", dir / "cur/7.loop");
+    put_pipe(dir / "cur/6.pipe");
+    put_loop(dir / "cur/7.loop");
     auto box = mimetree::Maildir::open(dir.string()).value();
-    fs::rename(dir / "cur/4.a", dir / "cur/4.a:2,R");
+    fs::rename(dir / "cur/4.a", dir / ("cur/4.a"s + kInfo + "R"));
     fs::remove(dir / "cur/5.a");
     std::vector<std::string> got;
     for (const RawMessage& raw : box)

@@ -141,7 +141,7 @@ TEST(FaceMessage, WhatIsNoMail) {
     };
     const fs::path path = fs::temp_directory_path() / ("face_message_" + std::to_string(getpid()));
     for (const auto& row : rows) {
-        std::ofstream(path) << row.mail;
+        std::ofstream(path, std::ios::binary) << row.mail;
         const Result<Message> m = Message::read(path.string());
         EXPECT_EQ(m ? 0 : int(m.error().code()), row.code) << row.mail;
         EXPECT_TRUE(m || m.error().message().starts_with(path.string() + ": "));
@@ -262,10 +262,12 @@ TEST(FaceMessage, Dates) {
         const sys_seconds time(seconds(random() % 2524608000u));  // 1970 to 2049
         const int zone = static_cast<int>(random() % 1560) - 780;
         const std::time_t local = time.time_since_epoch().count() + zone * 60;
-        const char* const form[] = {"%a, %d %b %Y %H:%M:%S", "%d %b %Y %H:%M:%S",
-                                    "%a,\r\n %e (x(\\))) %b %Y %H : %M : %S"};
+        const std::tm* const tm = std::gmtime(&local);
+        const std::string day = std::to_string(tm->tm_mday);
+        const std::string form[] = {"%a, %d %b %Y %H:%M:%S", day + " %b %Y %H:%M:%S",
+                                    "%a,\r\n " + day + " (x(\\))) %b %Y %H : %M : %S"};
         char text[80], offset[16];
-        std::strftime(text, sizeof text, form[i % 3], std::gmtime(&local));
+        std::strftime(text, sizeof text, form[i % 3].c_str(), tm);
         std::snprintf(offset, sizeof offset, " %c%02d%02d", zone < 0 ? '-' : '+',
                       std::abs(zone) / 60, std::abs(zone) % 60);
         const std::optional<Date> date = dateOf(std::string(text) + offset);
@@ -284,8 +286,9 @@ TEST(FaceMessage, SavesNewFilesOnly) {
     const fs::path top = fs::temp_directory_path() / ("face_save_" + std::to_string(getpid()));
     fs::create_directories(top / "in");
     std::ofstream(top / "victim") << "mine";
-    fs::create_symlink(top / "victim", top / "in" / "victim");
-    fs::create_symlink(top / "nowhere", top / "in" / "link");
+    std::error_code hasNoLinks;
+    fs::create_symlink(top / "victim", top / "in" / "victim", hasNoLinks);
+    fs::create_symlink(top / "nowhere", top / "in" / "link", hasNoLinks);
     std::vector<std::string> parts;
     for (const char* name :
          {"../victim", "/etc/passwd", "..", "link", "CON", ".profile", "a/b\\\\c"})
@@ -299,7 +302,7 @@ TEST(FaceMessage, SavesNewFilesOnly) {
         EXPECT_EQ(fs::canonical(path).parent_path(), fs::canonical(top / "in"));
     EXPECT_EQ(fs::file_size(top / "victim"), 4u);
     EXPECT_FALSE(fs::exists(top / "nowhere"));
-    EXPECT_TRUE(paths.count((top / "in" / "_CON (100)").string()));
+    EXPECT_TRUE(fs::exists(top / "in" / "_CON (100)"));
     EXPECT_EQ(m.attachments()[0].save((top / "victim").string()).error().code(), Errc::io);
     fs::remove_all(top);
 }
@@ -327,7 +330,7 @@ TEST(FaceMessage, LawsOverTheSamples) {
     for (const auto& entry : fs::recursive_directory_iterator(MIMETREE_SAMPLES_DIR))
         if (entry.path().extension() == ".eml")
             if (const Result<Message> m = Message::read(entry.path().string()))
-                expectLaws(*m, entry.path());
+                expectLaws(*m, entry.path().string());
 }
 
 TEST(FaceMessage, DeepAndWide) {
