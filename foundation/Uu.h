@@ -16,4 +16,7 @@ public:
     bool uu_decode(const StringBuffer& text, DataBuffer& out, LogBase& log);
     bool uu_decode(const char* text, unsigned int size, DataBuffer& out, LogBase& log);
     bool uu_decode2(const char* text, bool reserved, DataBuffer& out, LogBase& log);
+
+    // Appends the name on the begin line of the data that these decode, in the bytes that came.
+    static bool uu_name(const char* text, unsigned int size, StringBuffer& name);
 };

@@ -40,6 +40,8 @@ static mt_message* build(void) {
     mt_message* message = mt_builder_build(builder);
     mt_builder_subject(builder, NULL);
     EXPECT(!mt_builder_build(builder) && mt_last_error_code() == MT_INVALID_ARGUMENT);
+    mt_builder_address(builder, (mt_role)9, "a", "a@b.c");
+    EXPECT(!mt_builder_build(builder) && strstr(mt_last_error(), "role"));
     mt_builder_free(builder);
     EXPECT(message);
     return message;
@@ -70,6 +72,25 @@ static void check_header(const mt_message* message) {
     char* to = mt_message_addresses(message, "To");
     EXPECT(strstr(to, "c@example.org"));
     mt_free(to);
+}
+
+/* Nothing behind a NUL is lost. */
+static void check_nul(void) {
+    static const char kReplaced[] = "a\xEF\xBF\xBD" "b";
+    static const char mail[] =
+        "Subject: =?utf-8?Q?a=00b?=\nFrom: =?utf-8?Q?a=00b?= <a@b>\n"
+        "Content-Type: a/b; name*=utf-8''a%00b\n\nx";
+    mt_message* message = mt_message_parse(mail, sizeof mail - 1, 0);
+    const mt_part* root = mt_message_part(message, 0);
+    size_t size = 0;
+    EXPECT_TEXT(mt_message_subject(message), kReplaced);
+    EXPECT_TEXT(mt_message_address_name(message, "From", 0), kReplaced);
+    EXPECT_TEXT(mt_part_parameter(root, "name"), kReplaced);
+    EXPECT(!memcmp(mt_message_header_n(message, "subject", &size), "a\0b", 4) && size == 3);
+    EXPECT(!memcmp(mt_part_header_n(root, "from", &size), "a\0b <a@b>", 9) && size == 9);
+    EXPECT(!memcmp(mt_part_header_value_n(root, 0, &size), "a\0b", 4) && size == 3);
+    EXPECT(!mt_part_header_n(root, "none", &size) && size == 0);
+    mt_message_free(message);
 }
 
 /* A text has the same size for C and in the message, and the fields cover what was written. */
@@ -166,6 +187,7 @@ static void check_mbox(void) {
     static const char text[] = "From a@example.org Thu Nov  1 12:34:56 2001\nSubject: 1\n\n>From a\n\n"
                                "From b@example.org Thu Nov  1 12:34:56 2001\nSubject: 2\n\nb\n\n";
     EXPECT(!mt_message_parse(text, sizeof text - 1, 0) && mt_last_error_code() == MT_IS_MBOX);
+    EXPECT(!mt_mbox_from_bytes(text, 5, (mt_mbox_kind)9) && strstr(mt_last_error(), "kind"));
     EXPECT(!mt_mbox_from(read_nothing, NULL, "box", MT_MBOX_RD) && mt_last_error_code() == MT_IO);
     mt_mbox* box = mt_mbox_from_bytes(text, sizeof text - 1, MT_MBOX_AUTOMATIC);
     EXPECT(mt_mbox_next(box) && mt_mbox_kind_of(box) == MT_MBOX_RD);
@@ -227,6 +249,8 @@ static void check_null(void) {
     EXPECT(!mt_builder_build(NULL) && !mt_mbox_open(NULL, MT_MBOX_O));
     EXPECT(!mt_mbox_from(NULL, NULL, NULL, MT_MBOX_NONE) && !mt_mbox_next(NULL));
     EXPECT(!mt_mbox_from_bytes(NULL, 1, MT_MBOX_RD));
+    EXPECT(!mt_message_header_n(NULL, NULL, NULL) && !mt_part_header_n(NULL, NULL, NULL));
+    EXPECT(!*mt_part_header_value_n(NULL, 0, NULL));
     EXPECT(mt_mbox_status(NULL) && !mt_mbox_kind_of(NULL) && !mt_mbox_bytes(NULL, NULL));
     EXPECT(!*mt_mbox_from_line(NULL) && !mt_mbox_number(NULL) && !mt_mbox_offset(NULL));
     EXPECT(!mt_mbox_size(NULL) && !mt_mbox_message(NULL, 0) && !mt_maildir_open(NULL));
@@ -246,6 +270,7 @@ int main(int argc, char** argv) {
     check_changes(message);
     mt_message_free(message);
     check_mbox();
+    check_nul();
     check_null();
     EXPECT_TEXT(mt_version(), MIMETREE_VERSION);
     return failures != 0;

@@ -53,11 +53,11 @@ public:
         return text;
     }
 
-    // Without blanks at its ends.
+    // With blanks at its ends, too.
     std::string line(unsigned words) {
         std::string text = word();
         for (unsigned n = below(words); n-- > 0;) text += " " + word();
-        while (text.back() == ' ') text.pop_back();
+        if (below(9) == 0) text.insert(0, below(2) ? " " : "\t ");
         return text;
     }
 
@@ -192,6 +192,14 @@ const ErrorRow kErrors[] = {
     {"no address", [](Builder& b) { b.bcc(" "); }},
     {"no address", [](Builder& b) { b.bcc("a:"); }},
     {"no address", [](Builder& b) { b.header("Reply-To", "nobody"); }},
+    {"no address", [](Builder& b) { b.from("a b@c.d"); }},
+    {"no address", [](Builder& b) { b.from("b@c.d a"); }},
+    {"no address", [](Builder& b) { b.from("a@b.c; d@e.f"); }},
+    {"no address", [](Builder& b) { b.from("Ann <a@b.c"); }},
+    {"no address", [](Builder& b) { b.from("<a@b.c> <d@e.f>"); }},
+    {"no address", [](Builder& b) { b.from("<@x:a@b.c>"); }},
+    {"no address", [](Builder& b) { b.from("a@b.c, (Ann"); }},
+    {"no address", [](Builder& b) { b.to("Team: a@b.c, d@e.f;"); }},
     {"more than one address", [](Builder& b) { b.header("Sender", "a@x, b@x"); }},
     {"needs 8 bits", [](Builder& b) { b.to("\xC3\xA9@x.org"); }},
     {"line break", [](Builder& b) { b.subject("a\r\nBcc: x@y"); }},
@@ -231,7 +239,8 @@ const ErrorRow kErrors[] = {
     {"date is out",
      [](Builder& b) { b.date(sys_days(year(9999) / 12 / 31) + hours(23), hours(1)); }},
     {"date is out", [](Builder& b) { b.date(sys_seconds::max()); }},
-    {"no date", [](Builder& b) { b.header("date", "yesterday"); }},
+    {"no date", [](Builder& b) { b.header("date", "Sun Nov  6 08:49:37 1994"); }},
+    {"no date", [](Builder& b) { b.header("Date", "6 Nov 1994 08:49:37"); }},
     {"zone", [](Builder& b) { b.date({}, hours(24)); }},
 };
 
@@ -264,10 +273,12 @@ const Form kForms[] = {
      [](Builder& b) {
          b.from("\"Doe, J\" <j@x.org>, k@x.org")
              .to("Doe, J", "j@x.org")
+             .cc(", \"x, <y\" (a, (b)) <j@x.org>,,a@[1:2] (Ann),")
              .reply_to("\"a b\"@[1.2.3.4]");
      },
      {"From: \"Doe, J\" <j@x.org>, k@x.org", "Sender: \"Doe, J\" <j@x.org>",
-      "To: \"Doe, J\" <j@x.org>", "Reply-To: \"a b\"@[1.2.3.4]"}},
+      "To: \"Doe, J\" <j@x.org>", "Cc: \"x, <y\" <j@x.org>, Ann <a@[1:2]>",
+      "Reply-To: \"a b\"@[1.2.3.4]"}},
     {"nobody",
      [](Builder& b) { b.to("Undisclosed recipients: ;"); },
      {"To: Undisclosed recipients: ;"}},

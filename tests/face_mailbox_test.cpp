@@ -246,6 +246,8 @@ TEST(Mbox, AFailedReadIsToldBehindTheMessagesBefore) {
     }
     EXPECT_EQ(Mbox::open("/none/such").error().code(), mimetree::Errc::io);
     EXPECT_EQ(Mbox::open("/").error().code(), mimetree::Errc::io);
+    EXPECT_EQ(Mbox::from(std::make_unique<Pieces>("", 1), "a", MboxKind(5)).error().code(),
+              mimetree::Errc::invalid_argument);
     EXPECT_EQ(Mbox::from(std::make_unique<Pieces>(std::string_view("\x7F"
                                                                    "ELF\0",
                                                                    5),
@@ -294,6 +296,7 @@ TEST(Maildir, ReadsFilesByNameAndPassesOverWhatIsNone) {
     EXPECT_FALSE(box.ok());
     EXPECT_NE(box.error().message().find("7.loop"), std::string::npos);
     EXPECT_FALSE(mimetree::Maildir::open((dir / "cur").string()).has_value());
+    EXPECT_FALSE(mimetree::Maildir::open(dir.string() + '\0').has_value());
     fs::remove_all(dir);
 }
 

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <set>
 
+#include "face/message/date.h"
 #include "foundation/bytes/utf8.h"
 #include "mimetree/mimetree.hpp"
 #include "tests/support.h"
@@ -107,6 +108,10 @@ TEST(FaceMessage, BodyAndAttachments) {
         {"an uuencoded text",
          multi("mixed", {plain("P"), plain("Q", "|Content-Transfer-Encoding: x-uuencode")}), "P",
          "", "part-2.txt", ""},
+        {"an uuencoded text that says its name",
+         multi("mixed", {plain("P"), plain("x|begin 644 a/b.txt|#8V%T|`|end|",
+                                           "|Content-Transfer-Encoding: X-UUE")}),
+         "P", "", "b.txt", ""},
         {"a multipart without its boundary",
          leaf("Content-Type: multipart/mixed; boundary=no", "P"), "P", "", "", ""},
         {"no header", "P\r\n\r\nQ", "P\r\n\r\nQ", "", "", ""},
@@ -203,6 +208,42 @@ TEST(FaceMessage, TextsAreUtf8) {
         EXPECT_EQ(parsed(leaf(row.header, row.body)).root().text(), row.text) << row.header;
 }
 
+// uuencode is no coding of MIME: what is written back stays as it came.
+TEST(FaceMessage, Uuencode) {
+    for (const char* coding : {"x-uuencode", "X-UUE", "uue"}) {
+        const std::string mail =
+            leaf("Content-Type: text/plain; charset=koi8-r|Content-Transfer-Encoding: " +
+                     std::string(coding),
+                 "begin 644 \xE9.txt|\"P<$`|`|end|");
+        Message m = parsed(mail);
+        EXPECT_EQ(m.root().file_bytes().value(), "\xC1\xC1");
+        EXPECT_EQ(m.root().text(), "\xD0\xB0\xD0\xB0");
+        EXPECT_EQ(m.root().declared_name(), "\xD0\x98.txt");  // in its charset
+        EXPECT_TRUE(m.set_charset("utf-8"));
+        EXPECT_NE(m.write().value().find("koi8-r"), std::string::npos);
+    }
+    const Message none = parsed(leaf("Content-Transfer-Encoding: x-uuencode", "no begin line"));
+    EXPECT_EQ(none.root().file_bytes().value(), "no begin line");
+}
+
+// It is an empty message, and as good as any other.
+TEST(FaceMessage, MovedFrom) {
+    Message m = parsed(multi("mixed", {plain("P"), file("image/png")}));
+    const Message other = std::move(m);
+    EXPECT_EQ(other.attachments().size(), 1u);
+    EXPECT_EQ(std::string(m.subject()) + std::string(m.text()) + m.from().text(), "");
+    EXPECT_FALSE(m.date() || m.header("Subject") || m.part("1") || m.part_by_cid("x"));
+    EXPECT_EQ(m.parts().size(), 1u);
+    EXPECT_EQ(m.root().bytes().size() + m.attachments().size() + m.body_parts().size(), 1u);
+    EXPECT_TRUE(m.ok() && m.root().file_bytes() && m.set_header("Subject", "new"));
+    EXPECT_TRUE(m.set_text("new") && m.add_attachment(std::span<const std::byte>(), "a"));
+    EXPECT_EQ(parsed(m.write().value()).subject(), "new");
+    Builder builder;
+    builder.subject("a");
+    EXPECT_EQ(Builder(std::move(builder)).build().value().subject(), "a");
+    EXPECT_EQ(builder.text("b").build().value().subject(), "");
+}
+
 TEST(FaceMessage, MessagesInside) {
     const std::string inner = "Subject: inner\r\n\r\ntext";
     const std::string base64 = "U3ViamVjdDogaW5uZXINCg0KdGV4dA==";
@@ -264,17 +305,36 @@ TEST(FaceMessage, Dates) {
         const std::time_t local = time.time_since_epoch().count() + zone * 60;
         const std::tm* const tm = std::gmtime(&local);
         const std::string day = std::to_string(tm->tm_mday);
-        const std::string form[] = {"%a, %d %b %Y %H:%M:%S", day + " %b %Y %H:%M:%S",
-                                    "%a,\r\n " + day + " (x(\\))) %b %Y %H : %M : %S"};
+        const std::string form[] = {"%a, %d %b %Y %H:%M:%S",
+                                    day + " %b %Y %H:%M:%S",
+                                    "%a,\r\n " + day + " (x(\\))) %b %Y %H : %M : %S",
+                                    "%a %b  " + day + " %H:%M:%S %Y@",
+                                    "%a %b " + day + " %H:%M:%S@ %Y",
+                                    "%A, %d-%b-%y %H:%M:%S@",
+                                    "%Y-%m-%dT%H:%M:%S.5@"};
         char text[80], offset[16];
-        std::strftime(text, sizeof text, form[i % 3].c_str(), tm);
+        std::strftime(text, sizeof text, form[i % 7].c_str(), tm);
         std::snprintf(offset, sizeof offset, " %c%02d%02d", zone < 0 ? '-' : '+',
                       std::abs(zone) / 60, std::abs(zone) % 60);
-        const std::optional<Date> date = dateOf(std::string(text) + offset);
+        const std::optional<Date> date =
+            dateOf(replaced(text, "@", offset) + (i % 7 < 3 ? offset : ""));
         ASSERT_TRUE(date) << text << offset;
         EXPECT_EQ(date->time, time) << text << offset;
         EXPECT_EQ(date->zone, minutes(zone));
+        EXPECT_EQ(inner::parseDate(std::string(text) + offset).has_value(), i % 7 < 3);
     }
+    const std::string_view kSame = "Sun, 06 Nov 1994 08:49:37 +0000";
+    for (const char* text :
+         {"Sun Nov  6 08:49:37 1994", "Sun Nov 6 08:49:37 GMT 1994",
+          "Sunday, 06-Nov-94 08:49:37 GMT", "06-Nov-1994 08:49:37 UT", "1994-11-06T08:49:37Z",
+          "1994-11-06 08:49:37.25+00:00", "1994-11-06T10:49:37,5+02",
+          "Sun, 6 November 1994 03.49.37 -0500 Eastern Time", "6 Nov 1994 09:49:37 GMT+1",
+          "Sun, 6 Nov 1994 08:49:37 (GMT) +0000 (a (b))"})
+        EXPECT_EQ(dateOf(text)->time, dateOf(std::string(kSame))->time) << text;
+    for (const char* text : {"", "yesterday", "6 Nov 1994", "1994-11-06", "1994-13-06 08:49:37",
+                             "11/06/1994 08:49:37", "Sun Nov 31 08:49:37 1994", "08:49:37 08:49:37",
+                             "6 7 8 Nov 08:49:37", "1994-11-06T08:49:37+1:2:3", "6 Nov 1994 8:4"})
+        EXPECT_FALSE(dateOf(text)) << text;
     for (const char* zone : {"-0000", "Z", "a", "XYZ", ""})
         EXPECT_FALSE(dateOf("1 Jan 70 00:00 " + std::string(zone))->zone_known) << zone;
     for (const char* zone : {"+0000", "GMT", "ut", "EST"})
@@ -301,6 +361,8 @@ TEST(FaceMessage, SavesNewFilesOnly) {
     for (const std::string& path : paths)
         EXPECT_EQ(fs::canonical(path).parent_path(), fs::canonical(top / "in"));
     EXPECT_EQ(fs::file_size(top / "victim"), 4u);
+    fs::create_directory_symlink(top / "in", top / "dir", hasNoLinks);  // the caller's own will do
+    EXPECT_TRUE(m.attachments()[0].save((top / "dir").string()));
     EXPECT_FALSE(fs::exists(top / "nowhere"));
     EXPECT_TRUE(fs::exists(top / "in" / "_CON (100)"));
     EXPECT_EQ(m.attachments()[0].save((top / "victim").string()).error().code(), Errc::io);

@@ -15,6 +15,7 @@
 #include "cli/input/messages.h"
 #include "cli/message/nodes.h"
 #include "face/builder/leaf_charset.h"
+#include "face/builder/leaves.h"
 #include "face/builder/wire.h"
 #include "foundation/header/HeaderWriter.h"
 
@@ -50,17 +51,6 @@ bool fits(std::string_view type, std::string_view pattern) {
 void setBody(MimeMessage2& leaf, const DataBuffer& body, LogBase& log) {
     if (body.failed()) throw std::bad_alloc();
     leaf.setMimeBodyBinary2(body.getData2(), body.getSize(), log);
-}
-
-// A message of which no part is left.
-void makeEmptyText(MimeMessage2& root, LogBase& log) {
-    root.removeSubparts();
-    root.clearMimeBody();
-    root.clearCharset(log);
-    root.setContentType("text/plain", "", "", "", nullptr, "", "", log);
-    root.setDisposition("", log);
-    root.removeHeaderField("Content-Transfer-Encoding", /*all*/ true, log);
-    root.cacheEncoding(log);
 }
 
 std::string_view withoutBlanks(std::string_view line) {
@@ -290,7 +280,7 @@ void Converter::removeParts() {
         const bool isGone = hadParts[i] ? part->getNumParts() == 0 : isUnwanted(i);
         if (m_isSealed[i] || !isGone) continue;
         if (parent < 0) {
-            makeEmptyText(*part, m_log);
+            makeEmptyText(*part);
             continue;
         }
         m_nodes[static_cast<size_t>(parent)].message->m_subParts.setAt(number - 1, nullptr);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "face/builder/failure.h"
@@ -15,6 +17,7 @@
 #include "face/builder/wire.h"
 #include "face/message/tree.h"
 #include "foundation/EncodingConvert.h"
+#include "foundation/bytes/bytes.h"
 
 namespace mimetree {
 
@@ -37,6 +40,12 @@ std::string joined(const std::vector<std::string>& values) {
     return all;
 }
 
+std::string lowerCase(std::string_view name) {
+    std::string lower(name);
+    for (char& c : lower) c = bytes::lower(c);
+    return lower;
+}
+
 void moveAll(Nodes& from, Nodes& to) {
     std::move(from.begin(), from.end(), std::back_inserter(to));
     from.clear();
@@ -52,6 +61,8 @@ void checkText(const char* what, std::string_view text) {
 struct Builder::Plan {
     Result<void> state;  // the first error
     std::vector<Field> fields;
+    std::unordered_map<std::string, size_t> onces;  // where those are that may stand once
+    std::unordered_set<std::string> cids;           // of the pictures
     std::optional<std::string> text, html;
     Nodes pictures, files;
     TextForm form;
@@ -63,7 +74,8 @@ struct Builder::Plan {
         return builder;
     }
 
-    Field* find(std::string_view name);
+    Field* find(std::string_view once);
+    Field& append(std::string_view name, std::vector<std::string> values);
     void addMailboxes(const char* name, std::vector<std::string> mailboxes);
     void addField(std::string_view name, std::string value);
     void addPicture(File file, std::string_view cid);
@@ -77,23 +89,25 @@ struct Builder::Plan {
 
 // -- Fields
 
-Field* Builder::Plan::find(std::string_view name) {
-    const auto found = std::find_if(fields.begin(), fields.end(), [&](const Field& field) {
-        return isSameName(field.name, name);
-    });
-    return found == fields.end() ? nullptr : &*found;
+Field* Builder::Plan::find(std::string_view once) {
+    const auto found = onces.find(lowerCase(once));
+    return found == onces.end() ? nullptr : &fields[found->second];
+}
+
+Field& Builder::Plan::append(std::string_view name, std::vector<std::string> values) {
+    if (standsOnce(name)) onces.emplace(lowerCase(name), fields.size());
+    return fields.emplace_back(Field{std::string(name), std::move(values)});
 }
 
 void Builder::Plan::addMailboxes(const char* name, std::vector<std::string> mailboxes) {
-    Field* field = find(name);
-    if (!field) field = &fields.emplace_back(Field{name, {}});
-    std::move(mailboxes.begin(), mailboxes.end(), std::back_inserter(field->values));
+    Field* const other = find(name);
+    Field& field = other ? *other : append(name, {});
+    std::move(mailboxes.begin(), mailboxes.end(), std::back_inserter(field.values));
 }
 
 void Builder::Plan::addField(std::string_view name, std::string value) {
-    const Field* const other = standsOnce(name) ? find(name) : nullptr;
-    if (other) fail("more than one " + other->name);
-    fields.push_back(Field{std::string(name), {std::move(value)}});
+    if (const Field* const other = find(name)) fail("more than one " + other->name);
+    append(name, {std::move(value)});
 }
 
 // RFC 5322 3.6.2: several authors need a sender.
@@ -136,9 +150,7 @@ void Builder::Plan::setText(std::optional<std::string>& where, const char* what,
 
 void Builder::Plan::addPicture(File file, std::string_view cid) {
     file.contentId = contentId(cid);
-    for (const NodePtr& picture : pictures)
-        if (viewOf(picture->m_contentId) == file.contentId)
-            fail("two pictures are called " + std::string(cid));
+    if (!cids.insert(file.contentId).second) fail("two pictures are called " + std::string(cid));
     pictures.push_back(fileLeaf(file));
 }
 
@@ -180,8 +192,12 @@ NodePtr Builder::Plan::message() {
 // -- The face
 
 Builder::Builder() noexcept : m_plan(new (std::nothrow) Plan) {}
-Builder::Builder(Builder&&) noexcept = default;
-Builder& Builder::operator=(Builder&&) noexcept = default;
+Builder::Builder(Builder&& other) noexcept
+    : m_plan(std::exchange(other.m_plan, std::move(Builder().m_plan))) {}
+Builder& Builder::operator=(Builder&& other) noexcept {
+    m_plan = std::exchange(other.m_plan, std::move(Builder().m_plan));
+    return *this;
+}
 Builder::~Builder() = default;
 
 Builder& Builder::from(std::string_view mailboxes) noexcept {
@@ -273,8 +289,9 @@ Builder& Builder::encoding(std::string_view encoding) noexcept {
 }
 
 Result<Message> Builder::build() noexcept {
-    if (!m_plan) return outOfMemory();
-    const std::unique_ptr<Plan> plan = std::exchange(m_plan, std::move(Builder().m_plan));
+    const Builder taken(std::move(*this));
+    Plan* const plan = taken.m_plan.get();
+    if (!plan) return outOfMemory();
     if (!plan->state) return copyOf(plan->state.error());
     return answerOf([&] { return Message(std::make_unique<Tree>(plan->message())); });
 }

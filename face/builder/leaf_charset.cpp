@@ -7,6 +7,7 @@
 #include <new>
 
 #include "face/builder/wire.h"
+#include "face/message/uuencode.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
@@ -16,8 +17,10 @@ namespace mimetree::inner {
 
 namespace {
 
-// The engine stores the bytes of text attachments as they are; they become UTF-8 here.
+// The engine stores the bytes of text attachments as they are; they become UTF-8 here.  Those of a
+// text in uuencode stay as they are.
 bool hasUtf8Body(MimeMessage2& leaf, LogBase& log) {
+    if (isUuencoded(leaf)) return false;
     const DataBuffer& body = leaf.getMimeBodyDb();
     StringBuffer charset;
     if (leaf.getCharsetCodePage() == codepage::kNone && !body.is7bit() &&

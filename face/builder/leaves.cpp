@@ -139,6 +139,16 @@ void setLeafText(MimeMessage2& leaf, std::string_view text, const char* type,
     chooseCoding(leaf, form.coding);
 }
 
+void makeEmptyText(MimeMessage2& root) {
+    root.removeSubparts();
+    root.clearMimeBody();
+    root.clearCharset(silentLog);
+    root.setContentType("text/plain", "", "", "", nullptr, "", "", silentLog);
+    root.setDisposition("", silentLog);
+    root.removeHeaderField("Content-Transfer-Encoding", /*all*/ true, silentLog);
+    root.cacheEncoding(silentLog);
+}
+
 NodePtr fileLeaf(const File& file) {
     const std::string type = file.type.empty() ? typeOfName(file.name) : file.type;
     checkType(type);

@@ -46,6 +46,9 @@ NodePtr newNode();
 // byte order mark in front goes.  A charset that cannot hold it gives way to utf-8.
 void setLeafText(MimeMessage2& leaf, std::string_view text, const char* type, const TextForm& form);
 
+// For a message of which no part is left.
+void makeEmptyText(MimeMessage2& root);
+
 NodePtr fileLeaf(const File& file);
 
 // An attachment.  Its name is the path's last piece unless given, made a line of text.

@@ -11,9 +11,12 @@
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
 #include "foundation/bytes/ByteSet.h"
+#include "foundation/bytes/bytes.h"
 #include "foundation/bytes/ranges.h"
 
 namespace mimetree::inner {
+
+using bytes::isBlank;
 
 namespace {
 
@@ -48,8 +51,12 @@ bool isAllEncoded(std::string_view name) {
 
 // RFC 5322 3.4: a name of plain words stands as it is, any other between quotes.  Encoded
 // words would not be read between quotes; only what is nothing else is safe without.
+// Readers take several blanks for one, and none at the ends even between quotes.
 std::string displayName(std::string_view name) {
-    if (isAllEncoded(name) || consistsOf(name, kPlainName)) return std::string(name);
+    const bool isPadded = !name.empty() && (isBlank(name.front()) || isBlank(name.back()));
+    if (isPadded) return encodedWords(name);
+    const bool isPlain = consistsOf(name, kPlainName) && name.find("  ") == name.npos;
+    if (isAllEncoded(name) || isPlain) return std::string(name);
     std::string quoted = "\"";
     for (const char c : name) {
         if (c == '"' || c == '\\') quoted += '\\';
@@ -92,7 +99,62 @@ bool isEmptyGroup(std::string_view list) {
 }
 
 [[noreturn]] void failAddress(std::string_view given) {
-    fail("\"" + std::string(given) + "\": no address (user@example.org)");
+    fail("\"" + std::string(given) +
+         "\": no address (user@example.org, Ann Other <ann@example.org>)");
+}
+
+// What stands between the commas of a list, as it came, and without what may hold anything:
+// comments, and the text of quoted strings and domain literals.
+struct Member {
+    std::string text, bare;
+};
+
+std::vector<Member> membersOf(std::string_view list) {
+    std::vector<Member> members(1);
+    char closing = '\0';
+    unsigned comments = 0;
+    for (size_t i = 0; i < list.size(); ++i) {
+        const char c = list[i];
+        if (c == ',' && !closing && !comments) {
+            members.emplace_back();
+            continue;
+        }
+        members.back().text += c;
+        if (c == '\\' && (closing || comments)) members.back().text += list.substr(++i, 1);
+        else if (closing && c == closing) closing = '\0';
+        else if (!closing && c == '(') ++comments;
+        else if (comments) comments -= c == ')';
+        else if (!closing) {
+            members.back().bare += c;
+            if (c == '"' || c == '[') closing = c == '"' ? '"' : ']';
+        }
+    }
+    if (closing || comments) failAddress(list);
+    return members;
+}
+
+// RFC 5322 3.4: an address alone, or a name in front of one in angle brackets; no route, no group.
+bool isMailbox(std::string_view bare) {
+    const size_t open = bare.find('<');
+    std::string_view address = bare;
+    if (open != bare.npos) {
+        if (bare.back() != '>') return false;
+        address = bare.substr(open + 1, bare.size() - open - 2);
+    }
+    return address.find_first_of(" \t<>:;") == bare.npos &&
+           bare.substr(0, open).find_first_of(">:;") == bare.npos;
+}
+
+// The engine takes it apart.
+std::string mailboxOf(const std::string& text) {
+    ExtPtrArray found;
+    if (!_zqEmailAddress::parseAndLoadList(text.c_str(), found, 0, silentLog))
+        throw std::bad_alloc();
+    if (found.getSize() != 1) failAddress(text);
+    const auto& address = *static_cast<const _zqEmailAddress*>(found.elementAt(0));
+    const std::string_view spec = viewOf(address.m_address.getUtf8Sb());
+    if (!isAddress(spec)) failAddress(text);
+    return mailbox(displayName(viewOf(address.m_displayName.getUtf8Sb())), spec);
 }
 
 }  // namespace
@@ -100,15 +162,11 @@ bool isEmptyGroup(std::string_view list) {
 std::vector<std::string> mailboxesOf(std::string_view list) {
     checkLine("the address", list);
     if (isEmptyGroup(list)) return {std::string(list)};
-    ExtPtrArray found;
-    if (!_zqEmailAddress::parseAndLoadList(std::string(list).c_str(), found, 0, silentLog))
-        throw std::bad_alloc();
     std::vector<std::string> mailboxes;
-    for (int i = 0; i < found.getSize(); ++i) {
-        const auto& address = *static_cast<const _zqEmailAddress*>(found.elementAt(i));
-        const std::string_view spec = viewOf(address.m_address.getUtf8Sb());
-        if (!isAddress(spec)) failAddress(list);
-        mailboxes.push_back(mailbox(displayName(viewOf(address.m_displayName.getUtf8Sb())), spec));
+    for (const Member& member : membersOf(list)) {
+        if (bare(member.text).empty()) continue;  // RFC 5322 4.4: empty members
+        if (!isMailbox(bare(member.bare))) failAddress(list);
+        mailboxes.push_back(mailboxOf(member.text));
     }
     if (mailboxes.empty()) failAddress(list);
     return mailboxes;

@@ -64,14 +64,11 @@ bool isMessageId(std::string_view id) {
            (isLiteral || isDotted(right, kIdBytes));
 }
 
-std::string_view bare(std::string_view text) {
-    const size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
-    return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
-}
-
-// RFC 2047 6.2 would have readers decode what looks like an encoded word.
+// RFC 2047 6.2 would have readers decode what looks like an encoded word, and blanks at the ends
+// of a field are none of its text (RFC 5322 2.2).
 std::string literalText(std::string_view text) {
-    return text.find("=?") == std::string_view::npos ? std::string(text) : encodedWords(text);
+    const bool isPlain = text.find("=?") == text.npos && bare(text) == text;
+    return isPlain ? std::string(text) : encodedWords(text);
 }
 
 // RFC 5322 2.1.1.
@@ -152,6 +149,11 @@ bool isUtf8(std::string_view text) {
                                static_cast<unsigned>(text.size()), 0);
 }
 
+std::string_view bare(std::string_view text) {
+    const size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+    return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+}
+
 StringBuffer bufferOf(std::string_view text) {
     if (text.size() >= std::numeric_limits<unsigned>::max())
         fail("larger than 4 GiB", Errc::too_large);
@@ -227,11 +229,11 @@ void checkHeader(std::string_view text, Bits bits, const char* hint) {
 
 std::string fieldValue(const std::string& name, std::string_view value) {
     checkLine(name, value);
-    value = bare(value);
     for (const Rule& rule : kRules)
-        if (isSameName(rule.name, name)) return rule.value(value);
+        if (isSameName(rule.name, name)) return rule.value(bare(value));
     if (grammarOf(name.data(), name.size()) == FieldGrammar::Unstructured)
         return literalText(value);
+    value = bare(value);
     if (hasLongWord(value)) fail(name + " has a word that no line can hold");
     return std::string(value);
 }

@@ -22,6 +22,8 @@ inline std::string_view viewOf(const DataBuffer& d) {
 }
 
 bool isUtf8(std::string_view text);
+// Without blanks at its ends.
+std::string_view bare(std::string_view text);
 StringBuffer bufferOf(std::string_view text);
 
 // Fails unless `text` is UTF-8 without control characters other than tabs.

@@ -9,25 +9,26 @@ using mimetree::inner::c::give;
 using mimetree::inner::c::givenBytes;
 using mimetree::inner::c::orEmpty;
 using mimetree::inner::c::refuseNull;
+using mimetree::inner::c::remember;
 using mimetree::inner::c::rememberNoMemory;
 
 namespace {
 
 using TakeText = Builder& (Builder::*)(std::string_view) noexcept;
 
-void noteFault(mt_builder* builder, mt_code code) {
-    if (builder->fault == MT_OK) builder->fault = code;
+void noteFault(mt_builder* builder, mt_code code, const char* reason) {
+    if (builder->fault == MT_OK) builder->fault = code, builder->reason = reason;
 }
 
 // A step for which the handle and `needed` must not be NULL; it may throw.
 template <class Work>
 void add(mt_builder* builder, const void* needed, Work work) noexcept {
     if (!builder) return;
-    if (!needed) return noteFault(builder, MT_INVALID_ARGUMENT);
+    if (!needed) return noteFault(builder, MT_INVALID_ARGUMENT, "NULL was handed in");
     try {
         work(builder->builder);
     } catch (...) {
-        noteFault(builder, MT_OUT_OF_MEMORY);
+        noteFault(builder, MT_OUT_OF_MEMORY, "out of memory");
     }
 }
 
@@ -74,7 +75,7 @@ void mt_builder_address(mt_builder* builder, mt_role role, const char* name, con
             case MT_BCC: return void(b.bcc(orEmpty(name), address));
             case MT_REPLY_TO: return void(b.reply_to(orEmpty(name), address));
         }
-        noteFault(builder, MT_INVALID_ARGUMENT);
+        noteFault(builder, MT_INVALID_ARGUMENT, "no role of an address (mt_role)");
     });
 }
 
@@ -140,7 +141,6 @@ mt_message* mt_builder_build(mt_builder* builder) {
     if (!builder) return refuseNull(), nullptr;
     auto built = builder->builder.build();
     const mt_code fault = std::exchange(builder->fault, MT_OK);
-    if (fault == MT_INVALID_ARGUMENT) return refuseNull(), nullptr;
-    if (fault == MT_OUT_OF_MEMORY) return rememberNoMemory(), nullptr;
+    if (fault != MT_OK) return remember(fault, builder->reason), nullptr;
     return give<mt_message>(std::move(built));
 }

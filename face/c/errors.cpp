@@ -39,13 +39,15 @@ mt_code refuseNull() noexcept { return remember(MT_INVALID_ARGUMENT, "NULL was h
 mt_code rememberNoMemory() noexcept { return remember(MT_OUT_OF_MEMORY, "out of memory"); }
 
 const char* lend(Tree& tree, std::string_view text, size_t* size) noexcept {
-    const std::string_view own = tree.terminated(text);
+    const std::string_view own = size ? tree.terminated(text) : tree.withoutNul(text);
     if (size) *size = own.size();
     return own.data();
 }
 
-const char* lend(Tree& tree, const std::optional<std::string_view>& text) noexcept {
-    return text ? lend(tree, *text) : nullptr;
+const char* lend(Tree& tree, const std::optional<std::string_view>& text, size_t* size) noexcept {
+    if (text) return lend(tree, *text, size);
+    if (size) *size = 0;
+    return nullptr;
 }
 
 const void* lend(std::span<const std::byte> bytes, size_t* size) noexcept {

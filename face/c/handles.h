@@ -18,7 +18,8 @@ struct mt_message {
 };
 struct mt_builder {
     mimetree::Builder builder;
-    mt_code fault = MT_OK;  // what could not be handed on to it
+    mt_code fault = MT_OK;  // why something could not be handed on to it
+    const char* reason = "";
 };
 struct mt_mbox {
     mimetree::Mbox box;
@@ -50,9 +51,10 @@ inline std::span<const std::byte> bytesOf(const void* bytes, size_t size) noexce
     return {static_cast<const std::byte*>(bytes), size};
 }
 
-// The tree's own copy, which has a NUL behind it.
+// The tree's own copy, which has a NUL behind it, and none in it unless its size is told.
 const char* lend(Tree& tree, std::string_view text, size_t* size = nullptr) noexcept;
-const char* lend(Tree& tree, const std::optional<std::string_view>& text) noexcept;
+const char* lend(Tree& tree, const std::optional<std::string_view>& text,
+                 size_t* size = nullptr) noexcept;
 const void* lend(std::span<const std::byte> bytes, size_t* size) noexcept;
 
 // A copy for the caller, with a NUL behind it.

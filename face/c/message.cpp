@@ -44,8 +44,8 @@ Parts partsOf(const mt_message* message, Parts (Message::*ask)() const noexcept)
 }
 
 Parts bodyPartsOf(const mt_message* message, mt_text_kind preferred) {
-    const auto kind = preferred == MT_HTML ? TextKind::html : TextKind::plain;
-    return message ? message->message.body_parts(kind) : Parts();
+    if (!message || (preferred != MT_HTML && preferred != MT_PLAIN)) return Parts();
+    return message->message.body_parts(preferred == MT_HTML ? TextKind::html : TextKind::plain);
 }
 
 // A change for which the handle and `needed` must not be NULL.
@@ -85,6 +85,10 @@ const char* mt_message_header(const mt_message* message, const char* name) {
     return message ? lend(treeOf(message), message->message.header(orEmpty(name))) : nullptr;
 }
 
+const char* mt_message_header_n(const mt_message* message, const char* name, size_t* size) {
+    return mt_part_header_n(mt_message_part(message, 0), name, size);
+}
+
 int mt_message_date(const mt_message* message, int64_t* seconds, int* zone, int* zone_known) {
     const auto date = message ? message->message.date() : std::nullopt;
     if (!date) return 0;
@@ -100,12 +104,12 @@ size_t mt_message_address_count(const mt_message* message, const char* field) {
 
 const char* mt_message_address(const mt_message* message, const char* field, size_t i) {
     const Addresses list = addressesOf(message, field);
-    return i < list.size() ? list[i].address.c_str() : "";
+    return i < list.size() ? lend(treeOf(message), std::string_view(list[i].address)) : "";
 }
 
 const char* mt_message_address_name(const mt_message* message, const char* field, size_t i) {
     const Addresses list = addressesOf(message, field);
-    return i < list.size() ? list[i].name.c_str() : "";
+    return i < list.size() ? lend(treeOf(message), std::string_view(list[i].name)) : "";
 }
 
 char* mt_message_addresses(const mt_message* message, const char* field) {

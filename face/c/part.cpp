@@ -83,6 +83,10 @@ const char* mt_part_header_value(const mt_part* part, size_t i) {
     return lendField(part, i, &Header::value);
 }
 
+const char* mt_part_header_value_n(const mt_part* part, size_t i, size_t* size) {
+    return lendField(part, i, &Header::value, size);
+}
+
 const char* mt_part_header_raw(const mt_part* part, size_t i, size_t* size) {
     return lendField(part, i, &Header::raw, size);
 }
@@ -90,6 +94,12 @@ const char* mt_part_header_raw(const mt_part* part, size_t i, size_t* size) {
 const char* mt_part_header(const mt_part* part, const char* name) {
     if (!part) return nullptr;
     return lend(Tree::of(*partOf(part)), partOf(part)->header(orEmpty(name)));
+}
+
+const char* mt_part_header_n(const mt_part* part, const char* name, size_t* size) {
+    if (part) return lend(Tree::of(*partOf(part)), partOf(part)->header(orEmpty(name)), size);
+    if (size) *size = 0;
+    return nullptr;
 }
 
 unsigned mt_part_depth(const mt_part* part) { return part ? partOf(part)->depth() : 0; }

@@ -27,6 +27,8 @@ size_t infoOf(std::string_view name) noexcept {
     return hasInfo ? at - 1 : name.size();
 }
 
+constexpr RawMessage kNoMessage = {};
+
 struct Entry {
     std::string name;
     bool isNew;
@@ -149,6 +151,7 @@ Maildir::~Maildir() = default;
 
 Result<Maildir> Maildir::open(const std::string& path) noexcept {
     return inner::attempt([&]() -> Result<Maildir> {
+        if (const int error = inner::pathError(path)) return inner::systemError(path, error);
         auto state = std::make_unique<State>(path);
         const std::error_code inNew = listInto(state->entries, inner::pathOf(path + "/new"), true);
         const std::error_code inCur = listInto(state->entries, inner::pathOf(path + "/cur"), false);
@@ -160,18 +163,21 @@ Result<Maildir> Maildir::open(const std::string& path) noexcept {
     });
 }
 
+// What was moved from is at its end.
 bool Maildir::next() noexcept {
     try {
-        return m_state->next();
+        return m_state && m_state->next();
     } catch (...) {
         m_state->error.emplace(Errc::out_of_memory, "out of memory");
         return false;
     }
 }
 
-const RawMessage& Maildir::current() const noexcept { return m_state->current; }
-bool Maildir::ok() const noexcept { return !m_state->error; }
-size_t Maildir::skipped() const noexcept { return m_state->skipped; }
+const RawMessage& Maildir::current() const noexcept {
+    return m_state ? m_state->current : kNoMessage;
+}
+bool Maildir::ok() const noexcept { return !m_state || !m_state->error; }
+size_t Maildir::skipped() const noexcept { return m_state ? m_state->skipped : 0; }
 const Error& Maildir::error() const noexcept { return *m_state->error; }
 
 }  // namespace mimetree

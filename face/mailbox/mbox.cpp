@@ -31,6 +31,13 @@ constexpr size_t kFarthestPastSeparator = size_t{16} << 20;
 // What is looked at to tell a text from anything else.
 constexpr size_t kFront = 1024;
 
+constexpr RawMessage kNoMessage = {};
+
+// Others come from C.
+bool isKind(MboxKind kind) noexcept {
+    return kind >= MboxKind::automatic && kind <= MboxKind::none;
+}
+
 class FileSource final : public ByteSource {
 public:
     explicit FileSource(inner::OpenFile file) noexcept : m_file(std::move(file)) {
@@ -272,16 +279,18 @@ Result<Mbox> Mbox::from(std::unique_ptr<ByteSource> source, std::string_view nam
                         MboxKind kind) noexcept {
     return inner::attempt([&]() -> Result<Mbox> {
         if (!source) return Error(Errc::invalid_argument, std::string(name) + ": no source");
+        if (!isKind(kind)) return Error(Errc::invalid_argument, "no kind of mbox");
         Mbox box(std::make_unique<State>(std::move(source), name, kind));
         if (!box.m_state->open()) return *box.m_state->error;
         return box;
     });
 }
 
-MboxKind Mbox::kind() const noexcept { return m_state->kind; }
-bool Mbox::next() noexcept { return m_state->next(); }
-const RawMessage& Mbox::current() const noexcept { return m_state->current; }
-bool Mbox::ok() const noexcept { return !m_state->error; }
+// What was moved from is at its end.
+MboxKind Mbox::kind() const noexcept { return m_state ? m_state->kind : MboxKind::automatic; }
+bool Mbox::next() noexcept { return m_state && m_state->next(); }
+const RawMessage& Mbox::current() const noexcept { return m_state ? m_state->current : kNoMessage; }
+bool Mbox::ok() const noexcept { return !m_state || !m_state->error; }
 const Error& Mbox::error() const noexcept { return *m_state->error; }
 
 }  // namespace mimetree

@@ -70,14 +70,14 @@ std::string Addresses::text() const noexcept {
     }
 }
 
-Addresses Message::from() const noexcept { return m_tree->addresses("From"); }
-Addresses Message::to() const noexcept { return m_tree->addresses("To"); }
-Addresses Message::cc() const noexcept { return m_tree->addresses("Cc"); }
-Addresses Message::bcc() const noexcept { return m_tree->addresses("Bcc"); }
-Addresses Message::reply_to() const noexcept { return m_tree->addresses("Reply-To"); }
+Addresses Message::from() const noexcept { return tree().addresses("From"); }
+Addresses Message::to() const noexcept { return tree().addresses("To"); }
+Addresses Message::cc() const noexcept { return tree().addresses("Cc"); }
+Addresses Message::bcc() const noexcept { return tree().addresses("Bcc"); }
+Addresses Message::reply_to() const noexcept { return tree().addresses("Reply-To"); }
 
 Addresses Message::addresses(std::string_view field) const noexcept {
-    return m_tree->addresses(field);
+    return tree().addresses(field);
 }
 
 }  // namespace mimetree

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "face/message/tree.h"
+#include "face/message/uuencode.h"
 
 namespace mimetree {
 
@@ -45,10 +46,6 @@ bool isMedia(std::string_view type) {
 bool isSignature(std::string_view type) {
     return isOneOf(type, {"application/pgp-signature", "application/pkcs7-signature",
                           "application/x-pkcs7-signature"});
-}
-
-bool isUuencoded(std::string_view coding) {
-    return isOneOf(coding, {"uuencode", "x-uuencode", "x-uue", "uue"});
 }
 
 // Tolerated: "inline filename=x", where a semicolon is missing.
@@ -107,7 +104,7 @@ private:
         const Part& part = m_parts[i];
         const std::string_view type = part.type();
         if (part.is_multipart()) return part.bytes().empty() ? kNothing : kPlain;
-        if (!part.is_text() || isUuencoded(part.encoding())) return kNothing;
+        if (!part.is_text() || inner::isUuencoded(part.node())) return kNothing;
         if (type == "text/html") return kHtml;
         if (type == "text/plain") return kPlain;
         return isData(type) || isIn(i, Container::Alternative) ? kNothing : kPlain;
@@ -267,24 +264,24 @@ std::string_view Tree::joinedText(std::string_view type, const std::vector<Part>
 }
 
 std::string_view Message::text() const noexcept {
-    return m_tree->answer([&] { return m_tree->joinedText("text/plain", m_tree->views().texts); });
+    return tree().answer([&] { return tree().joinedText("text/plain", tree().views().texts); });
 }
 
 std::string_view Message::html() const noexcept {
-    return m_tree->answer([&] { return m_tree->joinedText("text/html", m_tree->views().htmls); });
+    return tree().answer([&] { return tree().joinedText("text/html", tree().views().htmls); });
 }
 
 Parts Message::attachments() const noexcept {
-    return m_tree->answer([&]() -> Parts { return m_tree->views().attachments; });
+    return tree().answer([&]() -> Parts { return tree().views().attachments; });
 }
 
 Parts Message::inline_parts() const noexcept {
-    return m_tree->answer([&]() -> Parts { return m_tree->views().inlineParts; });
+    return tree().answer([&]() -> Parts { return tree().views().inlineParts; });
 }
 
 Parts Message::body_parts(TextKind preferred) const noexcept {
-    return m_tree->answer([&]() -> Parts {
-        return preferred == TextKind::plain ? m_tree->views().texts : m_tree->views().htmls;
+    return tree().answer([&]() -> Parts {
+        return preferred == TextKind::plain ? tree().views().texts : tree().views().htmls;
     });
 }
 

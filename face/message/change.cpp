@@ -135,7 +135,7 @@ bool isRecoded(const TreeChange& change, uint32_t index, const _zqCharset& chars
 }  // namespace
 
 Result<void> Message::set_header(std::string_view name, std::string_view value) noexcept {
-    MimeMessage2& root = *m_tree->m_root;
+    MimeMessage2& root = *tree().m_root;
     const Result<std::string> made = checkedValue(name, value, root.getCharsetCodePage());
     if (!made) return copyOf(made.error());
     MimeHeader& header = root.m_mimeHeader;
@@ -144,28 +144,28 @@ Result<void> Message::set_header(std::string_view name, std::string_view value) 
         return outOfMemory();
     header.collapseMultiple(field->c_str(), silentLog);
     root.m_modified = true;
-    m_tree->changed();
+    tree().changed();
     return {};
 }
 
 bool Message::remove_header(std::string_view name) noexcept {
     if (isOfBody(name)) return false;
-    return m_tree->answer([&] {
-        MimeMessage2& root = *m_tree->m_root;
+    return tree().answer([&] {
+        MimeMessage2& root = *tree().m_root;
         const std::string field(name);
         StringBuffer value;
         if (!root.getHeaderFieldUtf8_2(field.c_str(), /*decode*/ false, value, silentLog))
             return false;
         root.addReplaceHeaderFieldUtf8(field.c_str(), nullptr, silentLog);
-        m_tree->changed();
+        tree().changed();
         return true;
     });
 }
 
 Result<void> Message::set_text(std::string_view text) noexcept {
-    return changeTree(*m_tree, [&](TreeChange& change) {
+    return changeTree(tree(), [&](TreeChange& change) {
         if (!isUtf8(text)) fail("the text is not in UTF-8");
-        const std::vector<uint32_t> texts = plainTexts(*m_tree);
+        const std::vector<uint32_t> texts = plainTexts(tree());
         if (texts.empty()) return addText(change, text);
         for (const uint32_t index : texts) change.checkOpen(index);
         resetText(change.edit(texts.front()), text);
@@ -174,8 +174,8 @@ Result<void> Message::set_text(std::string_view text) noexcept {
 }
 
 Result<void> Message::remove_part(const Part& part) noexcept {
-    return changeTree(*m_tree, [&](TreeChange& change) {
-        if (part.m_tree != m_tree.get()) fail("a part of another message", Errc::not_found);
+    return changeTree(tree(), [&](TreeChange& change) {
+        if (part.m_tree != &tree()) fail("a part of another message", Errc::not_found);
         if (part.m_index == 0) fail("the root is no part to remove");
         change.checkOpen(part.m_index);
         change.remove(part.m_index);
@@ -184,18 +184,18 @@ Result<void> Message::remove_part(const Part& part) noexcept {
 
 Result<void> Message::add_attachment(const std::string& path, std::string_view name,
                                      std::string_view type) noexcept {
-    return changeTree(*m_tree,
+    return changeTree(tree(),
                       [&](TreeChange& change) { attach(change, attachedFile(path, name, type)); });
 }
 
 Result<void> Message::add_attachment(std::span<const std::byte> bytes, std::string_view name,
                                      std::string_view type) noexcept {
-    return changeTree(*m_tree,
+    return changeTree(tree(),
                       [&](TreeChange& change) { attach(change, attachedFile(bytes, name, type)); });
 }
 
 Result<void> Message::set_charset(std::string_view charset) noexcept {
-    return changeTree(*m_tree, [&](TreeChange& change) {
+    return changeTree(tree(), [&](TreeChange& change) {
         const _zqCharset wanted = charsetOf(charset);
         for (uint32_t i = 0; i < change.slots().size(); ++i)
             if (isRecoded(change, i, wanted)) recodeAt(change, i, wanted);

@@ -28,15 +28,6 @@ NodePtr copyOf(MimeMessage2& node) {
     return copy;
 }
 
-void makeEmptyText(MimeMessage2& root) {
-    root.clearMimeBody();
-    root.clearCharset(silentLog);
-    root.setContentType("text/plain", "", "", "", nullptr, "", "", silentLog);
-    root.setDisposition("", silentLog);
-    root.removeHeaderField("Content-Transfer-Encoding", /*all*/ true, silentLog);
-    root.cacheEncoding(silentLog);
-}
-
 void setHeader(MimeMessage2& node, const StringBuffer& text, const MimeMessage2& old) {
     StringBuffer charset;
     charset.setString(old.getCharset());

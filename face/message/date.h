@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// The text of a Date field (RFC 5322 3.3, with the obsolete forms of 4.3).
+// The text of a Date field.
 
 #include <optional>
 #include <string_view>
@@ -10,7 +10,11 @@
 
 namespace mimetree::inner {
 
-// Nothing when the text is no date.  The name of the weekday is not compared with the date.
+// RFC 5322 3.3, with the obsolete forms of 4.3; nothing for any other text.  The name of the
+// weekday is not compared with the date.
 std::optional<Date> parseDate(std::string_view text);
+
+// Tolerated, too: what else programs have written, such as "Sun Nov  6 08:49:37 1994".
+std::optional<Date> parseAnyDate(std::string_view text);
 
 }  // namespace mimetree::inner

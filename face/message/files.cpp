@@ -5,6 +5,7 @@
 #include "face/files/read_file.h"
 #include "face/files/safe_name.h"
 #include "face/message/tree.h"
+#include "face/message/uuencode.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/zqMimeTypes.h"
 
@@ -42,6 +43,10 @@ int codePageFor(const Part& part) {
 
 Result<std::string> Part::file_bytes() const noexcept {
     return inner::attempt([&]() -> Result<std::string> {
+        if (inner::isUuencoded(node())) {
+            const std::span<const std::byte> decoded = this->bytes();
+            return std::string(reinterpret_cast<const char*>(decoded.data()), decoded.size());
+        }
         DataBuffer bytes;
         node().getMimeBody8Bit(bytes, codePageFor(*this), m_tree->m_log);
         return std::string(view(bytes));

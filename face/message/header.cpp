@@ -31,8 +31,8 @@ void appendField(const MimeMessage2& node, int index, LogBase& log, std::string&
     node.getHeaderFieldValue(index, /*decode*/ true, value, log);
     node.m_mimeHeader.getFieldText(index, whole);
     const std::string_view raw = trimmed(view(whole).substr(view(whole).find(':') + 1));
-    text.append(view(name)).append(trimmed(view(value))).append(raw);
-    sizes.push_back({name.getSize(), trimmed(view(value)).size(), raw.size()});
+    text.append(view(name)).append(view(value)).append(raw);
+    sizes.push_back({name.getSize(), value.getSize(), raw.size()});
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ std::optional<std::string_view> Part::header(std::string_view name) const noexce
         StringBuffer value;
         if (!node().getHeaderFieldUtf8(std::string(name).c_str(), value, m_tree->m_log))
             return std::nullopt;
-        return std::string(trimmed(view(value)));
+        return std::string(view(value));
     });
 }
 

@@ -77,6 +77,12 @@ Message::Message(Message&&) noexcept = default;
 Message& Message::operator=(Message&&) noexcept = default;
 Message::~Message() = default;
 
+// What was moved from gets an empty tree when it is used again, and not when it is moved from.
+Tree& Message::tree() const noexcept {
+    if (!m_tree) m_tree = std::move(adopt(MimeMessage2::createNewObject()).value().m_tree);
+    return *m_tree;
+}
+
 Result<Message> Message::parse(std::span<const std::byte> mail, ParseOptions options) noexcept {
     return parse(chars(mail), options);
 }

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "face/message/tree.h"
+#include "face/message/uuencode.h"
 
 namespace mimetree {
 
@@ -69,12 +70,21 @@ std::optional<std::string_view> Part::parameter(std::string_view name) const noe
 
 std::string_view Part::declared_name() const noexcept {
     const std::string_view filename = view(node().m_filename);
-    return filename.empty() ? view(node().m_contentType.m_name) : filename;
+    const std::string_view name = filename.empty() ? view(node().m_contentType.m_name) : filename;
+    if (!name.empty() || !inner::isUuencoded(node())) return name;
+    return m_tree
+        ->text(Tree::Kind::UuName, m_index, {},
+               [&] { return std::optional(inner::uuName(view(node().getMimeBodyDb()))); })
+        .value_or(name);
 }
 
 std::span<const std::byte> Part::bytes() const noexcept {
-    const DataBuffer& body = node().getMimeBodyDb();
-    return {reinterpret_cast<const std::byte*>(body.getData2()), body.getSize()};
+    std::string_view body = view(node().getMimeBodyDb());
+    if (inner::isUuencoded(node()))
+        body =
+            m_tree->text(Tree::Kind::Uudecoded, m_index, {}, [&] { return inner::uudecoded(body); })
+                .value_or(body);
+    return std::as_bytes(std::span(body.data(), body.size()));
 }
 
 std::span<const std::byte> Part::signed_bytes() const noexcept {
@@ -122,10 +132,10 @@ Result<Message> Part::message() const noexcept {
 // -- Finding parts
 
 Parts Message::parts() const noexcept {
-    return m_tree->answer([&] { return m_tree->parts(); });
+    return tree().answer([&] { return tree().parts(); });
 }
 
-Part Message::root() const noexcept { return Part(m_tree.get(), 0); }
+Part Message::root() const noexcept { return Part(&tree(), 0); }
 
 std::optional<Part> Message::part(std::string_view path) const noexcept {
     Part at = root();
@@ -168,11 +178,11 @@ std::optional<Part> Tree::partByCid(std::string_view cid) {
 }
 
 std::optional<Part> Message::part_by_cid(std::string_view cid) const noexcept {
-    return m_tree->answer([&]() -> std::optional<Part> {
+    return tree().answer([&]() -> std::optional<Part> {
         if (startsIgnoringCase(cid, "cid:")) cid.remove_prefix(4);
         cid = inner::withoutAngles(cid);
-        if (const auto part = m_tree->partByCid(cid)) return part;
-        return m_tree->partByCid(percentDecoded(cid));
+        if (const auto part = tree().partByCid(cid)) return part;
+        return tree().partByCid(percentDecoded(cid));
     });
 }
 

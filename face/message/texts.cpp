@@ -3,6 +3,7 @@
 // keeps as they came, and for bytes that are not what their label says.
 
 #include "face/message/tree.h"
+#include "face/message/uuencode.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqCharset.h"
 #include "foundation/bytes/utf8.h"
@@ -44,7 +45,8 @@ std::string repaired(std::string_view text, LogBase& log) {
 
 // Of a text that the engine kept as it came; 0 when it is held as UTF-8 already.
 int codePageToRead(const Part& part) {
-    if (part.node().getCharsetCodePage() != codepage::kNone) return codepage::kNone;
+    if (part.node().getCharsetCodePage() != codepage::kNone && !inner::isUuencoded(part.node()))
+        return codepage::kNone;
     const std::string_view label = part.parameter("charset").value_or(std::string_view());
     const int codePage = _zqCharset::codePageOf(label.data(), static_cast<unsigned>(label.size()));
     const bool isPlain = codePage == codepage::kUtf8 || codePage == codepage::kAscii;
@@ -55,7 +57,7 @@ int codePageToRead(const Part& part) {
 
 std::string_view Part::text() const noexcept {
     if (!is_text() && (!is_multipart() || !children().empty())) return {};
-    const std::string_view body = view(node().getMimeBodyDb());
+    const std::string_view body(reinterpret_cast<const char*>(bytes().data()), bytes().size());
     const int codePage = codePageToRead(*this);
     if (codePage == codepage::kNone && validPrefix(body) == body.size()) return body;
     return m_tree

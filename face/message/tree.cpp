@@ -82,12 +82,24 @@ Parts Tree::children(uint32_t index) {
     return Parts(m_children).subspan(slot.firstChild, slot.childCount);
 }
 
-std::string_view Tree::terminated(std::string_view view) {
+template <class Make>
+std::string_view Tree::madeOf(std::string_view view, Kind kind, Make make) {
     if (view.empty()) return "";
     const uintptr_t place[] = {reinterpret_cast<uintptr_t>(view.data()), view.size()};
-    return text(Kind::Terminated, 0, {reinterpret_cast<const char*>(place), sizeof place},
-                [&] { return std::optional<std::string>(view); })
-        .value_or("");
+    return text(kind, 0, {reinterpret_cast<const char*>(place), sizeof place}, make).value_or("");
+}
+
+std::string_view Tree::terminated(std::string_view view) {
+    return madeOf(view, Kind::Terminated, [&] { return std::optional<std::string>(view); });
+}
+
+std::string_view Tree::withoutNul(std::string_view view) {
+    if (view.find('\0') == view.npos) return terminated(view);
+    return madeOf(view, Kind::WithoutNul, [&] {
+        std::string made;
+        for (const char c : view) made += c ? std::string_view(&c, 1) : "\xEF\xBF\xBD";
+        return std::optional(made);
+    });
 }
 
 std::string_view Tree::lowerCase(Kind kind, uint32_t part, std::string_view text) {

@@ -86,7 +86,10 @@ struct Tree {
         Path,
         Field,
         Text,
-        Terminated
+        Uudecoded,
+        UuName,
+        Terminated,
+        WithoutNul
     };
     template <class Make>
     std::optional<std::string_view> text(Kind kind, uint32_t part, std::string_view name,
@@ -104,6 +107,8 @@ struct Tree {
 
     // A copy of a view that was handed out, with a NUL behind it, which a view need not have.
     std::string_view terminated(std::string_view text);
+    // The same with U+FFFD in the place of each NUL in it.
+    std::string_view withoutNul(std::string_view text);
 
     // `text` as it stands when it is in lower case already.
     std::string_view lowerCase(Kind kind, uint32_t part, std::string_view text);
@@ -122,6 +127,8 @@ private:
         std::vector<Header> list;
     };
 
+    template <class Make>
+    std::string_view madeOf(std::string_view view, Kind kind, Make make);
     void buildSlots();
     void countLeaves();
     void buildParts();

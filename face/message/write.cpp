@@ -8,12 +8,12 @@ namespace mimetree {
 Result<std::string> Message::write() const noexcept {
     return inner::attempt([&]() -> Result<std::string> {
         DataBuffer out;
-        m_tree->m_root->getMimeTextDb(out, /*bodyOnly*/ false, m_tree->m_log);
+        tree().m_root->getMimeTextDb(out, /*bodyOnly*/ false, tree().m_log);
         return std::string(reinterpret_cast<const char*>(out.getData2()), out.getSize());
     });
 }
 
-MimeMessage2& Message::node() const noexcept { return *m_tree->m_root; }
-bool Message::ok() const noexcept { return m_tree->m_ok; }
+MimeMessage2& Message::node() const noexcept { return *tree().m_root; }
+bool Message::ok() const noexcept { return tree().m_ok; }
 
 }  // namespace mimetree

@@ -88,13 +88,16 @@ bool looksEncoded(const Line& line) {
 
 // Past the begin line.  Of several it is the first that data follow, since prose has such
 // lines, too; else the first.
-bool skipToData(LineReader& lines) {
+bool skipToData(LineReader& lines, Line& begin) {
     LineReader first = lines;
     bool isFound = false;
     for (Line line; lines.next(line);) {
         if (!isBeginLine(line)) continue;
         LineReader ahead = lines;
-        if (!ahead.next(line) || isEndLine(line) || looksEncoded(line)) return true;
+        Line data;
+        const bool hasData = !ahead.next(data) || isEndLine(data) || looksEncoded(data);
+        if (hasData || !isFound) begin = line;
+        if (hasData) return true;
         if (!isFound) first = lines;
         isFound = true;
     }
@@ -147,7 +150,8 @@ size_t decodeLines(LineReader lines, unsigned char* out, bool& isCut) {
 
 bool decodeText(const char* text, size_t textSize, DataBuffer& out, LogBase& log) {
     LineReader lines(text, textSize);
-    if (!skipToData(lines)) return false;
+    Line begin;
+    if (!skipToData(lines, begin)) return false;
     bool isCut = false;
     const size_t size = decodeLines(lines, nullptr, isCut);
     if (size == 0) return true;
@@ -169,6 +173,17 @@ bool Uu::uu_decode(const char* text, unsigned int size, DataBuffer& out, LogBase
     if (!out.owns(text)) return decodeText(text, size, out, log);
     DataBuffer apart;
     return decodeText(text, size, apart, log) && out.append(apart);
+}
+
+bool Uu::uu_name(const char* text, unsigned int size, StringBuffer& name) {
+    LineReader lines(text, size);
+    Line begin;
+    if (!skipToData(lines, begin)) return false;
+    const char* p = skipBlanks(skipBlanks(begin.p, begin.end) + 5, begin.end);
+    while (p != begin.end && bytes::isDigit(*p)) ++p;
+    p = skipBlanks(p, begin.end);
+    while (p != begin.end && bytes::isBlank(begin.end[-1])) --begin.end;
+    return name.appendN(p, static_cast<unsigned>(begin.end - p));
 }
 
 bool Uu::uu_decode2(const char* text, bool, DataBuffer& out, LogBase& log) {

@@ -32,7 +32,7 @@
 
 namespace mimetree {
 
-// What was moved from may be assigned to and destroyed, no more.
+// What was moved from is empty.
 class MIMETREE_API Builder {
 public:
     // Nothing given yet.
@@ -41,7 +41,8 @@ public:
     Builder& operator=(Builder&&) noexcept;
     ~Builder();
 
-    // Mailboxes: "ann@example.org", "Ann Other <ann@example.org>", or several after commas.
+    // Mailboxes: "ann@example.org", "Ann Other <ann@example.org>", or several after commas; nobody
+    // is "Undisclosed recipients:;", and a group that has members is an error.
     // Each call adds; a display name that needs quotes or encoded words gets them.  Where From has
     // several, the first is the Sender (RFC 5322 3.6.2) unless header() names one.  Bcc is
     // written like the others: who sends the message takes it out.
@@ -61,9 +62,9 @@ public:
     Builder& subject(std::string_view subject) noexcept;
     Builder& date(std::chrono::sys_seconds time, std::chrono::minutes zone = {}) noexcept;
     Builder& message_id(std::string_view id) noexcept;  // with or without angle brackets
-    // Any other field; each call adds one.  The value is text and reads back as it is; that of
-    // a field with a grammar, such as To and References, is checked.  Content- fields are none of
-    // these: they go with the body.
+    // Any other field; each call adds one.  The value is text and reads back as it is, blanks at
+    // its ends included; that of a field with a grammar, such as To and References, is checked, and
+    // such blanks are none of it.  Content- fields are none of these: they go with the body.
     Builder& header(std::string_view name, std::string_view value) noexcept;
 
     // Line ends become CRLF, and a byte order mark in front goes.

@@ -2,7 +2,7 @@
 #pragma once
 
 // Many messages: mbox files and Maildirs, message by message, never held whole.  A mailbox that
-// was moved from may be assigned to and destroyed, no more.
+// was moved from is at its end.
 //
 //     auto box = mimetree::Mbox::open("archive.mbox");
 //     if (!box) return report(box.error().message());

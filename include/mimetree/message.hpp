@@ -10,7 +10,7 @@
 //
 // Texts are UTF-8.  What answers a std::string_view, a std::span or a Part stays the
 // message's: it is good until the message is changed or destroyed, and moving the message
-// does not matter; what was moved from may be assigned to and destroyed, no more.  Damaged
+// does not matter; what was moved from is an empty message.  Damaged
 // mail is repaired rather than refused.  Nothing throws; when memory runs out, a Result says
 // so, and a plain answer is empty and ok() false from then on.
 // One thread at a time may use a message; different messages do not know each other.
@@ -63,7 +63,8 @@ private:
     std::span<const Address> m_list;
 };
 
-// The Date field (RFC 5322 3.3, with the obsolete forms of 4.3).
+// The Date field (RFC 5322 3.3, with the obsolete forms of 4.3).  Tolerated: forms of other
+// standards and programs that mail has, such as asctime()'s and that of ISO 8601.
 struct Date {
     std::chrono::sys_seconds time;  // in UTC
     std::chrono::minutes zone{};    // of the sender, east of Greenwich positive
@@ -104,16 +105,17 @@ public:
     // no dot or dash in front, at most 255 bytes.  Made up from the type and the part's place
     // among the leaves ("part-3.png") where there is none, so never empty.
     std::string_view name() const noexcept;
-    // The name as the mail has it, decoded; may be hostile.  Empty when there is none.
+    // The name as the mail has it, decoded; may be hostile.  Of a part in uuencode without any it
+    // is the one on the begin line.  Empty when there is none.
     std::string_view declared_name() const noexcept;
 
-    // The decoded body; text is held as UTF-8.  Empty for a multipart.
+    // The decoded body, also of uuencode; text is held as UTF-8.  Empty for a multipart.
     std::span<const std::byte> bytes() const noexcept;
     // The body of a text part, UTF-8 with the line ends that came; empty for any other part but
     // a multipart that could not be taken apart, which is then one text.
     std::string_view text() const noexcept;
     // Of a multipart/signed: its first part as it came, which is what the signature is over
-    // (RFC 1847 2.1).  Empty where none was kept.
+    // (RFC 1847 2.1).  Kept for S/MIME only: empty for OpenPGP.
     std::span<const std::byte> signed_bytes() const noexcept;
 
     // The fields of this part's own header, in order.
@@ -141,9 +143,10 @@ public:
     // The decoded body as it goes into a file: text in its own charset.
     Result<std::string> file_bytes() const noexcept;
 
-    // Writes these to a new file named name() in `directory`, which is made when it is missing.
-    // Never outside of it, never over a file that is there (the new one's name gets " (2)" and so
-    // on), and no symbolic link is followed. Gives the path of the file.
+    // Writes these to a new file named name() in `directory`, which is made when it is missing, and
+    // which may itself be a symbolic link: it is the caller's word.  Never outside of it, never
+    // over a file that is there (the new one's name gets " (2)" and so on), and no link in it is
+    // followed.  Gives the path of the file.
     Result<std::string> save(const std::string& directory) const noexcept;
 
     // The engine's node, which stays the message's.
@@ -269,7 +272,9 @@ private:
     friend class Part;
     explicit Message(std::unique_ptr<Tree> tree) noexcept;
 
-    std::unique_ptr<Tree> m_tree;
+    Tree& tree() const noexcept;
+
+    mutable std::unique_ptr<Tree> m_tree;  // null after it was moved from
 };
 
 }  // namespace mimetree

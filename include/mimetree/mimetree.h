@@ -15,9 +15,10 @@
  * What holds for all of it:
  *
  * - Texts are UTF-8.  Those that are handed in end with NUL; where one may be left out, NULL will
- *   do.  Those that are given end with NUL, too, and where they may hold NUL their size is given
- *   besides (`size`, which may be NULL).  They are never NULL unless the function says so: a text
- *   that is not there is "".
+ *   do.  Those that are given end with NUL, too.  Where their size is given besides (`size`), they
+ *   may hold NUL; without it, or where that is NULL, each NUL in a text is U+FFFD, so that nothing
+ *   behind it is lost.  They are never NULL unless the function says so: a text that is not there
+ *   is "".
  * - Who frees: the caller frees what a function gives as `mt_message*`, `mt_builder*`, `mt_mbox*`
  *   or `mt_maildir*` with the function named so, and what it gives as `char*` with mt_free().
  *   All else that is given (`const char*`, `const void*`, `const mt_part*`) stays the message's or
@@ -47,15 +48,16 @@ extern "C" {
 
 /** Why something failed. */
 typedef enum mt_code {
-    MT_OK = 0,               /**< it was done */
-    MT_OUT_OF_MEMORY = 1,    /**< all is as it was */
-    MT_IO = 2,               /**< a file could not be opened, read, made or written */
-    MT_NOT_MAIL = 3,         /**< empty, or bytes that are no message: a picture, a program */
-    MT_IS_MBOX = 4,          /**< many messages in one file: mt_mbox_open() reads them */
-    MT_TOO_LARGE = 5,        /**< 4 GiB and more */
-    MT_NOT_FOUND = 6,        /**< no such part, header field or file in the message */
-    MT_INVALID_ARGUMENT = 7, /**< NULL where something is needed; what a strict reader cannot take */
-    MT_DAMAGED = 8           /**< strict parsing was asked for, and a boundary is missing */
+    MT_OK = 0,            /**< it was done */
+    MT_OUT_OF_MEMORY = 1, /**< all is as it was */
+    MT_IO = 2,            /**< a file could not be opened, read, made or written */
+    MT_NOT_MAIL = 3,      /**< empty, or bytes that are no message: a picture, a program */
+    MT_IS_MBOX = 4,       /**< many messages in one file: mt_mbox_open() reads them */
+    MT_TOO_LARGE = 5,     /**< 4 GiB and more */
+    MT_NOT_FOUND = 6,     /**< no such part, header field or file in the message */
+    MT_INVALID_ARGUMENT =
+        7,         /**< NULL where something is needed; what a strict reader cannot take */
+    MT_DAMAGED = 8 /**< strict parsing was asked for, and a boundary is missing */
 } mt_code;
 
 /** The reason of the last failure on this thread, one line for people; "" before the first. */
@@ -105,6 +107,10 @@ MIMETREE_API const char* mt_message_message_id(const mt_message* message);
 
 /** The first field of that name, in any letter case, decoded; NULL when there is none. */
 MIMETREE_API const char* mt_message_header(const mt_message* message, const char* name);
+
+/** The same, with its size, so that it may hold NUL. */
+MIMETREE_API const char* mt_message_header_n(const mt_message* message, const char* name,
+                                             size_t* size);
 
 /**
  * The date.  0 when it is missing or unreadable, and then nothing is stored.
@@ -208,7 +214,10 @@ MIMETREE_API const void* mt_part_bytes(const mt_part* part, size_t* size);
 /** The body of a text part, with the line ends that came; "" for any other. */
 MIMETREE_API const char* mt_part_text(const mt_part* part, size_t* size);
 
-/** Of a multipart/signed: its first part as it came.  No NUL behind it; NULL when none was kept. */
+/**
+ * Of a multipart/signed: its first part as it came, kept for S/MIME and not for OpenPGP.  No NUL
+ * behind it; NULL when none was kept.
+ */
 MIMETREE_API const void* mt_part_signed_bytes(const mt_part* part, size_t* size);
 
 /** How many fields the part's own header has. */
@@ -220,11 +229,17 @@ MIMETREE_API const char* mt_part_header_name(const mt_part* part, size_t i);
 /** Its value, folds opened and encoded words decoded. */
 MIMETREE_API const char* mt_part_header_value(const mt_part* part, size_t i);
 
+/** The same, with its size, so that it may hold NUL. */
+MIMETREE_API const char* mt_part_header_value_n(const mt_part* part, size_t i, size_t* size);
+
 /** Its value as received. */
 MIMETREE_API const char* mt_part_header_raw(const mt_part* part, size_t i, size_t* size);
 
 /** The first field of that name, in any letter case, decoded; NULL when there is none. */
 MIMETREE_API const char* mt_part_header(const mt_part* part, const char* name);
+
+/** The same, with its size, so that it may hold NUL. */
+MIMETREE_API const char* mt_part_header_n(const mt_part* part, const char* name, size_t* size);
 
 /** "2.1": the first child of the root's second child; "" for the root and below a depth of 32. */
 MIMETREE_API const char* mt_part_path(const mt_part* part);
@@ -261,8 +276,8 @@ MIMETREE_API char* mt_part_file_bytes(const mt_part* part, size_t* size);
 
 /**
  * Writes these to a new file named mt_part_name() in `directory`, which is made when it
- * is missing: never outside of it, never over a file that is there, and through no symbolic link.
- * Gives the path of the file, which the caller frees.
+ * is missing and may itself be a symbolic link: never outside of it, never over a file that is
+ * there, and through no link in it.  Gives the path of the file, which the caller frees.
  */
 MIMETREE_API char* mt_part_save(const mt_part* part, const char* directory);
 
