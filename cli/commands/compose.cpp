@@ -55,7 +55,8 @@ void addHeaders(Builder& builder, const ComposeOptions& options) {
     builder.subject(asLine(options.subject));
     for (const std::string& header : options.headers) {
         const size_t colon = std::min(header.find(':'), header.size());
-        builder.header(header.substr(0, colon), asLine(header).substr(colon + 1));
+        const std::string line = asLine(header);
+        builder.header(header.substr(0, colon), bare(std::string_view(line).substr(colon + 1)));
     }
 }
 

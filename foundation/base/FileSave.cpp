@@ -5,17 +5,12 @@
 #include "foundation/base/FileSave.h"
 
 #include <cstdio>
-
-#ifdef _WIN32
 #include <cstring>
 
 #include "foundation/DataBuffer.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/LogNull.h"
 #include "foundation/charset/code_pages.h"
-#endif
-
-#include "foundation/LogBase.h"
 
 namespace mimetree::inner {
 

@@ -72,7 +72,7 @@ ok "compose: Message-ID is the one given" is "$(grep -ci '^message-id:' out)" 1
 for break in $'\n' $'\r\n' $'\r' $'\n '; do
     evil="x${break}Evil: y@z"
     cp a "a${break}Evil: n"
-    run compose --from "$evil" --to "$evil, a@b" --subject "$evil" --header "X-Y: $evil" \
+    run compose --from "\"$evil\" <a@b>" --to "\"$evil\" <a@b>" --subject "$evil" --header "X-Y: $evil" \
         --attach "a${break}Evil: n"
     ok "compose: no line break makes a field" is "$(grep -c '^Evil' out)" 0
     ok "compose: and what was typed is there" has "X-Y: x"
