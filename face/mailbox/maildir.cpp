@@ -27,8 +27,6 @@ size_t infoOf(std::string_view name) noexcept {
     return hasInfo ? at - 1 : name.size();
 }
 
-constexpr RawMessage kNoMessage = {};
-
 struct Entry {
     std::string name;
     bool isNew;
@@ -174,6 +172,7 @@ bool Maildir::next() noexcept {
 }
 
 const RawMessage& Maildir::current() const noexcept {
+    static constexpr RawMessage kNoMessage = {};
     return m_state ? m_state->current : kNoMessage;
 }
 bool Maildir::ok() const noexcept { return !m_state || !m_state->error; }

@@ -31,8 +31,6 @@ constexpr size_t kFarthestPastSeparator = size_t{16} << 20;
 // What is looked at to tell a text from anything else.
 constexpr size_t kFront = 1024;
 
-constexpr RawMessage kNoMessage = {};
-
 // Others come from C.
 bool isKind(MboxKind kind) noexcept {
     return kind >= MboxKind::automatic && kind <= MboxKind::none;
@@ -289,7 +287,10 @@ Result<Mbox> Mbox::from(std::unique_ptr<ByteSource> source, std::string_view nam
 // What was moved from is at its end.
 MboxKind Mbox::kind() const noexcept { return m_state ? m_state->kind : MboxKind::automatic; }
 bool Mbox::next() noexcept { return m_state && m_state->next(); }
-const RawMessage& Mbox::current() const noexcept { return m_state ? m_state->current : kNoMessage; }
+const RawMessage& Mbox::current() const noexcept {
+    static constexpr RawMessage kNoMessage = {};
+    return m_state ? m_state->current : kNoMessage;
+}
 bool Mbox::ok() const noexcept { return !m_state || !m_state->error; }
 const Error& Mbox::error() const noexcept { return *m_state->error; }
 
