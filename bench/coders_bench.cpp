@@ -17,6 +17,7 @@
 #include "foundation/LogNull.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/line_ends.h"
+#include "foundation/bytes/text_facts.h"
 #include "foundation/bytes/utf8.h"
 #include "foundation/coding/base64.h"
 #include "foundation/coding/quoted_printable.h"
@@ -132,6 +133,15 @@ void findDelimiter(benchmark::State& state, Search search) {
     look(state, find, base64Text(76, "\r\n"));
 }
 
+using CopyAndLook = bytes::TextFacts(const char*, size_t, char*);
+
+void copyAndLook(benchmark::State& state, CopyAndLook function) {
+    const std::string text = newsletter();
+    std::string out(text.size(), '\0');
+    look(
+        state, [&](const char* p, size_t n) { return function(p, n, &out[0]).isAscii; }, text);
+}
+
 void checkUtf8(benchmark::State& state, Check check) {
     const auto valid = [check](const char* p, size_t n) {
         return check(reinterpret_cast<const unsigned char*>(p), n);
@@ -180,6 +190,8 @@ BENCHMARK_CAPTURE(look, countEscapes, quoted_printable::countEscapes, newsletter
 BENCHMARK_CAPTURE(look, countEscapes_scalar, quoted_printable::scalar::countEscapes, newsletter());
 BENCHMARK_CAPTURE(look, asciiRun, bytes::asciiRun, base64Text(76, "\r\n"));
 BENCHMARK_CAPTURE(look, asciiRun_scalar, bytes::scalar::asciiRun, base64Text(76, "\r\n"));
+BENCHMARK_CAPTURE(copyAndLook, fast, bytes::copyAndLook);
+BENCHMARK_CAPTURE(copyAndLook, scalar, bytes::scalar::copyAndLook);
 BENCHMARK_CAPTURE(findDelimiter, fast, bytes::find);
 BENCHMARK_CAPTURE(findDelimiter, scalar, bytes::scalar::find);
 BENCHMARK_CAPTURE(checkUtf8, fast, utf8::validPrefix);

@@ -418,6 +418,12 @@ private:
         Rest* m_rest = nullptr;
     };
 
+    // Bytes that become a body: who holds them and may be emptied, and what is known of them.
+    struct Given {
+        DataBuffer* owner;
+        bool isAscii;
+    };
+
     enum class BodyCoding { None, Binary, Base64, QuotedPrintable, Uuencode };
     static BodyCoding bodyCodingOf(const char* name);
     static bool isStoredAsItStands(const char* coding) {
@@ -446,7 +452,7 @@ private:
     void recacheField(const StringBuffer& name, LogBase& log);
     Stored decodeBody(const char* encoding, const void* data, unsigned int size,
                       const _zqCharset& charset, bool isText, bool bIsUtf8, LogBase& log,
-                      DataBuffer* owner = nullptr);
+                      Given given = {});
     Stored decodeBase64(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log, DataBuffer* owner = nullptr);
     Stored decodeQP(const void* data, unsigned int size, int codePage, bool isText, LogBase& log,
@@ -454,10 +460,11 @@ private:
     Stored uudecodeBody(const void* data, unsigned int size, int codePage, bool isText,
                         LogBase& log);
     Stored store8bit(const void* data, unsigned int size, int codePage, bool isText, LogBase& log,
-                     DataBuffer* owner = nullptr);
-    int codePageOf8bit(const void* data, unsigned int size, int codePage, LogBase& log);
+                     Given given = {});
+    int codePageOf8bit(const void* data, unsigned int size, int codePage, bool isAscii,
+                       LogBase& log);
     Stored convertBodyToUtf8(int codePage, LogBase& log);
-    Stored storeConverted(int codePage, const void* data, unsigned int size, DataBuffer* owner,
+    Stored storeConverted(int codePage, const void* data, unsigned int size, Given given,
                           LogBase& log);
     void noteReceived(Stored stored);
     bool isToBeConverted(int codePage, bool isText) const;

@@ -7,6 +7,7 @@
 
 #include "foundation/bytes/bytes.h"
 #include "foundation/bytes/line_ends.h"
+#include "foundation/bytes/text_facts.h"
 #include "foundation/bytes/utf8.h"
 #include "foundation/coding/base64.h"
 #include "foundation/coding/quoted_printable.h"
@@ -58,6 +59,24 @@ std::string decodeQp(std::string_view in) {
 template <auto Function>
 std::string run(std::string_view in) {
     return std::to_string(Function(in.data(), in.size()));
+}
+
+std::string factsOf(bytes::TextFacts facts) {
+    return std::string(facts.hasZero ? "zero " : "") + (facts.isAscii ? "ascii " : "");
+}
+
+template <auto Function>
+std::string looked(std::string_view in) {
+    return factsOf(Function(in.data(), in.size()));
+}
+
+// The place of the copy in a line of the cache follows the text.
+template <auto Function>
+std::string copied(std::string_view in) {
+    const size_t lead = in.empty() ? 0 : in[0] & 63;
+    const Exact room(std::string(lead + in.size(), '?'));
+    const auto facts = Function(in.data(), in.size(), const_cast<char*>(room.data()) + lead);
+    return factsOf(facts) + std::string(room.data(), room.size());
 }
 
 // Mostly well-formed: the bytes choose among characters, stray bytes and cut sequences.
@@ -170,6 +189,7 @@ std::vector<Twins> allTwins() {
     static const std::string damaged = mostly(kBase64, "\r\n=*\x80", 4);
     static const std::string lightQp = mostly("abcdefg hijklmnop", "=\r\n", 2);
     static const std::string ascii = mostly("ab", "\x80\xFF", 60);
+    static const std::string mostlyText = mostly("abcdefgh", "\0"sv, 60);
     static const std::string fields = mostly("a: b| ", "\t\r\n\x7F\xE9", 30);
     static const std::string longFields = mostly("ab:cd ef", "|||", 6);
     static const std::string lines = mostly("ab", "\r\n", 8);
@@ -179,6 +199,8 @@ std::vector<Twins> allTwins() {
         {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
         {TWINS(bytes, asciiRun, run), {ascii, ""}},
         {TWINS(bytes, plainRun, run), {lines, ascii, ""}},
+        {TWINS(bytes, look, looked), {"ab", ascii, mostlyText, ""}},
+        {TWINS(bytes, copyAndLook, copied), {"ab", ascii, mostlyText, ""}},
         {TWINS(bytes, hasC1, run), {ascii, "a\x81\xA0", ""}},
         {TWINS(header_scan, run, scanned), {fields, longFields, "ab: |", ""}, withBreaks},
         {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},

@@ -232,15 +232,6 @@ private:
     unsigned m_to = 0, m_from = 0;
 };
 
-// Whether every byte is a character of the charset.
-bool isTotal(const Codec& codec) {
-    unsigned char all[128];
-    DataBuffer text;
-    for (unsigned i = 0; i < sizeof all; ++i) all[i] = static_cast<unsigned char>(0x80 + i);
-    return isSingleByte(codec) && append(codec.decode, codec, {all, all + sizeof all}, text) &&
-           !text.containsSubstring("\xEF\xBF\xBD", kMaxSize);
-}
-
 bool convert(const Codec& from, const Codec& to, Source in, DataBuffer& out) {
     if (to.codePage == codepage::kUtf8) return decode(from, in, out);
     if (from.codePage == codepage::kUtf8) return run(to.encode, to, in, out);
@@ -293,7 +284,7 @@ bool EncodingConvert::EncConvert(int fromCodePage, int toCodePage, const unsigne
 
 bool EncodingConvert::canBeInPlace(int codePage) {
     const Codec* const codec = findCodec(codePage);
-    return codec && isTotal(*codec);
+    return codec && charset::isTotalSingleByte(*codec);
 }
 
 bool EncodingConvert::toUtf8InPlace(int codePage, DataBuffer& text) {

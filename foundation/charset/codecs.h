@@ -89,6 +89,7 @@ struct CodecList {
 };
 
 CodecList singleByteCodecs();
+bool isTotalSingleByte(const Codec& codec);  // whether every byte is a character
 CodecList multiByteCodecs();
 CodecList statefulCodecs();
 CodecList unicodeCodecs();

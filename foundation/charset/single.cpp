@@ -28,6 +28,7 @@ struct SingleByte {
             ready[128 + i] = makeReady(c ? c : kReplacement);
             for (unsigned k = 0; k < 3; ++k) planes[k][i] = ready[128 + i].utf8[k];
             if (c != 128 + i) latinFrom = 128 + i + 1;
+            if (c == 0) isTotal = false;
             if (c == 0) continue;
             if (pageOf[c / kPage] == 0) pageOf[c / kPage] = static_cast<unsigned char>(pages++);
             byteOf[pageOf[c / kPage]][c % kPage] = static_cast<unsigned char>(128 + i);
@@ -37,6 +38,7 @@ struct SingleByte {
     unsigned at(unsigned page, unsigned place) const { return byteOf[pageOf[page]][place]; }
 
     Ready ready[256] = {};
+    bool isTotal = true;                // every byte is a character
     unsigned latinFrom = 128;           // from here on bytes are characters of their value
     unsigned char planes[3][128] = {};  // the bytes of UTF-8 of 0x80 to 0xFF
     unsigned char pageOf[0x10000 / kPage] = {};
@@ -126,6 +128,10 @@ constexpr Codec kCodecs[] = {
 
 }  // namespace
 }  // namespace single
+
+bool isTotalSingleByte(const Codec& codec) {
+    return codec.decode == single::decode && single::tableOf(codec).isTotal;
+}
 
 CodecList singleByteCodecs() { return {single::kCodecs, std::size(single::kCodecs)}; }
 

@@ -114,6 +114,7 @@ bool isPlainlyNoUtf16(const unsigned char* body, unsigned size) {
 // bits, 8-bit bytes, which are read by guess, and escapes that nothing follows.
 bool leadsNoWayBack(int codePage, const unsigned char* received, unsigned size,
                     const DataBuffer& utf8) {
+    if (EncodingConvert::canBeInPlace(codePage)) return false;  // every byte is a character
     if (codepage::isUtf16Or32(codePage)) {
         if (markOf(received, size)) return true;
     } else if (!EncodingConvert::keepsAscii(codePage)) {
@@ -154,7 +155,7 @@ MimeMessage2::BodyCoding MimeMessage2::bodyCodingOf(const char* name) {
 MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* data,
                                               unsigned int size, const _zqCharset& charset,
                                               bool isText, bool bIsUtf8, LogBase& log,
-                                              DataBuffer* owner) {
+                                              Given given) {
     OperationContext context(log, "setMimeBodyByEncoding");
     log.verboseData("encoding", encoding ? encoding : "");
     log.verboseLong("isText", isText);
@@ -165,11 +166,12 @@ MimeMessage2::Stored MimeMessage2::decodeBody(const char* encoding, const void* 
     const int codePage = charset.getCodePage();
     const BodyCoding coding = bodyCodingOf(encoding);
     if (coding == BodyCoding::QuotedPrintable)
-        return decodeQP(data, size, codePage, isText, log, owner);
-    if (coding == BodyCoding::Base64) return decodeBase64(data, size, codePage, isText, log, owner);
+        return decodeQP(data, size, codePage, isText, log, given.owner);
+    if (coding == BodyCoding::Base64)
+        return decodeBase64(data, size, codePage, isText, log, given.owner);
     if (coding == BodyCoding::Uuencode) return uudecodeBody(data, size, codePage, isText, log);
     const Stored stored =
-        store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log, owner);
+        store8bit(data, size, bIsUtf8 ? codepage::kUtf8 : codePage, isText, log, given);
     // RFC 2046 5.2.1: an attached message may not be labelled binary.
     if (coding == BodyCoding::Binary && m_contentType.m_type.equalsIgnoreCase("message/rfc822"))
         setContentEncoding("8bit", log);
@@ -270,7 +272,7 @@ MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int s
     // As base64 it will be read by that rule, too.
     const bool keeps = codePage == codepage::kUtf16LE &&
                        isPlainlyNoUtf16(static_cast<const unsigned char*>(data), size);
-    const Stored stored = store8bit(data, size, codePage, isText && !keeps, log, owner);
+    const Stored stored = store8bit(data, size, codePage, isText && !keeps, log, {owner, false});
     setContentEncoding("base64", log);
     return stored;
 }
@@ -280,25 +282,26 @@ void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const 
     if (isAlive()) store8bit(data, size, charset.getCodePage(), isText, log);
 }
 
-// `owner`, unless it is null, holds the bytes and is emptied where they are stored as they are.
+// The owner of the bytes is emptied where they are stored as they are.
 MimeMessage2::Stored MimeMessage2::store8bit(const void* data, unsigned int size, int codePage,
-                                             bool isText, LogBase& log, DataBuffer* owner) {
+                                             bool isText, LogBase& log, Given given) {
     m_modified = true;
     const NewBody fresh(m_mimeBody);
     m_received = Received();
-    if (isText) codePage = codePageOf8bit(data, size, codePage, log);
+    if (isText) codePage = codePageOf8bit(data, size, codePage, given.isAscii, log);
     if (isText && codePage != codepage::kUtf8)
-        return storeConverted(codePage, data, size, owner, log);
-    if (owner) m_mimeBody.takeData(*owner);
+        return storeConverted(codePage, data, size, given, log);
+    if (given.owner) m_mimeBody.takeData(*given.owner);
     else m_mimeBody.append(data, size);
     return isText ? Stored::AsItCame : Stored::NoText;
 }
 
 // The code page from which such text is to be converted: UTF-8 where it stays as it came.
-int MimeMessage2::codePageOf8bit(const void* data, unsigned int size, int codePage, LogBase& log) {
+int MimeMessage2::codePageOf8bit(const void* data, unsigned int size, int codePage, bool isAscii,
+                                 LogBase& log) {
     if (codePage == codepage::kUtf8) return codePage;
     const auto* const bytes = static_cast<const unsigned char*>(data);
-    const bool is7bit = isAsciiText(bytes, size < k7bitProbe ? size : k7bitProbe);
+    const bool is7bit = isAscii || isAsciiText(bytes, size < k7bitProbe ? size : k7bitProbe);
     const bool isUnknown = codePage == codepage::kNone;
     if (isUnknown && is7bit) return codepage::kUtf8;
     // Tolerated: UTF-8 that is labelled with a single-byte charset.
@@ -314,19 +317,20 @@ int MimeMessage2::codePageOf8bit(const void* data, unsigned int size, int codePa
 MimeMessage2::Stored MimeMessage2::convertBodyToUtf8(int codePage, LogBase& log) {
     DataBuffer decoded;
     decoded.takeData(m_mimeBody);
-    return storeConverted(codePage, decoded.getData2(), decoded.getSize(), &decoded, log);
+    return storeConverted(codePage, decoded.getData2(), decoded.getSize(), {&decoded, false}, log);
 }
 
 // Kept on purpose: US-ASCII is read as ISO-8859-1, which is what it is written as.
 MimeMessage2::Stored MimeMessage2::storeConverted(int codePage, const void* data, unsigned int size,
-                                                  DataBuffer* owner, LogBase& log) {
+                                                  Given given, LogBase& log) {
+    DataBuffer* const owner = given.owner;
     const auto* const bytes = static_cast<const unsigned char*>(data);
     const auto keepIn = [&](DataBuffer& to) {
         if (owner) to.takeData(*owner);
         else to.append(data, size);
     };
     if (codePage == codepage::kAscii) codePage = codepage::kLatin1;
-    if (EncodingConvert::keepsAscii(codePage) && isAsciiText(bytes, size)) {
+    if (EncodingConvert::keepsAscii(codePage) && (given.isAscii || isAsciiText(bytes, size))) {
         keepIn(m_mimeBody);
         return Stored::Converted;
     }

@@ -22,13 +22,10 @@ bool hasZeroByte(const char* body, unsigned size) {
     return size != 0 && std::memchr(body, 0, size) != nullptr;
 }
 
-// RFC 2045 5.2: a body without a type is text.  Text with a zero byte in it is none, unless
-// it is UTF-16.
-bool isTextBody(const TypeTraits& type, int codePage, const char* body, unsigned size) {
-    if (type.isEmpty) return !hasZeroByte(body, size);
-    if (!type.isText) return false;
-    if (codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE) return true;
-    return !hasZeroByte(body, size);
+// Whether text of that code page is seldom converted.
+bool isMostlyKept(int codePage) {
+    return codePage == codepage::kNone || codePage == codepage::kUtf8 ||
+           codePage == codepage::kAscii;
 }
 
 // Tolerated: a mailer that sends HTML as text/plain, marked "<x-html>".
@@ -60,8 +57,10 @@ Loader::Progress Loader::startBody(MimeMessage2& node, SourceText& source, Repai
     if (node.isMultipart() && !node.m_contentType.m_boundary.isEmpty())
         return startParts(node, source, repaired, body, size, isSigned);
     Leaf leaf(body, size);
-    if (repaired || MimeMessage2::isStoredAsItStands(encoding))
-        lend(leaf, source, repaired.get());
+    const bool isStoredAsItStands = MimeMessage2::isStoredAsItStands(encoding);
+    if (repaired || isStoredAsItStands) lend(leaf, source, repaired.get());
+    leaf.isCopied = isStoredAsItStands && !leaf.hasOwner &&
+                    (m_inputIsUtf8 || isMostlyKept(node.m_charset.getCodePage()));
     parseLeaf(node, leaf, encoding);
     return Progress::Done;
 }
@@ -85,6 +84,26 @@ void Loader::Leaf::takeFrom(RepairedText& repaired) {
 void Loader::Leaf::shareWith(RepairedText& repaired) {
     hasOwner = repaired.share(bytes, body, size);
     if (hasOwner) sharedWith = &repaired;
+}
+
+// The only look at it, which makes the copy that will be stored.  Without memory for that the
+// storing fails, too.
+bool Loader::Leaf::hasZero() {
+    if (isLookedAt) return facts.hasZero;
+    isLookedAt = true;
+    auto* const to = reinterpret_cast<char*>(isCopied && size ? bytes.extend(size) : nullptr);
+    hasOwner = hasOwner || to;
+    facts = to ? bytes::copyAndLook(body, size, to) : bytes::look(body, size);
+    return facts.hasZero;
+}
+
+// RFC 2045 5.2: a body without a type is text.  Text with a zero byte in it is none, unless
+// it is UTF-16.
+bool Loader::Leaf::isText(const TypeTraits& type, int codePage) {
+    if (type.isEmpty) return !hasZero();
+    if (!type.isText) return false;
+    if (codePage == codepage::kUtf16LE || codePage == codepage::kUtf16BE) return true;
+    return !hasZero();
 }
 
 // Bytes that are gone are those of the node.
@@ -134,7 +153,7 @@ Loader::Progress Loader::startParts(MimeMessage2& node, SourceText& source, Repa
         Leaf leaf(body, size);
         lend(leaf, source, repaired.get());
         node.noteReceived(node.store8bit(leaf.body, size, node.m_charset.getCodePage(), true, m_log,
-                                         leaf.owner()));
+                                         leaf.given()));
         leaf.noteStored(node);
         return Progress::Done;
     }
@@ -196,7 +215,7 @@ void Loader::parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding) {
     }
     m_log.verboseLong("bIsAttachment", isAttachment);
     const int codePage = node.m_charset.getCodePage();
-    const bool isText = !isAttachment && isTextBody(type, codePage, body, size);
+    const bool isText = !isAttachment && leaf.isText(type, codePage);
 
     // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
     _zqCharset charset;
@@ -207,14 +226,14 @@ void Loader::parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding) {
     DataBuffer oldBody;  // which the text may be
     oldBody.takeData(node.m_mimeBody);
     const bool isXHtml = beginsWithXHtml(body, size);
-    const auto store = [&](DataBuffer* mayBeEmptied) {
+    const auto store = [&](MimeMessage2::Given given) {
         return node.decodeBody(coding.getString(), body, size, charset, isText, m_inputIsUtf8,
-                               m_log, mayBeEmptied);
+                               m_log, given);
     };
 
     if (!isAttachment && codePage == codepage::kNone && type.isHtml) {
         m_log.verboseInfo("No charset specified.  Trying to get HTML charset via META tag..");
-        store(nullptr);
+        store({});
         takeCharsetFromHtml(node, charset);
         node.m_mimeBody.clear();
     }
@@ -223,7 +242,7 @@ void Loader::parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding) {
     m_log.verboseData("charset", charset.getName());
     m_log.verboseLong("m_charset_cp", node.m_charset.getCodePage());
     m_log.verboseLong("isText", isText);
-    const MimeMessage2::Stored stored = store(leaf.owner());
+    const MimeMessage2::Stored stored = store(leaf.given());
     leaf.noteStored(node);
     const bool wasReally1252 = stored == MimeMessage2::Stored::ConvertedFrom1252;
     m_log.verboseLong("wasReally1252", wasReally1252);

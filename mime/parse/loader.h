@@ -9,6 +9,7 @@
 
 #include "foundation/bytes/GrowArray.h"
 #include "foundation/bytes/MemoryWatch.h"
+#include "foundation/bytes/text_facts.h"
 #include "foundation/charset/code_pages.h"
 #include "foundation/header/header_scan.h"
 #include "mime/MimeMessage2.h"
@@ -115,15 +116,22 @@ struct Loader::RepairedText {
 struct Loader::Leaf {
     Leaf(const char* b, unsigned n) : body(b), size(n) {}
 
+    bool isText(const TypeTraits& type, int codePage);
+    bool hasZero();
     void takeFrom(RepairedText& repaired);
     void shareWith(RepairedText& repaired);
-    DataBuffer* owner() { return hasOwner ? &bytes : nullptr; }
+    MimeMessage2::Given given() {
+        return {hasOwner ? &bytes : nullptr, isLookedAt && facts.isAscii};
+    }
     void noteStored(MimeMessage2& node);
 
     const char* body;
     unsigned size;
     DataBuffer bytes;
     bool hasOwner = false;
+    bool isCopied = false;  // when it is looked at: it is likely to be stored as it stands
+    bool isLookedAt = false;
+    bytes::TextFacts facts;
     RepairedText* sharedWith = nullptr;
 };
 
