@@ -121,12 +121,12 @@ bool DelimiterIndex::build() {
         ++count;
         m_kinds |= 1u << kind;
     });
-    while (buckets < count / 4) buckets *= 2;
+    while (buckets < count / 16) buckets *= 2;
     if (!m_bucketEnds.fill(buckets, 0) || !m_places.fill(count, 0)) return false;
-    const auto bucketOf = [&](uint64_t hash, unsigned kind) -> uint32_t& {
-        return m_bucketEnds[static_cast<uint32_t>(withKind(hash, kind)) & (buckets - 1)];
+    const auto bucketOf = [&](uint64_t hash) -> uint32_t& {
+        return m_bucketEnds[static_cast<uint32_t>(hash) & (buckets - 1)];
     };
-    eachPlace([&](uint64_t hash, unsigned kind, const char*) { ++bucketOf(hash, kind); });
+    eachPlace([&](uint64_t hash, unsigned kind, const char*) { ++bucketOf(withKind(hash, kind)); });
     uint32_t start = 0;
     for (uint32_t& bucket : m_bucketEnds) {
         const uint32_t size = bucket;
@@ -134,7 +134,8 @@ bool DelimiterIndex::build() {
         start += size;
     }
     eachPlace([&](uint64_t hash, unsigned kind, const char* at) {
-        m_places[bucketOf(hash, kind)++] = static_cast<uint32_t>(at - m_begin);
+        hash = withKind(hash, kind);
+        m_places[bucketOf(hash)++] = tagOf(hash) | static_cast<uint32_t>(at - m_begin);
     });
     return true;
 }
@@ -142,7 +143,8 @@ bool DelimiterIndex::build() {
 DelimiterIndex::Places DelimiterIndex::placesOf(uint64_t hash) const {
     const uint32_t bucket = static_cast<uint32_t>(hash) & (m_bucketEnds.size() - 1);
     const uint32_t* const places = m_places.data();
-    return {places + (bucket ? m_bucketEnds[bucket - 1] : 0), places + m_bucketEnds[bucket]};
+    return {places + (bucket ? m_bucketEnds[bucket - 1] : 0), places + m_bucketEnds[bucket],
+            tagOf(hash)};
 }
 
 // -- The delimiter
@@ -221,13 +223,17 @@ const char* DelimiterIndex::find(std::string_view delimiter, const char* from,
     const uint64_t allowed = 8 * static_cast<uint64_t>(to - from);
     const char* best = nullptr;
     eachPlaces(piece, [&](Places places) {
-        const uint32_t* at = std::lower_bound(places.begin, places.end, first);
-        for (; at != places.end && *at < behind && compared <= allowed; ++at) {
-            const char* const place = m_begin + *at - piece.at;
-            compared += delimiter.size();
-            if (std::memcmp(place, delimiter.data(), delimiter.size()) != 0) continue;
+        const auto placeOf = [this](uint32_t entry) { return entry & m_placeBits; };
+        const uint32_t* at = std::lower_bound(
+            places.begin, places.end, first,
+            [&](uint32_t entry, uint64_t sought) { return placeOf(entry) < sought; });
+        for (; at != places.end && placeOf(*at) < behind && compared <= allowed; ++at) {
+            const char* const place = m_begin + placeOf(*at) - piece.at;
+            const bool isTagged = (*at & ~m_placeBits) == places.tag;
+            compared += isTagged ? delimiter.size() : 1;
+            if (!isTagged || std::memcmp(place, delimiter.data(), delimiter.size()) != 0) continue;
             best = place;
-            behind = *at;
+            behind = placeOf(*at);
             break;
         }
     });

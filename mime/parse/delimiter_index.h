@@ -7,6 +7,7 @@
 // next run or the end of the line.  So each candidate has one entry, of about five bytes, for
 // delimiters of all lengths.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -22,7 +23,11 @@ public:
     static constexpr std::string_view kRespaced = "=_alternative ";
 
     DelimiterIndex(Anchor anchor, unsigned context, const char* begin, const char* end)
-        : m_anchor(anchor), m_context(context), m_begin(begin), m_end(end) {}
+        : m_anchor(anchor),
+          m_context(context),
+          m_begin(begin),
+          m_end(end),
+          m_placeBits(static_cast<uint32_t>(std::bit_ceil(static_cast<uint64_t>(end - begin) + 1) - 1)) {}
 
     // False when memory is exhausted.
     bool build();
@@ -36,6 +41,7 @@ private:
     struct Places {
         const uint32_t* begin;
         const uint32_t* end;
+        uint32_t tag;  // of those that are meant
     };
 
     template <class Take>
@@ -52,14 +58,16 @@ private:
     Piece respacedPiece(std::string_view delimiter) const;
     size_t numPlaces(const Piece& piece) const;
     Places placesOf(uint64_t hash) const;
+    uint32_t tagOf(uint64_t hash) const { return static_cast<uint32_t>(hash >> 32) & ~m_placeBits; }
 
     const Anchor m_anchor;
     const unsigned m_context;
     const char* const m_begin;
     const char* const m_end;
+    const uint32_t m_placeBits;        // of an entry; the others are a tag
     uint32_t m_kinds = 0;              // which pairs of run length and stop occur, a bit each
     GrowArray<uint32_t> m_bucketEnds;  // ends of the buckets in m_places
-    GrowArray<uint32_t> m_places;      // ends of anchors, in the order of the text in a bucket
+    GrowArray<uint32_t> m_places;      // ends of anchors, tagged, by place in a bucket
 };
 
 }  // namespace mimetree::inner

@@ -62,6 +62,7 @@ const char* DelimiterSearch::find(std::string_view delimiter, const char* from, 
     if (dashes == delimiter.size()) return findDashes(dashes, from, to);
     if (from < m_from) return findPlainly(delimiter, from, to);
     m_from = from;
+    if (isAt(from, delimiter)) return from;  // as the first one of a multipart mostly is
     if (dashes < 2) return findRespaced(delimiter, from, to);
     if (!m_isLongWalk) {
         const char* const hit = walk(delimiter, dashes, from, to);
