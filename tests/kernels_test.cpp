@@ -46,6 +46,21 @@ std::string decode64(std::string_view in) {
     return written<Function>(in, base64::decodedBound(in.size()));
 }
 
+// Pieces of a size that follows the text, each with room of its own.
+std::string decode64ByPieces(std::string_view in) {
+    const size_t size = 1 + (in.empty() ? 0 : raw(in)[0] * 7u % 400);
+    std::string all;
+    const char* const end = in.data() + in.size();
+    for (const char* p = in.data(); p != end;) {
+        const size_t n = std::min(size, static_cast<size_t>(end - p));
+        const size_t room = base64::decodedBound(n) + base64::kGroupBytes;
+        const std::unique_ptr<unsigned char[]> out(new unsigned char[room]);
+        unsigned char* const stop = base64::decodePiece(p, p + n, end, out.get());
+        all.append(out.get(), stop);
+    }
+    return all;
+}
+
 template <auto Function>
 std::string encodeQp(std::string_view in) {
     return written<Function>(in, quoted_printable::encodedBound(raw(in), in.size()));
@@ -208,6 +223,10 @@ std::vector<Twins> allTwins() {
         {TWINS(base64, encode, encode64), {""}},
         {TWINS(base64, decode, decode64), {""}, encode64<base64::scalar::encode>},
         {TWINS(base64, decode, decode64), {kBase64, spaced, damaged, "QUJD \n", ""}},
+        {"base64 by pieces",
+         decode64ByPieces,
+         decode64<base64::scalar::decode>,
+         {kBase64, spaced, damaged, "QUJD \n", ""}},
         {TWINS(quoted_printable, countEscapes, run), {lightQp, ""}},
         {TWINS(quoted_printable, encode, encodeQp), {"ab", lightQp, "a\xC3=. \r\n", ""}},
         {TWINS(quoted_printable, encode, encodeQp), {"aF | .\t"}, withHarmful},

@@ -6,6 +6,7 @@
 
 #include "foundation/ContentCoding.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "foundation/DataBuffer.h"
@@ -59,6 +60,67 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
     return true;
 }
 
+// Room for text that is decoded piece by piece: for one piece, then for as much as that says of
+// the rest, and then for all that the rest may be.  A bound from the beginning would count line
+// breaks as text.
+class PieceRoom {
+public:
+    PieceRoom(DataBuffer& out, const char* text, unsigned int size)
+        : m_out(out), m_before(out.getSize()), m_text(text), m_end(text + size) {}
+
+    // Where a piece is to be written that wants `n` bytes; null when memory is exhausted.
+    unsigned char* make(const char* at, size_t n) {
+        const uint64_t needed = uint64_t{m_out.getSize()} + n;
+        if (needed > m_reserved) {
+            const uint64_t most = m_out.getSize() + base64::decodedBound(rest(at)) + n;
+            m_reserved = at == m_text     ? needed
+                         : m_hasEstimated ? most
+                                          : std::min(most, std::max(needed, likely(at) + n));
+            m_hasEstimated = at != m_text;
+            if (!m_out.reserve(static_cast<unsigned>(std::min<uint64_t>(m_reserved, UINT32_MAX))))
+                return nullptr;
+        }
+        return m_out.extend(static_cast<unsigned>(n));
+    }
+
+private:
+    size_t rest(const char* at) const { return static_cast<size_t>(m_end - at); }
+
+    uint64_t likely(const char* at) const {
+        const uint64_t made = m_out.getSize() - m_before;
+        const uint64_t more = made * rest(at) / static_cast<size_t>(at - m_text);
+        return m_out.getSize() + more + more / 256;
+    }
+
+    DataBuffer& m_out;
+    const unsigned m_before;
+    const char* const m_text;
+    const char* const m_end;
+    uint64_t m_reserved = 0;
+    bool m_hasEstimated = false;
+};
+
+constexpr size_t kPiece = 64 * 1024;
+
+bool appendLongBase64(const char* text, unsigned int size, DataBuffer& out) {
+    const unsigned before = out.getSize();
+    PieceRoom room(out, text, size);
+    const char* const end = text + size;
+    for (const char* p = text; p != end;) {
+        const size_t taken = std::min(static_cast<size_t>(end - p), kPiece);
+        const size_t n = base64::decodedBound(taken) + base64::kGroupBytes;
+        unsigned char* const start = room.make(p, n);
+        if (start == nullptr) {
+            out.shorten(out.getSize() - before);
+            return false;
+        }
+        const unsigned char* const stop = base64::decodePiece(p, p + taken, end, start);
+        out.shorten(static_cast<unsigned int>(n - static_cast<size_t>(stop - start)));
+    }
+    out.shrinkToFit();
+    return true;
+}
+
 template <class Buffer>
 bool appendBase64(const void* data, unsigned int size, Buffer& out) {
     return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
@@ -87,6 +149,7 @@ bool ContentCoding::encodeBase64(const void* data, unsigned int size, DataBuffer
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
     const auto used = static_cast<unsigned int>(text ? base64::sizeWithoutFooter(text, size) : 0);
+    if (used > 4 * kPiece && !out.owns(text)) return appendLongBase64(text, used, out);
     return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
 }
 

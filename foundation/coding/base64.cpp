@@ -87,9 +87,23 @@ void decodeOddGroup(Place& at) {
         *at.out++ = static_cast<unsigned char>(bits >> (16 - 8 * i));
 }
 
-Place placeOf(const char* text, size_t n, unsigned char* out) {
-    const auto* p = reinterpret_cast<const unsigned char*>(text);
-    return {p, p + n, out};
+// What no loop takes, which may reach beyond the piece that is decoded.
+void passOddPlace(Place& at, const unsigned char* textEnd) {
+    const unsigned char* const stop = at.end;
+    at.end = textEnd;
+    if (!skipLineBreaks(at)) decodeOddGroup(at);
+    at.end = stop;
+}
+
+using DecodeTo = void (*)(Place& at, const unsigned char* textEnd);
+
+unsigned char* decodeWith(DecodeTo decodeTo, const char*& text, const char* stop, const char* end,
+                          unsigned char* out) {
+    const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
+    Place at = {bytes(text), bytes(stop), out};
+    decodeTo(at, bytes(end));
+    text = reinterpret_cast<const char*>(at.p);
+    return at.out;
 }
 
 // -- Encoding, portable
@@ -128,13 +142,17 @@ char* encode(const unsigned char* data, size_t n, char* out) {
     return encodeLine(data, n, out);
 }
 
-unsigned char* decode(const char* text, size_t n, unsigned char* out) {
-    Place at = placeOf(text, n, out);
-    while (at.p != at.end) {
+// The place ends where the piece does.
+static void decodeTo(Place& at, const unsigned char* textEnd) {
+    const unsigned char* const stop = at.end;
+    while (at.p < stop) {
         decodeGroups(at);
-        if (!skipLineBreaks(at)) decodeOddGroup(at);
+        passOddPlace(at, textEnd);
     }
-    return at.out;
+}
+
+unsigned char* decode(const char* text, size_t n, unsigned char* out) {
+    return decodeWith(decodeTo, text, text + n, text + n, out);
 }
 
 }  // namespace scalar
@@ -145,14 +163,19 @@ namespace {
 #include "foundation/simd/each_level.inc"
 
 constexpr auto kEncode = SIMD_KERNEL(encode);
-constexpr auto kDecode = SIMD_KERNEL(decode);
+constexpr auto kDecodeTo = SIMD_KERNEL(decodeTo);
 
 }  // namespace
 
 char* encode(const unsigned char* data, size_t n, char* out) { return kEncode.now()(data, n, out); }
 
 unsigned char* decode(const char* text, size_t n, unsigned char* out) {
-    return kDecode.now()(text, n, out);
+    return decodePiece(text, text + n, text + n, out);
+}
+
+unsigned char* decodePiece(const char*& text, const char* stop, const char* end,
+                           unsigned char* out) {
+    return decodeWith(kDecodeTo.now(), text, stop, end, out);
 }
 
 }  // namespace mimetree::inner::base64

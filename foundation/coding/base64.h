@@ -29,6 +29,12 @@ char* encode(const unsigned char* data, size_t n, char* out);
 // end of what was written; bytes of `out` behind that may have been used as well.
 unsigned char* decode(const char* text, size_t n, unsigned char* out);
 
+// The same for a piece of the text that goes on to `end`: moves `text` to between two groups, to
+// `stop` or a little behind it.  Wants room for kGroupBytes more than that piece has.
+constexpr size_t kGroupBytes = 3;
+unsigned char* decodePiece(const char*& text, const char* stop, const char* end,
+                           unsigned char* out);
+
 namespace scalar {
 char* encode(const unsigned char* data, size_t n, char* out);
 unsigned char* decode(const char* text, size_t n, unsigned char* out);

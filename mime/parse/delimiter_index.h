@@ -27,7 +27,8 @@ public:
           m_context(context),
           m_begin(begin),
           m_end(end),
-          m_placeBits(static_cast<uint32_t>(std::bit_ceil(static_cast<uint64_t>(end - begin) + 1) - 1)) {}
+          m_placeBits(
+              static_cast<uint32_t>(std::bit_ceil(static_cast<uint64_t>(end - begin) + 1) - 1)) {}
 
     // False when memory is exhausted.
     bool build();
