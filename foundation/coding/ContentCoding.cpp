@@ -63,9 +63,9 @@ bool appendDecoded(const char* text, unsigned int size, size_t bound, DataBuffer
 // Room for text that is decoded piece by piece: for one piece, then for as much as that says of
 // the rest, and then for all that the rest may be.  A bound from the beginning would count line
 // breaks as text.
-class PieceRoom {
+class Base64Room {
 public:
-    PieceRoom(DataBuffer& out, const char* text, unsigned int size)
+    Base64Room(DataBuffer& out, const char* text, unsigned int size)
         : m_out(out), m_before(out.getSize()), m_text(text), m_end(text + size) {}
 
     // Where a piece is to be written that wants `n` bytes; null when memory is exhausted.
@@ -100,14 +100,14 @@ private:
     bool m_hasEstimated = false;
 };
 
-constexpr size_t kPiece = 64 * 1024;
+constexpr size_t kBase64Piece = 64 * 1024;
 
 bool appendLongBase64(const char* text, unsigned int size, DataBuffer& out) {
     const unsigned before = out.getSize();
-    PieceRoom room(out, text, size);
+    Base64Room room(out, text, size);
     const char* const end = text + size;
     for (const char* p = text; p != end;) {
-        const size_t taken = std::min(static_cast<size_t>(end - p), kPiece);
+        const size_t taken = std::min(static_cast<size_t>(end - p), kBase64Piece);
         const size_t n = base64::decodedBound(taken) + base64::kGroupBytes;
         unsigned char* const start = room.make(p, n);
         if (start == nullptr) {
@@ -149,7 +149,7 @@ bool ContentCoding::encodeBase64(const void* data, unsigned int size, DataBuffer
 
 bool ContentCoding::decodeBase64ToDb(const char* text, unsigned int size, DataBuffer& out) {
     const auto used = static_cast<unsigned int>(text ? base64::sizeWithoutFooter(text, size) : 0);
-    if (used > 4 * kPiece && !out.owns(text)) return appendLongBase64(text, used, out);
+    if (used > 4 * kBase64Piece && !out.owns(text)) return appendLongBase64(text, used, out);
     return appendDecoded(text, used, base64::decodedBound(used), out, base64::decode);
 }
 

@@ -13,6 +13,7 @@
 #include "foundation/Uu.h"
 #include "foundation/_zqUtf.h"
 #include "foundation/bytes/bytes.h"
+#include "foundation/coding/quoted_printable.h"
 #include "mime/node/internal.h"
 
 using namespace mimetree::inner;
@@ -86,17 +87,48 @@ QpText treatmentOf(int codePage) {
     }
 }
 
-bool namesAndIsUtf8(const DataBuffer& body) {
-    return body.containsSubstring("utf-8", kUtf8Probe) &&
-           _zqUtf::isValidUtf8(body.getData2(), body.getSize(), kUtf8Probe);
+// Decoded quoted-printable.  What is short is decoded beside the heap, to which it goes once it
+// is known what becomes of it.
+class DecodedQp {
+public:
+    DecodedQp(const char* text, unsigned size) {
+        if (!text || size > sizeof m_short) {
+            ContentCoding().decodeQuotedPrintable(text, size, m_long);
+            m_bytes = m_long.getData2();
+            m_size = m_long.getSize();
+        } else {
+            m_bytes = m_short;
+            m_size = static_cast<unsigned>(quoted_printable::decode(text, size, m_short) - m_short);
+        }
+    }
+
+    const unsigned char* bytes() const { return m_bytes; }
+    unsigned size() const { return m_size; }
+    DataBuffer* owner() { return m_bytes == m_short ? nullptr : &m_long; }
+
+    void moveTo(DataBuffer& body) {
+        if (DataBuffer* const whole = owner()) body.takeData(*whole);
+        else body.append(m_bytes, m_size);
+    }
+
+private:
+    const unsigned char* m_bytes;
+    unsigned m_size;
+    DataBuffer m_long;
+    unsigned char m_short[2048];
+};
+
+bool namesAndIsUtf8(const unsigned char* body, unsigned size) {
+    const auto* const text = reinterpret_cast<const char*>(body);
+    return bytes::find(text, size < kUtf8Probe ? size : kUtf8Probe, "utf-8", 5) &&
+           _zqUtf::isValidUtf8(body, size, kUtf8Probe);
 }
 
 // ISO-8859-1 has control characters where windows-1252 has quotes and dashes, which is what
 // mail means.
 // Kept on purpose: the last byte is not looked at, and 0x80 and 0x81 do not count.
-bool looksLike1252(const DataBuffer& body) {
-    const unsigned n = body.getSize();
-    return n != 0 && bytes::hasC1(reinterpret_cast<const char*>(body.getData2()), n - 1);
+bool looksLike1252(const unsigned char* body, unsigned size) {
+    return size != 0 && bytes::hasC1(reinterpret_cast<const char*>(body), size - 1);
 }
 
 bool isAsciiText(const unsigned char* body, unsigned size) {
@@ -232,30 +264,32 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
     log.verboseLong("cp", codePage);
     const NewBody fresh(m_mimeBody);
     m_received = Received();
-    ContentCoding coding;
-    if (isText && !codepage::isUtf16Or32(codePage)) coding.setTextBody(true);
-    coding.decodeQuotedPrintable(static_cast<const char*>(data), size, m_mimeBody);
+    DecodedQp text(static_cast<const char*>(data), size);
     if (owner) owner->clear();
     if (!isText) {
         log.verboseInfo("Set quoted-printable non-text MIME body.");
+        text.moveTo(m_mimeBody);
         return Stored::NoText;
     }
-    if (const ByteOrderMark* mark = markOf(m_mimeBody.getData2(), m_mimeBody.getSize())) {
-        if (mark->message) log.verboseInfo(mark->message);
+    const ByteOrderMark* const mark = markOf(text.bytes(), text.size());
+    if (mark && mark->message) log.verboseInfo(mark->message);
+    const QpText treatment = treatmentOf(codePage);
+    const bool isExamined = treatment == QpText::Examine && text.size() >= 2;
+    if (mark || treatment == QpText::Keep ||
+        (isExamined && namesAndIsUtf8(text.bytes(), text.size()))) {
+        text.moveTo(m_mimeBody);
         return Stored::AsItCame;
     }
-    const QpText treatment = treatmentOf(codePage);
-    if (treatment == QpText::Keep) return Stored::AsItCame;
-    if (treatment == QpText::Examine && m_mimeBody.getSize() >= 2) {
-        if (namesAndIsUtf8(m_mimeBody)) return Stored::AsItCame;
-        if (codePage == codepage::kLatin1 && looksLike1252(m_mimeBody)) {
-            log.logError("Has invalid iso-8859-1 bytes..");
-            std::atomic_ref<bool>(b_WasReally1252).store(true, std::memory_order_relaxed);
-            convertBodyToUtf8(codepage::kWindows1252, log);
-            return Stored::ConvertedFrom1252;
-        }
+    const auto convert = [&](int from) {
+        return storeConverted(from, text.bytes(), text.size(), {text.owner(), false}, log);
+    };
+    if (isExamined && codePage == codepage::kLatin1 && looksLike1252(text.bytes(), text.size())) {
+        log.logError("Has invalid iso-8859-1 bytes..");
+        std::atomic_ref<bool>(b_WasReally1252).store(true, std::memory_order_relaxed);
+        convert(codepage::kWindows1252);
+        return Stored::ConvertedFrom1252;
     }
-    return convertBodyToUtf8(codePage, log);
+    return convert(codePage);
 }
 
 // The body goes on as base64: uuencode is no MIME coding (RFC 2045 6).
