@@ -133,7 +133,7 @@ void findDelimiter(benchmark::State& state, Search search) {
     look(state, find, base64Text(76, "\r\n"));
 }
 
-using CopyAndLook = bytes::TextFacts(const char*, size_t, char*);
+using CopyAndLook = text_facts::TextFacts(const char*, size_t, char*);
 
 void copyAndLook(benchmark::State& state, CopyAndLook function) {
     const std::string text = newsletter();
@@ -190,8 +190,8 @@ BENCHMARK_CAPTURE(look, countEscapes, quoted_printable::countEscapes, newsletter
 BENCHMARK_CAPTURE(look, countEscapes_scalar, quoted_printable::scalar::countEscapes, newsletter());
 BENCHMARK_CAPTURE(look, asciiRun, bytes::asciiRun, base64Text(76, "\r\n"));
 BENCHMARK_CAPTURE(look, asciiRun_scalar, bytes::scalar::asciiRun, base64Text(76, "\r\n"));
-BENCHMARK_CAPTURE(copyAndLook, fast, bytes::copyAndLook);
-BENCHMARK_CAPTURE(copyAndLook, scalar, bytes::scalar::copyAndLook);
+BENCHMARK_CAPTURE(copyAndLook, fast, text_facts::copyAndLook);
+BENCHMARK_CAPTURE(copyAndLook, scalar, text_facts::scalar::copyAndLook);
 BENCHMARK_CAPTURE(findDelimiter, fast, bytes::find);
 BENCHMARK_CAPTURE(findDelimiter, scalar, bytes::scalar::find);
 BENCHMARK_CAPTURE(checkUtf8, fast, utf8::validPrefix);

@@ -76,7 +76,7 @@ std::string run(std::string_view in) {
     return std::to_string(Function(in.data(), in.size()));
 }
 
-std::string factsOf(bytes::TextFacts facts) {
+std::string factsOf(text_facts::TextFacts facts) {
     return std::string(facts.hasZero ? "zero " : "") + (facts.isAscii ? "ascii " : "");
 }
 
@@ -214,8 +214,8 @@ std::vector<Twins> allTwins() {
         {TWINS(bytes, find, find), {"ab", "abcdefgh", ""}},
         {TWINS(bytes, asciiRun, run), {ascii, ""}},
         {TWINS(bytes, plainRun, run), {lines, ascii, ""}},
-        {TWINS(bytes, look, looked), {"ab", ascii, mostlyText, ""}},
-        {TWINS(bytes, copyAndLook, copied), {"ab", ascii, mostlyText, ""}},
+        {TWINS(text_facts, look, looked), {"ab", ascii, mostlyText, ""}},
+        {TWINS(text_facts, copyAndLook, copied), {"ab", ascii, mostlyText, ""}},
         {TWINS(bytes, hasC1, run), {ascii, "a\x81\xA0", ""}},
         {TWINS(header_scan, run, scanned), {fields, longFields, "ab: |", ""}, withBreaks},
         {TWINS(utf8, validPrefix, validUtf8), {ascii, ""}},

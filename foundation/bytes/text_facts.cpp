@@ -7,7 +7,7 @@
 
 #include "foundation/simd/vectors.h"
 
-namespace mimetree::inner::bytes {
+namespace mimetree::inner::text_facts {
 
 namespace scalar {
 
@@ -41,4 +41,4 @@ TextFacts look(const char* p, size_t n) { return kLook.now()(p, n); }
 
 TextFacts copyAndLook(const char* p, size_t n, char* out) { return kCopyAndLook.now()(p, n, out); }
 
-}  // namespace mimetree::inner::bytes
+}  // namespace mimetree::inner::text_facts

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace mimetree::inner::bytes {
+namespace mimetree::inner::text_facts {
 
 struct TextFacts {
     bool hasZero = false;
@@ -22,4 +22,4 @@ TextFacts look(const char* p, size_t n);
 TextFacts copyAndLook(const char* p, size_t n, char* out);
 }  // namespace scalar
 
-}  // namespace mimetree::inner::bytes
+}  // namespace mimetree::inner::text_facts

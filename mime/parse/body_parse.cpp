@@ -93,7 +93,7 @@ bool Loader::Leaf::hasZero() {
     isLookedAt = true;
     auto* const to = reinterpret_cast<char*>(isCopied && size ? bytes.extend(size) : nullptr);
     hasOwner = hasOwner || to;
-    facts = to ? bytes::copyAndLook(body, size, to) : bytes::look(body, size);
+    facts = to ? text_facts::copyAndLook(body, size, to) : text_facts::look(body, size);
     return facts.hasZero;
 }
 

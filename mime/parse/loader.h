@@ -131,7 +131,7 @@ struct Loader::Leaf {
     bool hasOwner = false;
     bool isCopied = false;  // when it is looked at: it is likely to be stored as it stands
     bool isLookedAt = false;
-    bytes::TextFacts facts;
+    text_facts::TextFacts facts;
     RepairedText* sharedWith = nullptr;
 };
 
