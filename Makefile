@@ -20,7 +20,7 @@ run: packages
 	@echo
 	$(mimetree) body "$(FILE)"
 
-test: build
+test: python-packages build
 	ctest --preset release
 
 # The library as two files, mimetree.h and mimetree.cpp: g++ -std=c++20 -O2 -c mimetree.cpp
@@ -87,6 +87,10 @@ check-all:
 
 packages:
 	@cmake/install-packages.sh build || echo "going on without: what needs it is skipped"
+
+.PHONY: python-packages
+python-packages:
+	@cmake/install-packages.sh python || echo "the tests of the Python package are skipped, or some of them"
 
 clean:
 	rm -rf build

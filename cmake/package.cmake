@@ -50,6 +50,18 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
     "${about}This is the program: it shows the parts of messages, saves attachments
 safely, makes and changes messages.")
 
+# The module is for the one Python that it was built for.
+if(MIMETREE_BUILD_PYTHON)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+    string(REGEX MATCH "^3\\.([0-9]+)" python_version "${PYTHON_VERSION}")
+    math(EXPR next_python "${CMAKE_MATCH_1} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-mimetree)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= ${python_version}), python3 (<< 3.${next_python})")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-distributed, python3-pandas")
+    set(CPACK_COMPONENT_PYTHON_DESCRIPTION "${about}This is the package for Python 3.")
+endif()
+
 # Copyright, changelogs and the form of the man page, which only these packages want.
 configure_file(packaging/debian/finish.cmake.in debian/finish.cmake @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_BINARY_DIR}/debian/finish.cmake)

@@ -3,7 +3,7 @@
 """Keeps docs/cookbook.md true: makes one program of its code in a language, and compares what the
 programs print with what it says that they do.
 
-usage: cookbook.py write COOKBOOK LANGUAGE SOURCE     (cpp or c)
+usage: cookbook.py write COOKBOOK LANGUAGE SOURCE     (cpp, c or python)
        cookbook.py check COOKBOOK MAILS PROGRAM...
 """
 
@@ -23,6 +23,8 @@ def blocks(cookbook, language):
 
 
 def write(cookbook, language, source):
+    if language == "python":
+        return write_python(cookbook, source)
     (_, frame), *tasks = blocks(cookbook, language)
     nothing = "void" if language == "c" else ""
     with open(source, "w", encoding="ascii") as file:
@@ -34,12 +36,21 @@ def write(cookbook, language, source):
         file.write(f"\nint main({nothing}) {{ return {calls}; }}\n")
 
 
+def write_python(cookbook, source):
+    (_, frame), *tasks = blocks(cookbook, "python")
+    with open(source, "w", encoding="ascii") as file:
+        file.write(frame)
+        for line, code in tasks:
+            file.write(f'\n\n# {cookbook}:{line}\n{code}print("--", flush=True)\n')
+
+
 def check(cookbook, mails, *programs):
     wanted = [text for _, text in blocks(cookbook, "text")]
     for program in programs:
         with tempfile.TemporaryDirectory() as work:
             shutil.copytree(mails, work, dirs_exist_ok=True)
-            done = subprocess.run([program], cwd=work, capture_output=True, check=False)
+            command = [sys.executable] * program.endswith(".py") + [program]
+            done = subprocess.run(command, cwd=work, capture_output=True, check=False)
         printed = done.stdout.decode().replace("\r", "").split("--\n")[:-1]
         for number, (is_, should) in enumerate(zip(printed, wanted), 1):
             if is_ != should:

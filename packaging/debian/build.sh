@@ -15,7 +15,7 @@ export SOURCE_DATE_EPOCH
 CXXFLAGS="$(dpkg-buildflags --get CXXFLAGS) $(dpkg-buildflags --get CPPFLAGS)" \
     LDFLAGS=$(dpkg-buildflags --get LDFLAGS) \
     cmake -G Ninja -S "$source_dir" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
-    -DMIMETREE_BUILD_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr \
+    -DMIMETREE_BUILD_TESTS=OFF -DMIMETREE_BUILD_PYTHON=ON -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" >/dev/null
 cmake --build "$build"
 cd "$build"

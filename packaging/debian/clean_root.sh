@@ -22,5 +22,6 @@ mmdebstrap --quiet --variant=apt --include=g++,pkg-config,man-db "$suite" "$root
         g++ -std=c++17 consumer.cpp -o consumer \$(pkg-config --cflags --libs mimetree)
         ./consumer
         ldd consumer | grep -q libmimetree.so.
+        python3 -c "import mimetree; print(mimetree.parse(\"welcome.eml\"), mimetree.__version__)"
         apt-get -q -y purge libmimetree-dev mimetree >/dev/null
         echo in the clean root all is well"'

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What stands behind Message and Part in Python.
+
+#include <memory>
+
+#include "python/module/held.h"
+
+namespace mimetree::python {
+
+// A message, which lives as long as anything of it that Python holds.
+struct Held : Shared, std::enable_shared_from_this<Held> {
+    explicit Held(Message given) : message(std::move(given)) {}
+
+    Message message;
+    unsigned changes = 0;  // parts of before the last one are void
+    unsigned views = 0;    // of its bytes; while there are any, it cannot be changed
+};
+using HeldPtr = std::shared_ptr<Held>;
+
+// A part, with what it takes to know whether it is still one.
+struct HeldPart {
+    HeldPtr held;
+    Part part;
+    unsigned changes;
+    const void* node;  // for the hash
+
+    HeldPart(HeldPtr of, const Part& that)
+        : held(std::move(of)), part(that), changes(held->changes), node(&that.node()) {}
+
+    bool isVoid() const { return changes != held->changes; }
+    // Raises mimetree.StaleError where it is void.
+    const Part& get() const;
+};
+
+// Bytes of a message that Python sees where they are.
+class View {
+public:
+    View(HeldPtr held, std::span<const std::byte> data) : m_held(std::move(held)), m_data(data) {
+        ++m_held->views;
+    }
+    View(const View&) = delete;
+    ~View() { --m_held->views; }
+
+    py::buffer_info info() const;
+
+private:
+    HeldPtr m_held;
+    std::span<const std::byte> m_data;
+};
+
+// Raises MemoryError where it has run out behind an answer.
+void checkMemory(const Held& held);
+
+// -- As Python has it
+
+inline py::object toPython(std::string_view value) { return text(value); }
+inline py::object toPython(bool value) { return py::bool_(value); }
+inline py::object toPython(unsigned value) { return py::int_(value); }
+py::object toPython(std::optional<std::string_view> value);
+py::object toPython(std::optional<Date> value);
+py::object toPython(const Addresses& list);
+py::object toPython(std::span<const Header> headers);
+py::object toPython(const HeldPtr& held, std::span<const std::byte> data);  // a memoryview
+py::object toPython(const HeldPtr& held, const Part& part);
+py::tuple toPython(const HeldPtr& held, Parts parts);
+
+HeldPtr hold(Result<Message> message);
+
+void addMessage(py::module_& module);
+void addPart(py::module_& module);
+void addBuilder(py::module_& module);
+void addMailboxes(py::module_& module);
+
+}  // namespace mimetree::python
