@@ -440,6 +440,8 @@ char32_t ks1001Character(unsigned row, unsigned column) {
 }
 
 uint32_t jis0208Code(char32_t c) {
+    // Between the wave dash and the full-width hyphen no code has two readings.
+    if (c > 0x301C && c < 0xFF0D) return jis0208Of(kJis.of(c));
     if (jisForm(c) != c) return 0;
     for (const TwoForms& row : kTwoForms)
         if (row.jis == c) c = row.microsoft;

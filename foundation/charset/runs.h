@@ -101,9 +101,78 @@ void takeRun(Source& in, Output& out, size_t room, Step step) {
     out.at = run.at;
 }
 
+// The eight bytes at p as a number, the first one uppermost.
+inline uint64_t eightBytes(const unsigned char* p) {
+    uint64_t bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return bytes;
+#else
+    return __builtin_bswap64(bytes);
+#endif
+}
+
+// The UTF-8 of a pair as one number, which is written at once.
+struct ReadyWord {
+    uint32_t bytes;
+
+    explicit ReadyWord(const Ready& ready) { std::memcpy(&bytes, &ready, sizeof bytes); }
+    unsigned length() const {
+        return std::endian::native == std::endian::little ? bytes >> 24 : bytes & 0xFF;
+    }
+    unsigned put(unsigned char* at) const {
+        std::memcpy(at, &bytes, sizeof bytes);
+        return length();
+    }
+};
+
+constexpr uint64_t kLeadsOfFour = 0x8000800080008000u;
+
+// Four pairs that `bytes` has, the first one uppermost; false when one of them has no UTF-8 of two
+// or three bytes ready.  What was written does not count then.
+inline bool decodeFour(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
+    const uint64_t places = bytes & ~kLeadsOfFour;
+    const ReadyWord a(pairs.at[places >> 48]), b(pairs.at[places >> 32 & 0x7FFF]),
+        c(pairs.at[places >> 16 & 0x7FFF]), d(pairs.at[places & 0x7FFF]);
+    if ((a.length() & b.length() & c.length() & d.length() & 2) == 0) return false;
+    unsigned char* at = run.at;
+    for (const ReadyWord& pair : {a, b, c, d}) at += pair.put(at);
+    run.at = at;
+    run.p += 8;
+    return true;
+}
+
+// The pairs that stand in front of one that is none in `bytes`, up to three: as decodeFour(), but
+// without a branch on their number, which would hardly be guessed.
+inline bool decodeRest(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
+    const uint64_t places = bytes & ~kLeadsOfFour;
+    const auto n = static_cast<unsigned>(std::countl_zero(~bytes & kLeadsOfFour)) / 16;
+    const ReadyWord a(pairs.at[places >> 48]), b(pairs.at[places >> 32 & 0x7FFF]),
+        c(pairs.at[places >> 16 & 0x7FFF]);
+    const auto ifBelow = [n](unsigned i) { return 0u - (i < n); };  // all bits, or none
+    const unsigned lengths =
+        (a.length() | ~ifBelow(0)) & (b.length() | ~ifBelow(1)) & (c.length() | ~ifBelow(2));
+    if ((lengths & 2) == 0) return false;
+    unsigned char* at = run.at;
+    at += a.put(at) & ifBelow(0);
+    at += b.put(at) & ifBelow(1);
+    run.at = at + (c.put(at) & ifBelow(2));
+    run.p += 2 * size_t{n};
+    return true;
+}
+
 // ASCII and pairs, of which two bytes become three at most.
 inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
     takeRun(in, out, out.spare() / 3 * 2, [&pairs](Run& run, const unsigned char* end) {
+        while (run.p < end) {
+            const uint64_t bytes = eightBytes(run.p);
+            if ((bytes & kLeadsOfFour) != kLeadsOfFour) {
+                if (decodeRest(pairs, bytes, run)) return true;
+                break;
+            }
+            if (!decodeFour(pairs, bytes, run)) [[unlikely]]
+                break;
+        }
         for (; run.p < end && *run.p >= 0x80; run.p += 2) {
             const Ready& ready = pairs.of(run.p[0], run.p[1]);
             if (ready.length == 0) return false;
