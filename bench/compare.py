@@ -196,9 +196,9 @@ def page(bench, loads, writes, codecs, memory, growth, allocations):
               [[bench.what(n), *("%.2f" % peak[p] for p in bench.libraries())]
                for n, peak in memory.items()]),
         "What the engine takes from the heap to load one mail:\n",
-        table(["mail", "allocations", "enlarged", "peak / input"],
+        table(["mail", "allocations", "enlarged", "peak / input", "peak / decoded"],
               [[bench.what(r["name"].split("/")[1]), "%d" % r["allocations"], "%d" % r["enlarged"],
-                "%.2f" % r["peak/input"]] for r in allocations]),
+                "%.2f" % r["peak/input"], "%.3f" % r["peak/decoded"]] for r in allocations]),
         "## Growth\n", "Load, read the addresses and write back; nanoseconds a byte, and peak of "
         "the heap while loading as a multiple of the input. The smallest mails cost what a mail "
         "costs.\n",

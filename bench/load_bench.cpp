@@ -2,7 +2,7 @@
 
 // Loading and writing the kinds of mail that workloads.cpp makes, in bytes of input a second,
 // with the allocations that a mail costs and the most memory that it takes while it loads, as a
-// multiple of its size.
+// multiple of its size and of what its leaves hold decoded.
 
 #include <benchmark/benchmark.h>
 
@@ -37,8 +37,10 @@ void loading(benchmark::State& state, const std::string& name) {
     const Allocations used = allocations();
     state.counters["allocations"] = static_cast<double>(used.taken - 1);  // less the root
     state.counters["enlarged"] = static_cast<double>(used.enlarged);
-    state.counters["peak/input"] =
-        static_cast<double>(used.peak) / static_cast<double>(mail.size());
+    const auto peak = static_cast<double>(used.peak);
+    state.counters["peak/input"] = peak / static_cast<double>(mail.size());
+    const uint64_t decoded = loadAndWalk(mail.data(), mail.size());
+    state.counters["peak/decoded"] = peak / static_cast<double>(decoded);
 }
 
 void writing(benchmark::State& state, const std::string& name) {
