@@ -19,6 +19,12 @@ run: packages
 	$(mimetree) headers "$(FILE)"
 	@echo
 	$(mimetree) body "$(FILE)"
+	@echo
+	$(mimetree) rewrite "$(FILE)" >build/again.eml
+	@for look in tree headers body; do \
+	    $(mimetree) $$look "$(FILE)" >build/once && \
+	    $(mimetree) $$look build/again.eml | cmp - build/once || exit 1; \
+	done; echo "Written back and read again, it is the same."
 
 test: python-packages build
 	ctest --preset release

@@ -9,11 +9,27 @@
 #include <exception>
 #include <sstream>
 
+#include "cli/input/gzip.h"
+#include "cli/input/jobs.h"
+
 namespace {
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
     app.add_flag("--strict", common.strict, "refuse multiparts with missing boundaries");
     app.add_flag("--log", common.log, "print the engine's log to standard error");
+}
+
+// With the libraries that a build may lack.
+std::string versionText() {
+    std::string with, without;
+    const std::pair<std::string, const char*> libraries[] = {{std::string(gzipLibrary()), "zlib"},
+                                                             {jobsLibrary(), "oneTBB"}};
+    for (const auto& [found, name] : libraries) {
+        std::string& list = found.empty() ? without : with;
+        list += (list.empty() ? "" : ", ") + (found.empty() ? name : found);
+    }
+    return "mimetree " MIMETREE_VERSION + (with.empty() ? with : "\nwith " + with) +
+           (without.empty() ? without : "\nwithout " + without);
 }
 
 std::string examplesOf(const Command& command) {
@@ -43,7 +59,8 @@ const Command& commandOf(const CLI::App& sub) {
 
 CommandLine::CommandLine() : m_app("Looks into MIME messages.", "mimetree") {
     m_app.set_help_flag("-h,--help", "print this help");
-    m_app.set_version_flag("-V,--version", "mimetree " MIMETREE_VERSION, "print the version");
+    m_app.set_version_flag("-V,--version", versionText(), "print the version");
+    m_app.footer("mimetree help COMMAND, or COMMAND --help, tells of a command with examples.");
     m_app.require_subcommand(1);
     addCommonOptions(m_app, m_common);
     for (const Command& command : commands()) {
@@ -56,6 +73,10 @@ CommandLine::CommandLine() : m_app("Looks into MIME messages.", "mimetree") {
 }
 
 ExitStatus CommandLine::run(std::vector<std::string> arguments, Output& out) {
+    if (!arguments.empty() && arguments.front() == "help") {
+        arguments.erase(arguments.begin());
+        arguments.push_back("--help");
+    }
     std::ranges::reverse(arguments);  // as CLI11 wants them
     std::ranges::transform(arguments, arguments.begin(), marked);
     try {

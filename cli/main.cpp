@@ -13,5 +13,5 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     Output out;
     const ExitStatus status = CommandLine().run({argv + 1, argv + argc}, out);
-    return out.finish() ? status : std::max(status, kFailed);
+    return std::max(status, out.finish());
 }

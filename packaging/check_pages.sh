@@ -18,7 +18,7 @@ status=0
 rows=(
     'mimetree to|to-xml'
     'mimetree --ver|--version'
-    'mimetree tree --j|--json'
+    'mimetree tree --js|--json'
     'mimetree compose --encoding 7|7bit'
     'mimetree extract --output mai|mails/'
     'mimetree tree mails/two|mails/two words.eml'

@@ -30,6 +30,13 @@ std::string baseName(const std::string& path) { return path.substr(path.rfind('/
 
 // -- Mistakes in the arguments
 
+bool isEmpty(const ComposeOptions& options) {
+    for (const auto& list : {options.from, options.to, options.cc, options.bcc, options.headers,
+                             options.attachments, options.inlines})
+        if (!list.empty()) return false;
+    return options.subject.empty() && options.text.empty() && options.html.empty();
+}
+
 std::string mistakeInFiles(const ComposeOptions& options) {
     if (options.text == "-" && options.html == "-") return "standard input holds one text only";
     for (const auto& paths : {options.attachments, options.inlines})
@@ -148,7 +155,10 @@ void addFileList(CLI::App& app, const char* name, std::vector<std::string>& list
 }
 
 ExitStatus compose(const ComposeOptions& options, Output& out) {
-    std::string mistake = mistakeInFiles(options);
+    std::string mistake =
+        isEmpty(options)
+            ? "compose needs something to send: --from, --to, --subject, --text, --attach"
+            : mistakeInFiles(options);
     if (mistake.empty()) mistake = mistakeInHeaders(options);
     if (!mistake.empty()) {
         out.error(mistake + " (see mimetree compose --help)");

@@ -428,7 +428,7 @@ ExitStatus convert(const CommonOptions& common, const ConvertOptions& options, O
         out.error("nothing to convert to (see mimetree convert --help)");
         return kBadUsage;
     }
-    return forEachMessage(common, out, Heading::None, [&](const auto& message, Output& to) {
+    return forOneMessage(common, out, [&](const auto& message, Output& to) {
         return convertMessage(message, options, to);
     });
 }
@@ -437,7 +437,7 @@ ExitStatus convert(const CommonOptions& common, const ConvertOptions& options, O
 
 Run addConvert(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<ConvertOptions>();
-    addFile(app, common, "message; - for stdin");
+    addMessage(app, common);
     CLI::Option* to7bit =
         app.add_flag("--to-7bit", options->to7bit, "8-bit parts in quoted-printable or base64");
     app.add_flag("--to-8bit", options->to8bit, "texts without a coding, where lines allow it")

@@ -21,8 +21,6 @@ ExitStatus showRewritten(const InputMessage& message, Output& out) {
 }  // namespace
 
 Run addRewrite(CLI::App& app, CommonOptions& common) {
-    addFile(app, common, "message; - for stdin");
-    return [&common](Output& out) {
-        return forEachMessage(common, out, Heading::Name, showRewritten);
-    };
+    addMessage(app, common);
+    return [&common](Output& out) { return forOneMessage(common, out, showRewritten); };
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Command `to-xml`: the XML form of a message (docs/xml.md).
 
-#include <filesystem>
-
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
@@ -31,20 +29,10 @@ ExitStatus showXml(const InputMessage& message, Output& out) {
     return kFailed;
 }
 
-// Several documents in a row are no XML, so a directory is refused as several paths are.
-ExitStatus toXml(const CommonOptions& common, Output& out) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(common.paths.front(), ignored)) {
-        out.error("to-xml takes one message, and " + common.paths.front() + " is a directory");
-        return kBadUsage;
-    }
-    return forEachMessage(common, out, Heading::None, showXml);
-}
-
 }  // namespace
 
 Run addToXml(CLI::App& app, CommonOptions& common) {
-    addFile(app, common, "message; - for stdin");
+    addMessage(app, common);
     app.footer("One message a call: several XML documents in a row would not be XML.");
-    return [&common](Output& out) { return toXml(common, out); };
+    return [&common](Output& out) { return forOneMessage(common, out, showXml); };
 }

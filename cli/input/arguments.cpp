@@ -3,6 +3,7 @@
 #include "cli/input/arguments.h"
 
 #include <algorithm>
+#include <map>
 
 #include "foundation/EncodingConvert.h"
 #include "foundation/_zqCharset.h"
@@ -18,6 +19,20 @@ std::string notAKnownCharset(const std::string& name) {
     const bool isKnown =
         charset.setByName(name.c_str()) && EncodingConvert::isKnown(charset.getCodePage());
     return isKnown ? std::string() : "no charset \"" + name + "\"";
+}
+
+void addMboxKind(CLI::App& app, CommonOptions& common) {
+    using mimetree::MboxKind;
+    static const std::map<std::string, MboxKind> kKinds{{"auto", MboxKind::automatic},
+                                                        {"rd", MboxKind::rd},
+                                                        {"o", MboxKind::o},
+                                                        {"cl", MboxKind::content_length},
+                                                        {"none", MboxKind::none}};
+    app.add_option_function<std::string>(
+           "--mbox", [&](const std::string& name) { common.mbox = kKinds.at(name); },
+           "how lines \"From \" are quoted in an mbox")
+        ->type_name("KIND")
+        ->check(CLI::IsMember({"auto", "rd", "o", "cl", "none"}));
 }
 
 // "1", "1.2" and so on, and "" for the whole.
@@ -36,7 +51,18 @@ std::string notAPartNumber(const std::string& text) {
 }  // namespace
 
 void addMessages(CLI::App& app, CommonOptions& common) {
-    addFiles(app, common, "messages; directories stand for all files below, - for stdin");
+    addFiles(app, common,
+             "mails, mbox files and directories (Maildirs, MH folders, any), plain or gzip, - for "
+             "stdin; archive.mbox#17 is one message");
+    addMboxKind(app, common);
+    app.add_option("-j,--jobs", common.jobs, "messages worked on at once; the cores when not given")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1024));
+}
+
+void addMessage(CLI::App& app, CommonOptions& common) {
+    addFiles(app, common, "a mail, plain or gzip, or archive.mbox#17; - for stdin")->expected(1);
+    addMboxKind(app, common);
 }
 
 void addFile(CLI::App& app, CommonOptions& common, const char* what) {

@@ -9,10 +9,13 @@
 
 #include "cli/input/options.h"
 
-// FILE..., messages and directories of such.
+// FILE..., messages, archives and directories of such, with --jobs and --mbox.
 void addMessages(CLI::App& app, CommonOptions& common);
 
-// One FILE.
+// One FILE that is a message.
+void addMessage(CLI::App& app, CommonOptions& common);
+
+// One FILE of any kind.
 void addFile(CLI::App& app, CommonOptions& common, const char* what);
 
 // --closed, for commands that look into messages within messages.

@@ -7,65 +7,139 @@
 #include <algorithm>
 #include <new>
 
+#include "cli/input/jobs.h"
 #include "cli/input/mail_reader.h"
 #include "cli/output/error_log.h"
+#include "cli/terminal/progress.h"
 #include "face/message/parse.h"
 #include "foundation/LogNull.h"
 
 namespace {
 
-class MessageLoop {
-public:
-    MessageLoop(const CommonOptions& common, Output& out, Heading heading,
-                const PrepareMessage& prepare)
-        : m_common(common), m_out(out), m_heading(heading), m_prepare(prepare) {}
+// What the messages of a command have in common.
+struct Loop {
+    const CommonOptions& common;
+    Output& out;
+    const Heading heading;
+    const PrepareMessage& prepare;
+    MailReader reader{common};
+    Progress progress{[this] { return reader.bytesInAll(); }};
+    bool isFirst = true;
+    ExitStatus status = kDone;
 
-    ExitStatus run() {
-        MailReader reader(m_common);
-        for (RawMail raw; m_out.good() && reader.next(raw);) show(raw);
-        return m_status;
-    }
-
-private:
-    void show(const RawMail& raw) {
-        try {
-            if (raw.failure.empty()) load(raw);
-            else fail(raw.name, raw.failure);
-        } catch (const std::bad_alloc&) {
-            fail(raw.name, "out of memory");
-        }
-    }
-
-    void load(const RawMail& raw) {
-        const std::unique_ptr<LogBase> log = makeLog(m_common, m_out);
-        auto root = mimetree::inner::loadTree(raw.bytes, {m_common.strict}, *log);
-        if (!root) return fail(raw.name, root.error().message());
-        const auto mail = mimetree::Message::adopt(root->release());
-        if (!mail) return fail(raw.name, mail.error().message());
-        if (raw.isOneOfSeveral && m_heading == Heading::Name) writeHeading(raw.name);
-        const InTurn inTurn =
-            m_prepare({raw.name, raw.bytes, *mail, mail->node(), *log, m_common.nested()}, m_out);
-        m_status = std::max(m_status, inTurn(m_out));
+    void fail(std::string_view name, std::string_view reason) {
+        name.empty() ? out.error(reason) : out.error(name, reason);
+        status = std::max(status, kFailed);
     }
 
     void writeHeading(const std::string& name) {
-        if (!m_isFirst) m_out.write("\n");
-        m_isFirst = false;
-        m_out.write(m_out.coloured(Colour::Bold, oneLine(name)) + "\n");
+        if (!isFirst) out.write("\n");
+        isFirst = false;
+        out.write(out.coloured(Colour::Bold, oneLine(name)) + "\n");
     }
-
-    void fail(std::string_view name, std::string_view reason) {
-        m_out.error(name, reason);
-        m_status = std::max(m_status, kFailed);
-    }
-
-    const CommonOptions& m_common;
-    Output& m_out;
-    const Heading m_heading;
-    const PrepareMessage& m_prepare;
-    bool m_isFirst = true;
-    ExitStatus m_status = kDone;
 };
+
+class MessageJob : public Job {
+public:
+    MessageJob(Loop& loop, RawMail raw)
+        : m_loop(loop), m_raw(std::move(raw)), m_kept(Output::keeping(loop.out)) {}
+
+    void work() override {
+        load(m_kept);
+        look(m_kept);
+    }
+
+    void finish() override {
+        m_loop.progress.hide();
+        writeHeading();
+        m_kept.handOn(m_loop.out);
+        finishLooked();
+        m_loop.progress.step(m_loop.reader.bytesRead());
+    }
+
+    // All of it, when nothing else is under way; what is written is not kept.
+    void run() {
+        m_loop.progress.hide();
+        load(m_loop.out);
+        writeHeading();
+        look(m_loop.out);
+        finishLooked();
+        m_loop.progress.step(m_loop.reader.bytesRead());
+    }
+
+private:
+    template <class Work>
+    void attempt(Work work) {
+        try {
+            if (m_raw.failure.empty()) work();
+        } catch (const std::bad_alloc&) {
+            m_raw.failure = "out of memory";
+        }
+    }
+
+    void load(Output& out) {
+        attempt([&] {
+            m_log = makeLog(m_loop.common, out);
+            auto root = mimetree::inner::loadTree(m_raw.bytes, {m_loop.common.strict}, *m_log);
+            if (root) m_mail.emplace(mimetree::Message::adopt(root->release()));
+            if (!root) m_raw.failure = root.error().message();
+            else if (!*m_mail) m_raw.failure = m_mail->error().message();
+        });
+    }
+
+    void writeHeading() {
+        if (m_raw.failure.empty() && m_raw.isOneOfSeveral && m_loop.heading == Heading::Name)
+            m_loop.writeHeading(m_raw.name);
+    }
+
+    void look(Output& out) {
+        attempt([&] {
+            mimetree::Message& mail = m_mail->value();
+            m_message.emplace(InputMessage{m_raw.name, m_raw.bytes, m_raw.fromLine, mail,
+                                           mail.node(), *m_log, m_loop.common.nested()});
+            m_inTurn = m_loop.prepare(*m_message, out);
+        });
+    }
+
+    void finishLooked() {
+        attempt([&] { m_loop.status = std::max(m_loop.status, m_inTurn(m_loop.out)); });
+        if (!m_raw.failure.empty()) m_loop.fail(m_raw.name, m_raw.failure);
+    }
+
+    Loop& m_loop;
+    RawMail m_raw;
+    Output m_kept;
+    std::unique_ptr<LogBase> m_log;
+    std::optional<mimetree::Result<mimetree::Message>> m_mail;
+    std::optional<InputMessage> m_message;
+    InTurn m_inTurn;
+};
+
+// A message alone is worked on at once, and its output is not kept.
+ExitStatus runAll(Loop& loop) {
+    MailReader& reader = loop.reader;
+    const auto next = [&]() -> std::unique_ptr<Job> {
+        RawMail mail;
+        if (!loop.out.good() || !reader.next(mail)) return nullptr;
+        return std::make_unique<MessageJob>(loop, std::move(mail));
+    };
+    const unsigned threads = loop.common.jobs ? loop.common.jobs : mostThreads();
+    if (threads > 1 && reader.areSeveral()) {
+        runJobs(next, threads);
+    } else {
+        while (const auto job = next()) static_cast<MessageJob&>(*job).run();
+    }
+    loop.progress.hide();
+    if (const std::string text = reader.skipped(); !text.empty()) loop.out.error("skipped " + text);
+    return loop.status;
+}
+
+PrepareMessage atOnce(const ShowMessage& show) {
+    return [&](const InputMessage& message, Output& out) -> InTurn {
+        const ExitStatus status = show(message, out);
+        return [status](Output&) { return status; };
+    };
+}
 
 }  // namespace
 
@@ -77,16 +151,29 @@ mimetree::OpenedParts InputMessage::opened() const {
 
 ExitStatus forEachMessage(const CommonOptions& common, Output& out, Heading heading,
                           const ShowMessage& show) {
-    return forEachMessageInTurn(common, out, heading,
-                                [&](const InputMessage& message, Output& to) -> InTurn {
-                                    const ExitStatus status = show(message, to);
-                                    return [status](Output&) { return status; };
-                                });
+    return forEachMessageInTurn(common, out, heading, atOnce(show));
 }
 
 ExitStatus forEachMessageInTurn(const CommonOptions& common, Output& out, Heading heading,
                                 const PrepareMessage& prepare) {
-    return MessageLoop(common, out, heading, prepare).run();
+    Loop loop{common, out, heading, prepare};
+    return runAll(loop);
+}
+
+ExitStatus forOneMessage(const CommonOptions& common, Output& out, const ShowMessage& show) {
+    const PrepareMessage prepare = atOnce(show);
+    Loop loop{common, out, Heading::None, prepare};
+    RawMail mail;
+    if (!loop.reader.next(mail)) {
+        out.error(common.paths.front(), "no messages");
+        return kFailed;
+    }
+    if (mail.failure.empty() && mail.isOneOfSeveral) {
+        out.error(common.paths.front(), "several messages; name one, such as " + mail.name);
+        return kBadUsage;
+    }
+    MessageJob(loop, std::move(mail)).run();
+    return loop.status;
 }
 
 std::unique_ptr<LogBase> makeLog(const CommonOptions& common, Output& out) {

@@ -14,8 +14,9 @@
 #include "mimetree/opened.hpp"
 
 struct InputMessage {
-    std::string name;        // as it is accepted as FILE again
-    std::string_view bytes;  // as read
+    std::string name;           // as it is accepted as FILE again
+    std::string_view bytes;     // as read; of an mbox, unquoted
+    std::string_view fromLine;  // that stood before it in an mbox; else empty
     const mimetree::Message& mail;
     MimeMessage2& root;  // of the mail
     LogBase& log;
@@ -35,13 +36,16 @@ using PrepareMessage = std::function<InTurn(const InputMessage& message, Output&
 
 enum class Heading { None, Name };
 
-// Loads every message that the paths name and shows each, with the output in their order; a
-// directory stands for the regular files below it.  With Heading::Name, each of several is
-// headed by its name.  What cannot be done is reported and the rest goes on.
+// Loads every message that the paths name and shows each, with the output in their order.  With
+// Heading::Name, each of several is headed by its name.  What cannot be done is reported and the
+// rest goes on.
 ExitStatus forEachMessage(const CommonOptions& common, Output& out, Heading heading,
                           const ShowMessage& show);
 ExitStatus forEachMessageInTurn(const CommonOptions& common, Output& out, Heading heading,
                                 const PrepareMessage& prepare);
+
+// The same for the one message that the path names; where it stands for several, that is an error.
+ExitStatus forOneMessage(const CommonOptions& common, Output& out, const ShowMessage& show);
 
 // The log that the options ask for.
 std::unique_ptr<LogBase> makeLog(const CommonOptions& common, Output& out);

@@ -7,12 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "mimetree/mailbox.hpp"
 #include "mimetree/opened.hpp"
 
 struct CommonOptions {
     std::vector<std::string> paths;  // FILE...: files, directories, "-" for standard input
     bool strict = false;
     bool log = false;
+    mimetree::MboxKind mbox = mimetree::MboxKind::automatic;
+    unsigned jobs = 0;  // 0: as many as the machine has cores
     bool closed = false;
 
     mimetree::Nested nested() const {

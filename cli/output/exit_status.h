@@ -5,6 +5,7 @@
 // (pages/man.cpp).
 enum ExitStatus {
     kDone = 0,
-    kFailed = 1,    // a file could not be read or done, or the output not written
-    kBadUsage = 2,  // wrong arguments
+    kFailed = 1,        // a file could not be read or done, or the output not written
+    kBadUsage = 2,      // wrong arguments
+    kClosedPipe = 141,  // nobody reads the output any more; as a shell tells of SIGPIPE
 };

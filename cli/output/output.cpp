@@ -139,13 +139,15 @@ std::string Output::coloured(Colour colour, std::string_view text) const {
     return codeOf(colour) + std::string(text) + "\x1B[0m";
 }
 
-bool Output::finish() {
+ExitStatus Output::finish() {
     errno = 0;
     const bool flushed = std::fflush(stdout) == 0;
     // Some file systems tell of a full disk on closing only; one that was closed from the
     // start is an error when there was something to write.
     const bool closed = flushed && (close(STDOUT_FILENO) == 0 || errno == EBADF);
     if (!closed && good()) m_error = errno ? errno : EIO;
-    if (!good()) reportError("cannot write the output", std::strerror(m_error));
-    return good();
+    if (good()) return kDone;
+    if (m_error == EPIPE) return kClosedPipe;
+    reportError("cannot write the output", std::strerror(m_error));
+    return kFailed;
 }

@@ -59,8 +59,9 @@ public:
     // False as soon as a write has failed; more writing is then useless.
     bool good() const { return m_error == 0; }
 
-    // Writes out what is buffered.  A failure is reported here, once.
-    bool finish();
+    // Writes out what is buffered.  A failure is reported here, once, but for a closed pipe, which
+    // ends the program as silently as others.
+    ExitStatus finish();
 
 private:
     bool m_isTerminal;

@@ -64,7 +64,7 @@ ok "compose: quotes but for encoded words" \
 cp a $'\303\251".x'
 run compose --attach $'\303\251".x'
 ok "compose: file name for old readers" has 'name="=?utf-8?B?w6lcIi54?="'
-TZ=XYZ-5:45 run compose
+TZ=XYZ-5:45 run compose --subject x
 ok "compose: local zone" grep -qE '^Date: (Mon|Tue|Wed|Thu|Fri|Sat|Sun), [0-9]{2} [A-Z][a-z]{2} [0-9]{4} [0-9:]{8} \+0545' out
 run compose --header 'Date: Mon, 1 Jan 2001 00:00:00 +0000' --header 'message-id: <a@b>'
 ok "compose: Date is the one given" is "$(grep -ci '^date:' out)" 1
@@ -118,6 +118,7 @@ fails 2 "no header field" compose --header $'A\nEvil: x'
 fails 2 "not for --header" compose --header 'content-type: text/html'
 fails 2 "more than one To" compose --to a@b --header 'TO: c@d'
 fails 2 "not expected" compose extra
+fails 2 "compose needs" compose
 run compose --from $'\303\274@x' --encoding 8bit
 ok "compose: 8-bit address as asked" is "$status" 0
 

@@ -47,7 +47,7 @@ run from-xml <(echo "$two")
 ok "from-xml: the first of several" is "$(head -1 out)" $'A: 1\r'
 
 fails 2 "received 2" to-xml "$sample" "$sample"
-fails 2 "is a directory" to-xml .
+fails 2 "several messages" to-xml .
 fails 2 "received 2" from-xml message.xml message.xml
 fails 1 "missing: No such file" from-xml missing
 fails 1 "line 2, column 4" from-xml <(printf '<a>\n<b></a>\n')
