@@ -80,10 +80,9 @@ private:
     void load(Output& out) {
         attempt([&] {
             m_log = makeLog(m_loop.common, out);
-            auto root = mimetree::inner::loadTree(m_raw.bytes, {m_loop.common.strict}, *m_log);
-            if (root) m_mail.emplace(mimetree::Message::adopt(root->release()));
-            if (!root) m_raw.failure = root.error().message();
-            else if (!*m_mail) m_raw.failure = m_mail->error().message();
+            m_mail.emplace(mimetree::inner::parseMail(
+                m_raw.bytes, {m_loop.common.strict, mimetree::SourceBytes::borrow}, *m_log));
+            if (!*m_mail) m_raw.failure = m_mail->error().message();
         });
     }
 

@@ -7,6 +7,7 @@ using mimetree::Addresses;
 using mimetree::Message;
 using mimetree::Part;
 using mimetree::Parts;
+using mimetree::SourceBytes;
 using mimetree::TextKind;
 using mimetree::Tree;
 using mimetree::inner::attempt;
@@ -23,7 +24,10 @@ using mimetree::inner::c::refuseNull;
 namespace {
 
 mimetree::ParseOptions optionsOf(unsigned options) {
-    return {.strict = (options & MT_STRICT) != 0};
+    return {.strict = (options & MT_STRICT) != 0,
+            .source = options & MT_DROP_SOURCE     ? SourceBytes::drop
+                      : options & MT_BORROW_SOURCE ? SourceBytes::borrow
+                                                   : SourceBytes::keep};
 }
 
 Tree& treeOf(const mt_message* message) { return Tree::of(message->message.root()); }
@@ -65,6 +69,11 @@ mt_message* mt_message_parse(const void* bytes, size_t size, unsigned options) {
 mt_message* mt_message_read(const char* path, unsigned options) {
     if (!path) return refuseNull(), nullptr;
     return give<mt_message>(attempt([&] { return Message::read(path, optionsOf(options)); }));
+}
+
+const void* mt_message_source(const mt_message* message, size_t* size) {
+    const auto source = message ? message->message.source() : std::string_view();
+    return lend(std::as_bytes(std::span(source)), size);
 }
 
 void mt_message_free(mt_message* message) { delete message; }

@@ -28,13 +28,11 @@ int codePageByMark(std::string_view mail) {
     return mail.starts_with("\xFE\xFF") ? inner::codepage::kUtf16BE : inner::codepage::kNone;
 }
 
-std::string inUtf8(std::string_view mail, int codePage) {
+void makeUtf8(std::string_view mail, int codePage, DataBuffer& utf8) {
     LogNull log;
-    DataBuffer utf8;
     EncodingConvert::EncConvert(codePage, inner::codepage::kUtf8,
                                 reinterpret_cast<const unsigned char*>(mail.data()) + 2,
                                 static_cast<unsigned>(mail.size() - 2), utf8, log);
-    return std::string(view(utf8));
 }
 
 using Root = std::unique_ptr<MimeMessage2>;
@@ -58,18 +56,37 @@ Result<Root> load(std::string_view mail, ParseOptions options, LogBase& log) {
     return Error(Errc::not_mail, "not a mail message");
 }
 
+// The source is what the caller has, or, unless that is null, what is in `own`.
+Result<std::unique_ptr<Tree>> makeTree(std::string_view mail, DataBuffer* own,
+                                       ParseOptions options, LogBase& log) {
+    if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
+    DataBuffer utf8;
+    if (const int codePage = codePageByMark(mail)) {
+        makeUtf8(mail, codePage, utf8);
+        mail = view(utf8);
+        own = &utf8;
+    }
+    if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
+    Result<Root> root = load(mail, options, log);
+    if (!root) return root.error();
+    auto tree = std::make_unique<Tree>(*std::move(root));
+    if (options.source == SourceBytes::drop) return tree;
+    if (own) tree->takeSource(*own);
+    else if (options.source == SourceBytes::borrow) tree->borrowSource(mail);
+    else tree->keepSource(mail);
+    return tree;
+}
+
 Error withPath(const Error& error, const std::string& path) {
     return Error(error.code(), path + ": " + error.message());
 }
 
 }  // namespace
 
-Result<Root> inner::loadTree(std::string_view mail, ParseOptions options, LogBase& log) {
-    if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
-    if (const int codePage = codePageByMark(mail))
-        return loadTree(inUtf8(mail, codePage), options, log);
-    if (const std::optional<Error> no = inner::whyNoMail(mail)) return *no;
-    return load(mail, options, log);
+Message Tree::messageOf(std::unique_ptr<Tree> tree) { return Message(std::move(tree)); }
+
+Result<Message> inner::parseMail(std::string_view mail, ParseOptions options, LogBase& log) {
+    return makeTree(mail, nullptr, options, log).transform(Tree::messageOf);
 }
 
 Message::Message(std::unique_ptr<Tree> tree) noexcept : m_tree(std::move(tree)) {}
@@ -88,11 +105,9 @@ Result<Message> Message::parse(std::span<const std::byte> mail, ParseOptions opt
 }
 
 Result<Message> Message::parse(std::string_view mail, ParseOptions options) noexcept {
-    return inner::attempt([&]() -> Result<Message> {
+    return inner::attempt([&] {
         LogNull log;
-        Result<Root> root = inner::loadTree(mail, options, log);
-        if (!root) return root.error();
-        return Message(std::make_unique<Tree>(*std::move(root)));
+        return inner::parseMail(mail, options, log);
     });
 }
 
@@ -106,10 +121,10 @@ Result<Message> Message::read(const std::string& path, ParseOptions options) noe
     return inner::attempt([&]() -> Result<Message> {
         DataBuffer bytes;
         if (const std::optional<Error> failed = inner::readFile(path, bytes)) return *failed;
-        Result<Message> message =
-            parse({reinterpret_cast<const char*>(bytes.getData2()), bytes.getSize()}, options);
-        if (!message) return withPath(message.error(), path);
-        return message;
+        LogNull log;
+        auto tree = makeTree(view(bytes), &bytes, options, log);
+        if (!tree) return withPath(tree.error(), path);
+        return Message(std::move(*tree));
     });
 }
 

@@ -14,6 +14,8 @@ Tree::Tree(std::unique_ptr<MimeMessage2> root) : m_root(std::move(root)) {
 }
 
 void Tree::changed() {
+    m_sourceBytes.clear();
+    m_source = {};
     m_slots.clear();
     m_parts.clear();
     m_children.clear();
@@ -22,6 +24,16 @@ void Tree::changed() {
     m_texts.clear();
     m_fields.clear();
     m_addresses.clear();
+}
+
+void Tree::keepSource(std::string_view source) {
+    m_sourceBytes.append(source.data(), static_cast<unsigned>(source.size()));
+    m_source = view(m_sourceBytes);
+}
+
+void Tree::takeSource(DataBuffer& source) {
+    m_sourceBytes.takeData(source);
+    m_source = view(m_sourceBytes);
 }
 
 const std::vector<Tree::Slot>& Tree::slots() {

@@ -57,8 +57,16 @@ struct Tree {
     const Views& views();
     std::string_view joinedText(std::string_view type, const std::vector<Part>& shown);
 
-    // Everything that was handed out is void.
+    // Everything that was handed out is void, and the source is another message's.
     void changed();
+
+    static Message messageOf(std::unique_ptr<Tree> tree);
+
+    // What the message was read from: a copy, its own from now on, or the caller's.
+    void keepSource(std::string_view source);
+    void takeSource(DataBuffer& source);
+    void borrowSource(std::string_view source) { m_source = source; }
+    std::string_view source() const { return m_source; }
 
     // What `work`, which may throw, gives; an empty answer when memory runs out, from which on
     // ok() is false.
@@ -133,6 +141,8 @@ private:
     void countLeaves();
     void buildParts();
 
+    DataBuffer m_sourceBytes;  // unless they are borrowed
+    std::string_view m_source;
     std::vector<Slot> m_slots;
     std::vector<Part> m_parts;     // in the order of m_slots
     std::vector<Part> m_children;  // those of one node stand together

@@ -13,6 +13,7 @@ Result<std::string> Message::write() const noexcept {
     });
 }
 
+std::string_view Message::source() const noexcept { return tree().source(); }
 MimeMessage2& Message::node() const noexcept { return *tree().m_root; }
 bool Message::ok() const noexcept { return tree().m_ok; }
 

@@ -170,9 +170,17 @@ enum class TextKind {
     html,   // text/html
 };
 
+// What becomes of the bytes that a message is read from.
+enum class SourceBytes {
+    keep,    // the message has a copy; what it reads from a file, it keeps
+    borrow,  // the caller keeps them until the message is changed or destroyed; a file's are kept
+    drop,    // source() is empty, and findings() looks at the message as it would be written
+};
+
 // How to read.
 struct ParseOptions {
     bool strict = false;  // refuse a multipart whose boundary is missing (Errc::damaged)
+    SourceBytes source = SourceBytes::keep;
 };
 
 class MIMETREE_API Message {
@@ -262,6 +270,10 @@ public:
     // but for repairs (docs/tolerance.md); bodies mean the same, but are encoded anew.
     Result<std::string> write() const noexcept;
 
+    // The bytes that it was read from, and what was UTF-16 as UTF-8.  Empty when they were not
+    // kept, and for a message that was made, adopted or changed; changes to node() do not show.
+    std::string_view source() const noexcept;
+
     // The engine's tree, which stays the message's.
     MimeMessage2& node() const noexcept;
     // False once memory ran out in a call that could not say so.
@@ -270,6 +282,7 @@ public:
 private:
     friend class Builder;
     friend class Part;
+    friend struct Tree;
     explicit Message(std::unique_ptr<Tree> tree) noexcept;
 
     Tree& tree() const noexcept;

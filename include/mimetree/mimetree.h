@@ -82,7 +82,9 @@ typedef struct mt_part mt_part;
 
 /** Options of reading, to be joined by `|`; 0 for none. */
 enum {
-    MT_STRICT = 1 /**< refuse a multipart whose boundary is missing (#MT_DAMAGED) */
+    MT_STRICT = 1,        /**< refuse a multipart whose boundary is missing (#MT_DAMAGED) */
+    MT_BORROW_SOURCE = 2, /**< the caller keeps the bytes, unchanged, as long as the message */
+    MT_DROP_SOURCE = 4    /**< the message keeps no copy of the bytes that it is read from */
 };
 
 /** Reads a message out of bytes, which are copied.  NULL for what is no mail at all. */
@@ -90,6 +92,12 @@ MIMETREE_API mt_message* mt_message_parse(const void* bytes, size_t size, unsign
 
 /** Reads a message out of a file.  NULL also for a file that holds many (#MT_IS_MBOX). */
 MIMETREE_API mt_message* mt_message_read(const char* path, unsigned options);
+
+/**
+ * The bytes that it was read from, no NUL behind them.  NULL when they were not kept, and for a
+ * message that was made or changed.
+ */
+MIMETREE_API const void* mt_message_source(const mt_message* message, size_t* size);
 
 /** Frees a message with all that it gave. */
 MIMETREE_API void mt_message_free(mt_message* message);
