@@ -205,6 +205,26 @@ static void check_mbox(void) {
     mt_mbox_free(box);
 }
 
+static void check_findings(void) {
+    const char mail[] =
+        "From: a@b\r\nMessage-ID: <a@b>\r\nDate: 1 Jan 2015 10:00:00 +0000\r\n\r\n\xE9";
+    size_t size = 0;
+    mt_message* message = mt_message_parse(mail, sizeof mail - 1, MT_BORROW_SOURCE);
+    EXPECT(mt_message_source(message, &size) == mail && size == sizeof mail - 1);
+    mt_findings* found = mt_message_findings(message);
+    mt_message_free(message);
+    EXPECT(mt_findings_count(found) == 2 && mt_findings_number(found, 1) == 35);
+    EXPECT_TEXT(mt_findings_id(found, 1), "MT035");
+    EXPECT_TEXT(mt_findings_name(found, 1), "8bit-in-7bit");
+    EXPECT_TEXT(mt_findings_part(found, 1), "");
+    EXPECT(strstr(mt_findings_sentence(found, 1), "7bit") && mt_findings_line(found, 1) == 5);
+    EXPECT(mt_findings_offset(found, 1) == sizeof mail - 2 && !mt_findings_more(found, 1));
+    EXPECT(mt_findings_severity(found, 1) == MT_WARNING && !mt_findings_line(found, 2));
+    EXPECT(mt_finding_explanation("mt035") == mt_finding_explanation("8bit-in-7bit"));
+    EXPECT_TEXT(mt_finding_reference("MT035"), "RFC 2045 2.7");
+    mt_findings_free(found);
+}
+
 static void check_null(void) {
     size_t size = 1;
     mt_free(NULL), mt_message_free(NULL), mt_builder_free(NULL), mt_mbox_free(NULL);
@@ -256,6 +276,8 @@ static void check_null(void) {
     EXPECT(!mt_mbox_size(NULL) && !mt_mbox_message(NULL, 0) && !mt_maildir_open(NULL));
     EXPECT(!mt_maildir_next(NULL) && mt_maildir_status(NULL) && !mt_maildir_skipped(NULL));
     EXPECT(!mt_maildir_bytes(NULL, NULL) && !*mt_maildir_path(NULL) && !*mt_maildir_flags(NULL));
+    EXPECT(!mt_message_source(NULL, NULL) && !mt_message_findings(NULL));
+    EXPECT(!mt_findings_count(NULL) && !*mt_findings_name(NULL, 0) && !mt_finding_reference(NULL));
     EXPECT(!mt_maildir_message(NULL, 0) && mt_last_error_code() == MT_INVALID_ARGUMENT);
 }
 
@@ -271,6 +293,7 @@ int main(int argc, char** argv) {
     mt_message_free(message);
     check_mbox();
     check_nul();
+    check_findings();
     check_null();
     EXPECT_TEXT(mt_version(), MIMETREE_VERSION);
     return failures != 0;

@@ -16,6 +16,9 @@
 struct mt_message {
     mimetree::Message message;
 };
+struct mt_findings {
+    std::vector<mimetree::Finding> list;
+};
 struct mt_builder {
     mimetree::Builder builder;
     mt_code fault = MT_OK;  // why something could not be handed on to it

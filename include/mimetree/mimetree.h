@@ -289,6 +289,60 @@ MIMETREE_API char* mt_part_file_bytes(const mt_part* part, size_t* size);
  */
 MIMETREE_API char* mt_part_save(const mt_part* part, const char* directory);
 
+/* -- What is wrong with it ------------------------------------------------------------------ */
+
+/** What is wrong with a message, a list by place (docs/findings.md). */
+typedef struct mt_findings mt_findings;
+
+/** How much a finding matters. */
+typedef enum mt_severity {
+    MT_INFO = 1,    /**< unusual, and harmless */
+    MT_WARNING = 2, /**< against a standard, and repaired */
+    MT_CRITICAL = 3 /**< another reader may see a different message */
+} mt_severity;
+
+/** The findings of a message, which need it no longer, and which the caller frees. */
+MIMETREE_API mt_findings* mt_message_findings(const mt_message* message);
+
+/** Frees a list of findings. */
+MIMETREE_API void mt_findings_free(mt_findings* findings);
+
+/** How many there are. */
+MIMETREE_API size_t mt_findings_count(const mt_findings* findings);
+
+/** The number of the kind of the finding with that place in the list; 0 when there is none. */
+MIMETREE_API unsigned mt_findings_number(const mt_findings* findings, size_t i);
+
+/** The same as a text, "MT012". */
+MIMETREE_API const char* mt_findings_id(const mt_findings* findings, size_t i);
+
+/** The name of the kind, "nul-byte". */
+MIMETREE_API const char* mt_findings_name(const mt_findings* findings, size_t i);
+
+/** How much it matters; #MT_INFO when there is none. */
+MIMETREE_API mt_severity mt_findings_severity(const mt_findings* findings, size_t i);
+
+/** The bytes in front of its place, in mt_message_source() or else mt_message_write(). */
+MIMETREE_API uint64_t mt_findings_offset(const mt_findings* findings, size_t i);
+
+/** The line of its place, from 1; 0 when there is none. */
+MIMETREE_API uint64_t mt_findings_line(const mt_findings* findings, size_t i);
+
+/** The part as IMAP counts, "2.1.3", going on into messages in messages; "" for the message. */
+MIMETREE_API const char* mt_findings_part(const mt_findings* findings, size_t i);
+
+/** What is wrong, one line in which nothing of the mail stands raw. */
+MIMETREE_API const char* mt_findings_sentence(const mt_findings* findings, size_t i);
+
+/** How many more of that kind there are, which are not in the list. */
+MIMETREE_API uint64_t mt_findings_more(const mt_findings* findings, size_t i);
+
+/** What a kind is, by its name or "MT012", in several sentences; NULL when there is none such. */
+MIMETREE_API const char* mt_finding_explanation(const char* name_or_id);
+
+/** What it offends, "RFC 5322 2.2"; NULL when there is none such. */
+MIMETREE_API const char* mt_finding_reference(const char* name_or_id);
+
 /* -- Changing and writing it --------------------------------------------------------------- */
 /* Parts and texts that were given before are void afterwards.  A failure changes nothing. */
 

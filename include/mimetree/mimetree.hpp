@@ -6,6 +6,7 @@
 // Result and Error that they answer with.
 
 #include "mimetree/builder.hpp"  // IWYU pragma: export
+#include "mimetree/findings.hpp"  // IWYU pragma: export
 #include "mimetree/mailbox.hpp"  // IWYU pragma: export
 #include "mimetree/message.hpp"  // IWYU pragma: export
 #include "mimetree/opened.hpp"   // IWYU pragma: export

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// What is wrong with a message: what was repaired when it was read, and what other readers may
+// take otherwise.
+//
+//     auto list = mimetree::findings(*message);
+//     if (!list) return report(list.error().message());
+//     for (const mimetree::Finding& f : *list)
+//         std::cout << f.line << ": " << f.name << ": " << f.sentence << '\n';
+//
+// docs/findings.md lists the kinds.  Numbers and names stay what they are from one version to the
+// next; sentences may change.
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mimetree/message.hpp"
+#include "mimetree/result.hpp"
+
+namespace mimetree {
+
+// How much a finding matters.
+enum class Severity {
+    info = 1,      // unusual, and harmless
+    warning = 2,   // against a standard, and repaired
+    critical = 3,  // another reader may see a different message
+};
+
+// "info", "warning" or "critical".
+MIMETREE_API std::string_view severity_name(Severity severity) noexcept;
+
+// A kind of finding.  All texts are UTF-8 and stay.
+struct FindingKind {
+    unsigned number;
+    std::string_view id;    // "MT012"
+    std::string_view name;  // "nul-byte"
+    Severity severity;
+    std::string_view reference;    // "RFC 5322 2.2", what it offends
+    std::string_view explanation;  // what it is, what readers make of it and where it comes from
+};
+
+// All kinds, by number; and the one with that name, id or number, or null.
+MIMETREE_API std::span<const FindingKind> finding_kinds() noexcept;
+MIMETREE_API const FindingKind* finding_kind(std::string_view name_or_id) noexcept;
+
+// A place where something is wrong.
+struct Finding {
+    unsigned number;        // of its kind
+    std::string_view id;    // "MT012"
+    std::string_view name;  // "nul-byte"
+    Severity severity;
+    // In Message::source(), or in what Message::write() gives where the message has none.  Within
+    // an embedded message that is encoded: where its part begins.
+    uint64_t offset;  // bytes in front of it
+    uint64_t line;    // from 1
+    // As IMAP counts parts (RFC 3501 6.4.5), going on into messages in messages: "2.1.3"; "" is
+    // the message itself.
+    std::string part;
+    std::string sentence;  // one line, what comes out of the mail escaped in it
+    // Only the first 20 places of a kind are listed; the last of them says how many follow.
+    uint64_t more = 0;
+};
+
+// What is wrong with the message, in the order of the places.  Messages within it are opened to a
+// depth of 32.  An error only when memory is exhausted.
+MIMETREE_API Result<std::vector<Finding>> findings(const Message& message) noexcept;
+
+}  // namespace mimetree
