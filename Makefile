@@ -54,8 +54,7 @@ bench: peers
 stress: peers
 	python3 bench/stress.py build/bench docs
 
-# The documentation as a site, build/docs/index.html; no public name of the face and of the C
-# interface is without a word.
+# The documentation as a site, build/docs/index.html; no public name is without a word.
 docs:
 	@cmake/install-packages.sh docs
 	docs/site/build.sh

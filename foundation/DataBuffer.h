@@ -52,6 +52,7 @@ public:
     // sender labelled with the single-byte code page `codePage` by mistake.
     bool isReallyUtf8(int codePage) const;
 
+    // Whether a byte of this value is among them.
     bool containsChar(char c) const;
     // Looks only at the first `n` bytes.
     bool containsSubstring(const char* s, unsigned int n) const;

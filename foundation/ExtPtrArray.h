@@ -33,6 +33,7 @@ public:
     // Overwrites a slot without deleting what it held, which becomes the caller's.
     void setAt(int i, VantrelObject* p);
 
+    // Exchanges the elements with their ownership.
     void swap(ExtPtrArray& other) noexcept;
 
     // Deletes every element, last first, and empties the array.

@@ -9,6 +9,7 @@
 
 class MIMETREE_API ExtPtrArraySb {
 public:
+    // Slots, empty ones included.
     int getSize() const { return m_strings.getSize(); }
 
     // Null when the slot is empty or `i` out of range.

@@ -10,6 +10,9 @@
 
 class MIMETREE_API LogBase {
 public:
+    // What a sink does with a line: one that tells a failure or repair, one that tells a step, the
+    // brackets around the lines of an operation, and a value with its name.  Texts are good
+    // during the call only; of a value they may hold anything that mail does.
     virtual void logError(const char* text) = 0;
     virtual void logInfo(const char* text) = 0;
     virtual void enterContext(const char* name, bool verbose) = 0;
@@ -40,8 +43,10 @@ public:
     }
 };
 
+// Brackets the lines that are logged as long as it lives.
 class MIMETREE_API LogContextExitor {
 public:
+    // What enterContext() is told.
     LogContextExitor(LogBase& log, const char* name) : LogContextExitor(log, name, false) {}
     LogContextExitor(LogBase& log, const char* name, bool verbose) : m_log(log) {
         m_log.enterContext(name, verbose);

@@ -8,6 +8,7 @@
 
 class MIMETREE_API LogNull : public LogBase {
 public:
+    // Each does nothing.
     void logError(const char*) override {}
     void logInfo(const char*) override {}
     void enterContext(const char*, bool) override {}

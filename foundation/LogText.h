@@ -12,9 +12,10 @@ public:
     void logError(const char* text) override;                    // "ERROR: text"
     void logInfo(const char* text) override;                     // "text"
     void enterContext(const char* name, bool verbose) override;  // "name:", then deeper
-    void leaveContext() override;
+    void leaveContext() override;                                // back again
     void logData(const char* name, const char* value) override;  // "name: value"
 
+    // What was told so far.
     const StringBuffer& text() const { return m_text; }
     void clear();  // the text; open contexts stay open
 

@@ -105,6 +105,8 @@ public:
     bool getSubFieldUtf8(const char* fieldName, const char* param, StringBuffer& out,
                          LogBase& log) const;
 
+    // Append the name, which is empty for a line that is no field, or the value in UTF-8 with its
+    // encoded words as they are.  False, nothing appended, when the index is out of range.
     bool getFieldNameUtf8(int index, StringBuffer& out, LogBase& log) const;
     bool getFieldValueUtf8(int index, StringBuffer& out, LogBase& log) const;
 
@@ -125,6 +127,7 @@ public:
     // for a header whose text was put together by a program.
     void writeAnew();
 
+    // Lines that are no fields included.
     int getNumFields() const { return static_cast<int>(m_fields.size()); }
 
     // The code page that the 8-bit bytes of the last load were read in; 0 when it had none.

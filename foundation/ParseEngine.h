@@ -16,6 +16,7 @@ public:
     void captureToNextChar(char c, StringBuffer& out);
 
     void skipChars(const char* set);  // moves past any run of bytes from the set
+    // Whether nothing of the text is left behind the cursor.
     bool atEnd() const { return m_at >= m_text.getSize(); }
 
 private:

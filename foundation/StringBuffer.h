@@ -63,6 +63,7 @@ public:
     // For writers whose output was cut short for want of room elsewhere.
     void markFailed() { refuse(); }
 
+    // Byte for byte, or but for the case of ASCII letters; null is the empty text.
     bool equals(const char* s) const;
     bool equals(const StringBuffer& s) const;
     bool equalsIgnoreCase(const char* s) const {

@@ -23,6 +23,7 @@ class XmlReader;
 }  // namespace mimetree::inner
 
 struct MIMETREE_API StringPair {
+    // Of an attribute, both in UTF-8.
     StringBuffer m_name;
     StringBuffer m_value;
 };
@@ -46,6 +47,7 @@ public:
     // As written, prefix included.
     const char* getTag() const;
 
+    // Elements below this one, not those below them; texts are none.
     int getNumChildren() const;
     TreeNode* getChild(int i) const;  // null when out of range
 
@@ -60,6 +62,7 @@ public:
     // that of its children.  False when memory is exhausted.
     bool copyDecodeContent(StringBuffer& out) const;
 
+    // In the order of the document, entities opened.
     int getNumAttributes() const;
     bool getAttributeName(int i, StringBuffer& out) const;   // false when out of range
     bool getAttributeValue(int i, StringBuffer& out) const;  // the same

@@ -21,6 +21,7 @@ public:
     static void deleteObject(VantrelObject* object) { delete object; }
 };
 
+// One that can be told from all others, and found by its number.
 class MIMETREE_API VantrelObjectWithId : public VantrelObject {
 public:
     VantrelObjectWithId();

@@ -21,11 +21,13 @@ public:
     // its number with the name "cp" + number; 0 clears.
     void setByCodePage(int codePage);
 
+    // "" and 0 where no charset is set.
     const char* getName() const { return m_name.getString(); }
     int getCodePage() const { return m_codePage; }
     // RFC 2781 4.3: true for a name like "utf-16" that leaves the byte order to a mark.
     bool needsByteOrderMark() const;
 
+    // Becomes the same as another, or none.
     void copy(const _zqCharset& other) { *this = other; }
     void clear();
     bool holds(const char* p) const { return m_name.owns(p); }  // a pointer into the name

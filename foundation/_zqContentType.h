@@ -16,6 +16,7 @@ public:
     _zqContentType(const _zqContentType&) = delete;
     _zqContentType& operator=(const _zqContentType&) = delete;
 
+    // All texts empty, all flags off; the same as another's.
     void clear();
     void copyFrom(const _zqContentType& other);
 

@@ -10,6 +10,7 @@
 MIMETREE_API int zqStrCmp(const char* a, const char* b);
 MIMETREE_API int zqStrNCmp(const char* a, const char* b, unsigned int n);  // over at most n bytes
 
+// The same text but for the case of ASCII letters.
 MIMETREE_API bool zqStrEqualsIgnoreCase(const char* a, const char* b);
 
 // First occurrence, or null.  The second looks only at the first `n` bytes of `hay`, which

@@ -95,6 +95,8 @@ public:
     void copyMimeBody(DataBuffer& out, LogBase& log) const;  // replaces `out`
     void extractMimeBody(DataBuffer& out, LogBase& log);     // replaces `out`, empties the body
 
+    // Cached properties: appended to `out` unless said otherwise; as `const char*` the node's own,
+    // good until it changes, and null on a node without marker.  Code pages are 0 for none.
     const char* getContentType() const;
     const char* getContentEncoding() const;
     void getContentEncoding(StringBuffer& out) const;
@@ -106,8 +108,10 @@ public:
     void getContentId(StringBuffer& out) const;  // angle brackets included
     const char* getDisposition() const;
     void getDisposition(StringBuffer& out) const;
+    // Whether the sentence for readers without MIME stands in front of the parts (RFC 2046 5.1.1).
     void setUseMmMessage(bool b);
     bool getUseMmMessage() const { return m_useMmMessage; }  // without marker check
+    // Of the header: how many lines it has, the code page of its 8-bit bytes, and its text.
     int getNumHeaderFields() const;
     int getHeaderDetectedCP() const;
     void getMimeHeader(StringBuffer& out, LogBase& log) const;
@@ -181,6 +185,8 @@ public:
     bool setCharset(const char* name, LogBase& log);
     void clearCharset(LogBase& log);
 
+    // No text at all takes the field away; setFilenameUtf8 makes a part without a disposition an
+    // attachment.
     void setContentDisposition(const char* disposition, const char* filename, LogBase& log);
     void setDisposition(const char* disposition, LogBase& log);  // empty: the field goes
     void setFilenameUtf8(const char* filename, LogBase& log);
@@ -490,6 +496,7 @@ private:
     Received m_received;
 
 public:
+    // State of the node.  What is cached from the header must be changed through the node.
     uint32_t m_magic;      // validity marker, 0xa4ee21fb while the node lives
     _zqCharset m_charset;  // charset of the body text, in which it is written out
     _zqContentType m_contentType;

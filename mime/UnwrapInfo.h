@@ -5,9 +5,9 @@
 // number, two verdicts, two counts, and the objects and names met on the way, all owned.  The
 // engine only defines it; what the fields mean is up to the code that fills them.
 
-#include "foundation/export.h"
 #include "foundation/ExtPtrArray.h"
 #include "foundation/ExtPtrArraySb.h"
+#include "foundation/export.h"
 
 class MIMETREE_API UnwrapInfo {
 public:
@@ -16,6 +16,7 @@ public:
     UnwrapInfo& operator=(const UnwrapInfo&) = delete;
     virtual ~UnwrapInfo();
 
+    // For the code that fills them; the arrays own what they hold.
     int m_number = 1;
     bool m_flag1 = true;
     bool m_flag2 = true;

@@ -20,8 +20,9 @@
 
 namespace mimetree {
 
+// A part, and where it stands in all that was opened.
 struct OpenedPart {
-    Part part;
+    Part part;               // a handle into that message
     const Message* message;  // whose part it is: the one that was asked for, or one within it
     // RFC 3501 6.4.5: the parts of the message that is part 2 are 2.1, 2.2 and so on; a message
     // that has no parts has one, 2.1, which is its text.  Empty for the outermost root, for a
@@ -35,6 +36,7 @@ struct OpenedPart {
 // Whether messages within a message are looked into.
 enum class Nested { opened, closed };
 
+// The list of them; it keeps the messages within.
 class MIMETREE_API OpenedParts {
 public:
     // What was handed out is good as long as the message and this are.
