@@ -37,6 +37,7 @@ NOTES = """\
 A rate in brackets is of a library that does less there, and counts in no ratio: mimetic converts no
 charset, leaves a digest's messages closed, and writes encoded bodies back as it kept them; VMime
 leaves a digest's messages closed; a coder gives up in the middle. mimetic checks no text either.
+GMime, too, writes encoded bodies back as it kept them, but counts: here they are encoded anew.
 Python's email is measured with its `compat32` policy, which reads only the fields that are asked for. GMime, libetpan and this engine open every message inside a message.
 Rates count bytes of input, for loading and decoding every leaf and freeing the tree, or for writing
 a loaded tree back."""
