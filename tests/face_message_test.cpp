@@ -285,6 +285,20 @@ TEST(FaceMessage, MessagesInsideAreOpened) {
     EXPECT_LE(OpenedParts::of(parsed(deep)).value().size(), 33u);
 }
 
+TEST(FaceMessage, FilesWithinATextInUuencode) {
+    const std::string file = "begin 644 ../a.txt\n#86)C\n`\nend\n", none = "begin 644 the day\n";
+    const auto namesIn = [](const Message& m) {
+        std::string names;
+        const auto files = embedded_files(m.root());
+        for (const EmbeddedFile& found : *files) names += found.name + "=" + found.bytes + " ";
+        return names;
+    };
+    EXPECT_EQ(namesIn(parsed(plain(none + "hello\n" + file + "so\n" + file))),
+              "a.txt=abc a.txt=abc ");
+    EXPECT_EQ(namesIn(parsed(plain(none + "\nend\n" + file.substr(0, 25)))), "");
+    EXPECT_EQ(namesIn(parsed(leaf("Content-Type: text/html", file))), "");
+}
+
 TEST(FaceMessage, FindsByContentId) {
     const Message m =
         parsed(multi("related", {html("H"), file("image/png", "|Content-ID: <a%b@x>")}));

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "cli/commands/table.h"
@@ -10,6 +11,7 @@
 #include "cli/input/messages.h"
 #include "cli/message/json_document.h"
 #include "face/files/folder.h"
+#include "mimetree/embedded.hpp"
 
 using mimetree::OpenedPart;
 using mimetree::OpenedParts;
@@ -45,16 +47,23 @@ public:
     ExitStatus run(const OpenedParts& parts) {
         if (m_options.json) m_out.write("{\"path\":" + jsonText(m_message.name) + ",\"files\":[");
         for (const OpenedPart& at : parts)
-            if (m_out.good() && at.part.children().empty() && isWanted(at.part, m_options))
-                save(at);
+            if (m_out.good() && at.part.children().empty()) saveFilesOf(at);
         if (m_options.json) m_out.write("]}\n");
         return m_status;
     }
 
 private:
-    void save(const OpenedPart& at) {
-        const mimetree::Result<std::string> bytes = at.part.file_bytes();
-        std::string name(at.part.name());
+    void saveFilesOf(const OpenedPart& at) {
+        if (isWanted(at.part, m_options))
+            save(at, at.part.type(), std::string(at.part.name()), at.part.file_bytes());
+        const auto files = mimetree::embedded_files(at.part);
+        if (!files) throw std::bad_alloc();
+        for (const mimetree::EmbeddedFile& file : *files)
+            save(at, "application/octet-stream", file.name, file.bytes);
+    }
+
+    void save(const OpenedPart& at, std::string_view type, std::string name,
+              const mimetree::Result<std::string>& bytes) {
         const int error = bytes ? m_folder.save(name, *bytes, dateOf(*at.message)) : ENOMEM;
         const std::string& directory = m_options.directory;
         const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
@@ -63,7 +72,7 @@ private:
             m_status = kFailed;
         } else if (m_options.json) {
             m_out.write(std::exchange(m_separator, ",") + jsonText({{"part", jsonPartNumber(at)},
-                                                                    {"contentType", at.part.type()},
+                                                                    {"contentType", type},
                                                                     {"path", path},
                                                                     {"size", bytes->size()}}));
         } else {
@@ -116,7 +125,8 @@ Run addExtract(CLI::App& app, CommonOptions& common) {
         "Parts count as attachments that say so, that are no text, or that have a file name and\n"
         "are not the message's own text; so do messages within the message, and what is attached "
         "to\n"
-        "those.  A part goes to one file in DIR, never elsewhere, over\n"
+        "those, and files that stand uuencoded in a text.  A part goes to one file in DIR, never "
+        "elsewhere, over\n"
         "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
         "Text keeps its charset, and files have the date of the message.");
     return [options, &common](Output& out) { return extract(common, *options, out); };

@@ -9,6 +9,7 @@
 //     cli/input/     FILE arguments and what they name, as a stream of messages
 //     cli/message/   the parts of a message, messages within messages included
 //     cli/output/    writing, checked; escaping; colours; error lines
+//     cli/terminal/  what only a terminal is shown: the progress line
 //
 // A source has the shape
 //
@@ -37,6 +38,12 @@
 //
 // What must be done in the order of the messages, and by one thread at a time (sums, files that
 // are made, anything beside `out`), goes into forEachMessageInTurn (input/messages.h).
+// message.opened() is the list of parts, those of messages within it too: declare addClosed() with
+// it.  message.name is "archive.mbox#17" in an mbox; message.bytes are the message alone, and
+// message.fromLine is what stood before it.  A command for one message alone uses addMessage() and
+// forOneMessage().  Options that take several values need allow_extra_args(false), or CLI11 takes
+// "[a]" for a list.  A source that needs a library which a build may lack has a twin that does
+// without (gzip_zlib.cpp, gzip_none.cpp), and a line in versionText (command_line.cpp).
 // Errors are told by out.error(message.name, reason), never on stderr directly.
 
 #include <functional>

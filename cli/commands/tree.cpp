@@ -2,12 +2,14 @@
 // Command `tree`: a line a node, indented by depth.  With --json, the document of json_document.h.
 
 #include <algorithm>
+#include <new>
 #include <string>
 
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
 #include "cli/message/json_document.h"
+#include "mimetree/embedded.hpp"
 
 namespace {
 
@@ -63,10 +65,23 @@ std::string lineOf(const mimetree::OpenedPart& at, const Output& out) {
     return line + "\n";
 }
 
+// Files that stand uuencoded in a text.
+void writeEmbedded(const mimetree::OpenedPart& at, Output& out) {
+    const auto files = mimetree::embedded_files(at.part);
+    if (!files) throw std::bad_alloc();
+    for (const mimetree::EmbeddedFile& file : *files)
+        out.write(indentation(at.depth + 1) + "uuencoded  attachment  " +
+                  counted(static_cast<unsigned>(file.bytes.size()), "byte") + "  " +
+                  out.coloured(Colour::Green, '"' + oneLine(file.name) + '"') + "\n");
+}
+
 ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Output& out) {
     if (options.json) return showJson(message, out);
     const mimetree::OpenedParts parts = message.opened();
-    for (const mimetree::OpenedPart& at : parts) out.write(lineOf(at, out));
+    for (const mimetree::OpenedPart& at : parts) {
+        out.write(lineOf(at, out));
+        writeEmbedded(at, out);
+    }
     return kDone;
 }
 

@@ -83,7 +83,17 @@ private:
             m_mail.emplace(mimetree::inner::parseMail(
                 m_raw.bytes, {m_loop.common.strict, mimetree::SourceBytes::borrow}, *m_log));
             if (!*m_mail) m_raw.failure = m_mail->error().message();
+            else if (m_loop.common.strict) tellRefused(out);
         });
+    }
+
+    // Within a message, a multipart that is refused leaves an empty part.
+    void tellRefused(Output& out) {
+        for (const mimetree::Part& part : m_mail->value().parts()) {
+            if (!mimetree::inner::isCut(part)) continue;
+            out.error(m_raw.name, mimetree::inner::boundaryFault(part));
+            m_isRefused = true;
+        }
     }
 
     void writeHeading() {
@@ -102,12 +112,14 @@ private:
 
     void finishLooked() {
         attempt([&] { m_loop.status = std::max(m_loop.status, m_inTurn(m_loop.out)); });
+        if (m_isRefused) m_loop.status = std::max(m_loop.status, kFailed);
         if (!m_raw.failure.empty()) m_loop.fail(m_raw.name, m_raw.failure);
     }
 
     Loop& m_loop;
     RawMail m_raw;
     Output m_kept;
+    bool m_isRefused = false;  // in part
     std::unique_ptr<LogBase> m_log;
     std::optional<mimetree::Result<mimetree::Message>> m_mail;
     std::optional<InputMessage> m_message;

@@ -7,6 +7,7 @@
 
 #include "foundation/ExtPtrArray.h"
 #include "foundation/_zqEmailAddress.h"
+#include "mimetree/embedded.hpp"
 
 namespace {
 
@@ -16,6 +17,15 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kAddressFields[] = {"From",      "Sender",    "Reply-To",    "To",
                                           "Cc",        "Bcc",       "Resent-From", "Resent-Sender",
                                           "Resent-To", "Resent-Cc", "Resent-Bcc"};
+
+// Files within a text.
+Json embeddedIn(const mimetree::Part& part) {
+    Json list = Json::array();
+    if (const auto files = mimetree::embedded_files(part))
+        for (const mimetree::EmbeddedFile& file : *files)
+            list.push_back({{"name", file.name}, {"size", file.bytes.size()}});
+    return list;
+}
 
 Json factsOf(const InputMessage& message, const mimetree::OpenedPart& at) {
     const MimeMessage2& mime = at.part.node();
@@ -38,6 +48,7 @@ Json factsOf(const InputMessage& message, const mimetree::OpenedPart& at) {
         {"signed", mime.isMultipartSigned(message.log) || mime.isSignedData(message.log)},
         {"encrypted", mime.isSmimeEncrypted(message.log)},
         {"attachment", mime.isAttachment(message.log)},
+        {"uuencoded", embeddedIn(at.part)},
     };
 }
 

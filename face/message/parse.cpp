@@ -37,6 +37,16 @@ void makeUtf8(std::string_view mail, int codePage, DataBuffer& utf8) {
 
 using Root = std::unique_ptr<MimeMessage2>;
 
+// What a strict reader stops at: read tolerantly, a multipart without parts, or else the outermost
+// one, which is not closed.
+std::string whatIsDamaged(std::string_view mail) {
+    const Result<Message> message = Message::parse(mail);
+    if (!message) return message.error().message();
+    for (const Part& part : message->parts())
+        if (inner::isCut(part)) return inner::boundaryFault(part);
+    return inner::boundaryFault(message->root());
+}
+
 // A text without a header is all body, for which the engine needs the blank line that ends an
 // empty header.
 Result<Root> load(std::string_view mail, ParseOptions options, LogBase& log) {
@@ -52,7 +62,7 @@ Result<Root> load(std::string_view mail, ParseOptions options, LogBase& log) {
                                         /*inputIsUtf8*/ false);
     if (loaded) return root;
     if (watch.wasRefused()) return Error(Errc::out_of_memory, "out of memory");
-    if (options.strict) return Error(Errc::damaged, "a multipart whose boundary is missing");
+    if (options.strict) return Error(Errc::damaged, whatIsDamaged(mail));
     return Error(Errc::not_mail, "not a mail message");
 }
 
@@ -87,6 +97,16 @@ Message Tree::messageOf(std::unique_ptr<Tree> tree) { return Message(std::move(t
 
 Result<Message> inner::parseMail(std::string_view mail, ParseOptions options, LogBase& log) {
     return makeTree(mail, nullptr, options, log).transform(Tree::messageOf);
+}
+
+bool inner::isCut(const Part& part) { return part.is_multipart() && part.children().empty(); }
+
+std::string inner::boundaryFault(const Part& part) {
+    const std::string number(part.path()), type(part.type());
+    return (number.empty() ? "" : "part " + number + ": ") + "a " + type +
+           (isCut(part) ? " whose boundary is missing: \""
+                        : " that is not closed by its boundary: \"") +
+           std::string(part.parameter("boundary").value_or("")) + "\"";
 }
 
 Message::Message(std::unique_ptr<Tree> tree) noexcept : m_tree(std::move(tree)) {}

@@ -103,7 +103,11 @@ fails 1 "no text/html body" body --html <(printf 'A: b\n\nc\n')
 printf 'Content-Type: multipart/mixed; boundary=x\r\n\r\nnothing\r\n' >unbounded
 run tree unbounded
 ok "no boundary: tolerated" is "$status" 0
-fails 1 "unbounded: a multipart whose boundary is missing" tree --strict unbounded
+fails 1 "unbounded: a multipart/mixed whose boundary is missing: \"x\"" tree --strict unbounded
+printf 'Content-Type: multipart/mixed; boundary=A\n\n--A\nContent-Type: multipart/related; boundary=B\n\nx\n--A--\n' >within
+run tree --strict within
+ok "--strict: a part" is "$status" 1
+ok "--strict: which" has 'within: part 1: a multipart/related whose boundary is missing: "B"' err
 run tree --strict --log unbounded
 ok "--log: the engine's words" has "First boundary string not found." err
 ok "--log: indented by context" grep -q '^  [a-zA-Z]*:$' err

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// Files that stand within a plain text in uuencode, as they did before there was MIME:
+//
+//     begin 644 plan.pdf
+//     (lines of encoded bytes)
+//     end
+
+#include <string>
+#include <vector>
+
+#include "mimetree/message.hpp"
+
+namespace mimetree {
+
+struct EmbeddedFile {
+    std::string name;   // as safe as Part::name()
+    std::string bytes;  // decoded
+};
+
+// Those in the text of a part, in their order; none in what is no plain text, or is a file itself.
+MIMETREE_API Result<std::vector<EmbeddedFile>> embedded_files(const Part& part) noexcept;
+
+}  // namespace mimetree
