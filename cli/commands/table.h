@@ -77,6 +77,7 @@ struct Command {
 std::span<const Command> commands();
 
 Run addBody(CLI::App& app, CommonOptions& common);
+Run addCheck(CLI::App& app, CommonOptions& common);
 Run addCompose(CLI::App& app, CommonOptions& common);
 Run addConvert(CLI::App& app, CommonOptions& common);
 Run addExtract(CLI::App& app, CommonOptions& common);

@@ -7,5 +7,7 @@ enum ExitStatus {
     kDone = 0,
     kFailed = 1,        // a file could not be read or done, or the output not written
     kBadUsage = 2,      // wrong arguments
+    kWarned = 3,        // check: something is against a standard
+    kCritical = 4,      // check: another reader may see a different message
     kClosedPipe = 141,  // nobody reads the output any more; as a shell tells of SIGPIPE
 };

@@ -91,6 +91,8 @@ constexpr char kTail[] =
     ".TP\n.B 0\nAll was done.\n"
     ".TP\n.B 1\nA file could not be read or done, or the output not written.\n"
     ".TP\n.B 2\nThe arguments were wrong.\n"
+    ".TP\n.B 3\nThe check found something that is against a standard.\n"
+    ".TP\n.B 4\nThe check found that another reader may see a different message.\n"
     ".TP\n.B 141\nNobody read the output to its end; nothing is said of that.\n"
     ".PP\n"
     "Of several messages, the highest stands.\n"

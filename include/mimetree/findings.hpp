@@ -36,10 +36,10 @@ MIMETREE_API std::string_view severity_name(Severity severity) noexcept;
 
 // A kind of finding.  All texts are UTF-8 and stay.
 struct FindingKind {
-    unsigned number;
-    std::string_view id;    // "MT012"
-    std::string_view name;  // "nul-byte"
-    Severity severity;
+    unsigned number;               // 12; from 1 on
+    std::string_view id;           // "MT012"
+    std::string_view name;         // "nul-byte"
+    Severity severity;             // how much it matters
     std::string_view reference;    // "RFC 5322 2.2", what it offends
     std::string_view explanation;  // what it is, what readers make of it and where it comes from
 };
@@ -53,7 +53,7 @@ struct Finding {
     unsigned number;        // of its kind
     std::string_view id;    // "MT012"
     std::string_view name;  // "nul-byte"
-    Severity severity;
+    Severity severity;      // how much it matters
     // In Message::source(), or in what Message::write() gives where the message has none.  Within
     // an embedded message that is encoded: where its part begins.
     uint64_t offset;  // bytes in front of it
