@@ -6,20 +6,6 @@
 #include "laws.h"
 #include "mail_words.h"
 
-namespace {
-
-std::string squeezed(Choices& choices) {
-    std::string text;
-    while (!choices.atEnd()) {
-        const uint8_t choice = choices.byte();
-        if (choice < std::size(kMailWords)) text += kMailWords[choice];
-        else text += static_cast<char>(choice);
-    }
-    return text;
-}
-
-}  // namespace
-
 FUZZ_TARGET(load_fuzz) {
     Choices choices(data, size);
     const uint8_t dress = choices.byte();

@@ -3,6 +3,8 @@
 
 // The pieces that mail is made of, for generators that put texts together.
 
+#include "target.h"
+
 inline constexpr const char* kLineEnds[] = {"\r\n", "\r\n", "\n", "\r", "\r\r\n", "\n\r"};
 
 inline constexpr const char* kCharsets[] = {
@@ -182,3 +184,14 @@ inline constexpr const char* kXmlWords[] = {"<mime_message>",
                                             "&#0;",
                                             "<!--",
                                             "-->"};
+
+// A mail in which each choice is a word, or a byte that is none.
+inline std::string squeezed(Choices& choices) {
+    std::string text;
+    while (!choices.atEnd()) {
+        const uint8_t choice = choices.byte();
+        if (choice < std::size(kMailWords)) text += kMailWords[choice];
+        else text += static_cast<char>(choice);
+    }
+    return text;
+}
