@@ -100,11 +100,10 @@ bool decodePairs(const Codec&, Source in, Output& out) {
     return true;
 }
 
-// CodeAt gives the codes of two bytes that need no thought, TakeCode all codes.
-template <uint32_t (*CodeAt)(unsigned, unsigned), uint32_t (*TakeCode)(Source&)>
+// Codes has the codes of two bytes that need no thought, TakeCode gives all codes.
+template <const auto& Codes, uint32_t (*TakeCode)(Source&)>
 bool encodePairs(const Codec&, Source in, Output& out) {
-    const auto codeAt = [](unsigned page, unsigned place) { return CodeAt(page, place); };
-    const auto encodeCommon = [&](Source& rest, Output& to) { encodeRun<2>(rest, to, codeAt); };
+    const auto encodeCommon = [](Source& rest, Output& to) { encodePairRun(Codes, rest, to); };
     return encodePlain(in, out, encodeCommon, TakeCode);
 }
 
@@ -165,7 +164,6 @@ struct Gb {
 };
 
 uint32_t gb18030PairOf(char32_t c) { return kGb.of(c); }
-uint32_t gb18030At(unsigned page, unsigned place) { return kGb.at(page, place); }
 
 uint32_t gb18030Of(char32_t c) {
     if (const uint32_t pair = gb18030PairOf(c)) return pair;
@@ -174,11 +172,11 @@ uint32_t gb18030Of(char32_t c) {
            (pointer / 10 % 126 << 8) + pointer % 10;
 }
 
+constexpr ReadyCodes kGb18030Ready(kGbIndex, kGbCodes, [](unsigned code) { return code; });
+
 // All but the euro sign.
-uint32_t windowsGbAt(unsigned page, unsigned place) {
-    const uint32_t code = gb18030At(page, place);
-    return code == 0xA2E3 ? 0 : code;
-}
+constexpr ReadyCodes kWindowsGbReady(kGbIndex, kGbCodes,
+                                     [](unsigned code) { return code == 0xA2E3 ? 0 : code; });
 uint32_t windowsGbOf(char32_t c) { return c == kEuro ? 0x80 : gb18030Of(c); }
 
 // Many readers of GBK have no euro sign.
@@ -201,7 +199,7 @@ struct Ks {
 };
 
 uint32_t uhcOf(char32_t c) { return kKs.of(c); }
-uint32_t uhcAt(unsigned page, unsigned place) { return kKs.at(page, place); }
+constexpr ReadyCodes kUhcReady(kKsIndex, kKsCodes, [](unsigned code) { return code; });
 
 // KS X 1001 is the part of 949 in which both bytes are high.
 uint32_t eucKrOf(char32_t c) { return ifGr(uhcOf(c)); }
@@ -245,10 +243,8 @@ struct Big5 {
 uint32_t big5HkscsOf(char32_t c) { return kBig5.of(c); }
 
 // All but the row in which the letters of kComposed are.
-uint32_t big5HkscsAt(unsigned page, unsigned place) {
-    const uint32_t code = kBig5.at(page, place);
-    return code >> 8 == 0x88 ? 0 : code;
-}
+constexpr ReadyCodes kBig5Ready(kBig5Index, kBig5Codes,
+                                [](unsigned code) { return code >> 8 == 0x88 ? 0 : code; });
 
 // 950: many readers of Big5 know no others, and from 0xC6A1 to 0xC8FE vendors differ.
 uint32_t big5Of(char32_t c) {
@@ -319,7 +315,7 @@ struct ShiftJis {
     }
 };
 
-uint32_t shiftJisAt(unsigned page, unsigned place) { return kJis.at(page, place); }
+constexpr ReadyCodes kShiftJisReady(kJisIndex, kJisCodes, [](unsigned code) { return code; });
 
 uint32_t shiftJisCode(char32_t c) {
     if (c == 0x80) return 0x80;
@@ -330,7 +326,7 @@ uint32_t shiftJisCode(char32_t c) {
 
 // What a code of Shift_JIS is in JIS X 0208, of which it has two rows a lead byte; 0 in the
 // private area.
-uint32_t jis0208Of(uint32_t code) {
+constexpr uint32_t jis0208Of(uint32_t code) {
     if (code == 0) return 0;
     const uint32_t lead = code >> 8, trail = code & 0xFF;
     const uint32_t pair = lead - (lead < 0xA0 ? 0x81 : 0xC1);
@@ -363,12 +359,12 @@ struct EucJp {
     }
 };
 
-bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
+constexpr bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
 
-uint32_t eucJpAt(unsigned page, unsigned place) {
-    const uint32_t code = jis0208Of(shiftJisAt(page, place));
+constexpr ReadyCodes kEucJpReady(kJisIndex, kJisCodes, [](unsigned shiftJis) {
+    const uint32_t code = jis0208Of(shiftJis);
     return code == 0 || isVendorRow(code) ? 0 : code | 0x8080;
-}
+});
 
 uint32_t eucJpOf(char32_t c) {
     if (c - kHalfWidthKana < kKanaCount) return 0x8E00 | (c - kHalfWidthKana + 0xA1);
@@ -391,21 +387,21 @@ uint32_t codeOfEitherForm(char32_t c) {
     return code ? code : CodeOf(jisOtherForm(c));
 }
 
-template <class Charset, uint32_t (*Held)(char32_t), uint32_t (*CodeAt)(unsigned, unsigned),
+template <class Charset, uint32_t (*Held)(char32_t), const auto& Codes,
           uint32_t (*TakeCode)(Source&) = take<Held>>
 constexpr Codec row(int codePage) {
-    return {codePage, decodePairs<Charset>, encodePairs<CodeAt, TakeCode>, codeOrAscii<Held>};
+    return {codePage, decodePairs<Charset>, encodePairs<Codes, TakeCode>, codeOrAscii<Held>};
 }
 
 constexpr Codec kCodecs[] = {
-    row<ShiftJis, shiftJisCode, shiftJisAt, take<codeOfEitherForm<shiftJisCode>>>(932),
-    row<Gb, gbkOf, windowsGbAt, take<windowsGbOf>>(936),
-    row<Ks, uhcOf, uhcAt>(949),
-    row<Big5, big5Of, big5HkscsAt, takeBig5>(950),
-    row<EucJp, eucJpOf, eucJpAt, take<codeOfEitherForm<eucJpCode>>>(51932),
-    row<Gb, gb2312Of, gb18030At, take<gb18030Of>>(51936),
-    row<Ks, eucKrOf, uhcAt, take<uhcOf>>(51949),
-    row<Gb, gb18030Of, gb18030At>(54936),
+    row<ShiftJis, shiftJisCode, kShiftJisReady, take<codeOfEitherForm<shiftJisCode>>>(932),
+    row<Gb, gbkOf, kWindowsGbReady, take<windowsGbOf>>(936),
+    row<Ks, uhcOf, kUhcReady>(949),
+    row<Big5, big5Of, kBig5Ready, takeBig5>(950),
+    row<EucJp, eucJpOf, kEucJpReady, take<codeOfEitherForm<eucJpCode>>>(51932),
+    row<Gb, gb2312Of, kGb18030Ready, take<gb18030Of>>(51936),
+    row<Ks, eucKrOf, kUhcReady, take<uhcOf>>(51949),
+    row<Gb, gb18030Of, kGb18030Ready>(54936),
 };
 
 }  // namespace
@@ -446,6 +442,14 @@ uint32_t jis0208Code(char32_t c) {
     for (const TwoForms& row : kTwoForms)
         if (row.jis == c) c = row.microsoft;
     return jis0208Of(kJis.of(c));
+}
+
+void encodeJis0208Run(Source& in, Output& out) {
+    const unsigned char* const end = runEnd(in, out.spare());
+    Run run = {in.p, out.at};
+    while (run.p < end && encodeFour(kEucJpReady, 0x7F7F7F7F7F7F7F7Fu, run)) {}
+    in.p = run.p;
+    out.at = run.at;
 }
 
 uint32_t plainJis0208Code(char32_t c) {

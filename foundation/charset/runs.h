@@ -6,6 +6,7 @@
 // ends at anything else, and a few bytes before input or room end; the codec then takes one
 // character with care and comes back.
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -101,15 +102,20 @@ void takeRun(Source& in, Output& out, size_t room, Step step) {
     out.at = run.at;
 }
 
-// The eight bytes at p as a number, the first one uppermost.
+// The first of eight bytes is the uppermost of the number.
+inline uint64_t firstUppermost(uint64_t bytes) {
+    return std::endian::native == std::endian::big ? bytes : __builtin_bswap64(bytes);
+}
+
 inline uint64_t eightBytes(const unsigned char* p) {
     uint64_t bytes;
     std::memcpy(&bytes, p, sizeof bytes);
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    return bytes;
-#else
-    return __builtin_bswap64(bytes);
-#endif
+    return firstUppermost(bytes);
+}
+
+inline void putEightBytes(uint64_t bytes, unsigned char* at) {
+    bytes = firstUppermost(bytes);
+    std::memcpy(at, &bytes, sizeof bytes);
 }
 
 // The UTF-8 of a pair as one number, which is written at once.
@@ -126,12 +132,11 @@ struct ReadyWord {
     }
 };
 
-constexpr uint64_t kLeadsOfFour = 0x8000800080008000u;
+constexpr uint64_t kLeadsOfFour = 0x8000800080008000u, kTrailsOfFour = kLeadsOfFour >> 8;
 
-// Four pairs that `bytes` has, the first one uppermost; false when one of them has no UTF-8 of two
-// or three bytes ready.  What was written does not count then.
-inline bool decodeFour(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
-    const uint64_t places = bytes & ~kLeadsOfFour;
+// Four pairs at `places` in the table, the first one uppermost; false when one of them has no UTF-8
+// of two or three bytes ready.  What was written does not count then.
+inline bool decodeFour(const ReadyPairs& pairs, uint64_t places, Run& run) {
     const ReadyWord a(pairs.at[places >> 48]), b(pairs.at[places >> 32 & 0x7FFF]),
         c(pairs.at[places >> 16 & 0x7FFF]), d(pairs.at[places & 0x7FFF]);
     if ((a.length() & b.length() & c.length() & d.length() & 2) == 0) return false;
@@ -142,11 +147,10 @@ inline bool decodeFour(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
     return true;
 }
 
-// The pairs that stand in front of one that is none in `bytes`, up to three: as decodeFour(), but
-// without a branch on their number, which would hardly be guessed.
-inline bool decodeRest(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
-    const uint64_t places = bytes & ~kLeadsOfFour;
-    const auto n = static_cast<unsigned>(std::countl_zero(~bytes & kLeadsOfFour)) / 16;
+// The pairs in front of the first of `none`, which marks those that are none, one at least: as
+// decodeFour(), but without a branch on their number, which would hardly be guessed.
+inline bool decodeRest(const ReadyPairs& pairs, uint64_t places, uint64_t none, Run& run) {
+    const auto n = static_cast<unsigned>(std::countl_zero(none)) / 16;
     const ReadyWord a(pairs.at[places >> 48]), b(pairs.at[places >> 32 & 0x7FFF]),
         c(pairs.at[places >> 16 & 0x7FFF]);
     const auto ifBelow = [n](unsigned i) { return 0u - (i < n); };  // all bits, or none
@@ -165,12 +169,12 @@ inline bool decodeRest(const ReadyPairs& pairs, uint64_t bytes, Run& run) {
 inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
     takeRun(in, out, out.spare() / 3 * 2, [&pairs](Run& run, const unsigned char* end) {
         while (run.p < end) {
-            const uint64_t bytes = eightBytes(run.p);
-            if ((bytes & kLeadsOfFour) != kLeadsOfFour) {
-                if (decodeRest(pairs, bytes, run)) return true;
+            const uint64_t bytes = eightBytes(run.p), places = bytes & ~kLeadsOfFour;
+            if (const uint64_t none = ~bytes & kLeadsOfFour) {
+                if (decodeRest(pairs, places, none, run)) return true;
                 break;
             }
-            if (!decodeFour(pairs, bytes, run)) [[unlikely]]
+            if (!decodeFour(pairs, places, run)) [[unlikely]]
                 break;
         }
         for (; run.p < end && *run.p >= 0x80; run.p += 2) {
@@ -184,12 +188,10 @@ inline void decodeRun(const ReadyPairs& pairs, Source& in, Output& out) {
 
 // Which of eight bytes, pairs of seven bits, cannot be one: the first of a pair is 0x21 to 0x7D,
 // the second 0x21 to 0x7E.
-inline uint64_t noPairs7(const unsigned char* p) {
-    constexpr uint64_t kPair = 0x0001000100010001u;
-    constexpr uint64_t kAbove = std::endian::native == std::endian::little ? 0x0102 : 0x0201;
-    uint64_t bytes;
-    std::memcpy(&bytes, p, sizeof bytes);
-    return (bytes | (bytes + kPair * kAbove) | (bytes - kPair * 0x2121)) & kPair * 0x8080;
+inline uint64_t noPairs7(uint64_t bytes) {
+    constexpr uint64_t kPair = 0x0001000100010001u, kHigh = 0x8080 * kPair;
+    const uint64_t low = bytes & ~kHigh;
+    return (bytes | (low + kPair * 0x0201) | ~(low + kPair * 0x5F5F)) & kHigh;
 }
 
 inline bool isPair7(const unsigned char* p) { return p[0] - 0x21u < 93 && p[1] - 0x21u < 94; }
@@ -197,24 +199,20 @@ inline bool isPair7(const unsigned char* p) { return p[0] - 0x21u < 93 && p[1] -
 // Pairs of seven bits, but for those that begin with a tilde, four at a time while there are as
 // many; false when there is none.
 inline bool decodeRun7(const ReadyPairs& pairs, Source& in, Output& out) {
-    const unsigned char* p = in.p;
-    unsigned char* at = out.at;
-    const auto takePair = [&] {
-        const Ready& ready = pairs.of(p[0], p[1] | 0x80u);
-        if (ready.length == 0) return false;
-        copyReady(ready, at);
-        p += 2;
-        return true;
-    };
-    const unsigned char *const end = runEnd(in, out.spare() / 3 * 2), *const before = p;
-    const unsigned char* const full = at + out.spare();
-    bool goesOn = true;
-    while (goesOn && p < end && noPairs7(p) == 0)
-        goesOn = takePair() && takePair() && takePair() && takePair();
-    while (goesOn && in.end - p >= 2 && full - at >= 4 && isPair7(p)) goesOn = takePair();
-    in.p = p;
-    out.at = at;
-    return p != before;
+    const unsigned char *const end = runEnd(in, out.spare() / 3 * 2), *const before = in.p;
+    Run run = {in.p, out.at};
+    for (bool goesOn = true; goesOn && run.p < end;) {
+        const uint64_t bytes = eightBytes(run.p), none = noPairs7(bytes);
+        const uint64_t places = (bytes & ~kLeadsOfFour) | kTrailsOfFour;
+        goesOn = none == 0 && decodeFour(pairs, places, run);
+        if (none != 0) decodeRest(pairs, places, none, run);
+    }
+    for (in.p = run.p, out.at = run.at; in.size() >= 2 && isPair7(in.p); in.p += 2) {
+        const Ready& ready = pairs.of(in.p[0], in.p[1] | 0x80u);
+        if (ready.length == 0 || out.spare() < sizeof ready) break;
+        copyReady(ready, out.at);
+    }
+    return in.p != before;
 }
 
 // The four bytes at p as a number, the first one lowest.
@@ -243,7 +241,7 @@ struct ThreeBytes {
 // Characters of one length with codes of `Size` bytes; false when one of them has none.
 template <class Character, unsigned Size, class CodeAt>
 bool encodeWord(const unsigned char*& p, const unsigned char* end, unsigned char*& at,
-                CodeAt codeAt) {
+                const CodeAt& codeAt) {
     for (; p < end; p += Character::kSize) {
         const uint32_t bytes = fourBytes(p);
         if (!Character::isAt(bytes)) return true;
@@ -263,6 +261,64 @@ void encodeRun(Source& in, Output& out, CodeAt codeAt) {
         const unsigned char* const before = run.p;
         return encodeWord<ThreeBytes, Size>(run.p, end, run.at, codeAt) &&
                encodeWord<TwoBytes, Size>(run.p, end, run.at, codeAt) &&
+               (run.p != before || *run.p < 0x80);
+    });
+}
+
+// Codes of two bytes, the first of which has its high bit, by where characters stand in UTF-8.
+// For those of three bytes the pages of shorter ones are empty, which refuses the overlong.
+template <size_t Codes>
+struct ReadyCodes {
+    // From tables by page and place; `written` gives the code that is written for one, or 0.
+    template <size_t Pages, class Written>
+    constexpr ReadyCodes(const uint16_t (&index)[Pages], const uint16_t (&codes)[Codes],
+                         Written written) {
+        static_assert(Pages >= 1024 && Codes <= 0x10000);
+        for (size_t page = 0; page < 1024; ++page)
+            (page < 32 ? narrow : wide)[page] = static_cast<uint16_t>(index[page] * 64);
+        for (size_t i = 0; i < Codes; ++i) at[i] = static_cast<uint16_t>(written(codes[i]));
+    }
+
+    // Of a character of two bytes.
+    unsigned operator()(unsigned page, unsigned place) const { return at[narrow[page] + place]; }
+
+    // Of one of three bytes, the lowest of `bytes`.
+    uint64_t ofThree(uint64_t bytes) const {
+        return at[wide[(bytes >> 10 & 0x3C0) | (bytes >> 8 & 0x3F)] + (bytes & 0x3F)];
+    }
+
+    uint16_t narrow[32] = {}, wide[1024] = {}, at[Codes] = {};
+};
+
+// Four characters of three bytes, of whose codes only the bits of `kept` are written; as many as
+// there are, and false, when one of them is no such character or has no code.
+template <class Codes>
+bool encodeFour(const Codes& codes, uint64_t kept, Run& run) {
+    constexpr uint64_t kMarks = 0xF0C0C0F0C0C00000u, kThree = 0xE08080E080800000u;
+    const uint64_t first = eightBytes(run.p), second = eightBytes(run.p + 6);
+    const uint64_t word = codes.ofThree(first >> 40) << 48 | codes.ofThree(first >> 16) << 32 |
+                          codes.ofThree(second >> 40) << 16 | codes.ofThree(second >> 16);
+    putEightBytes(word & kept, run.at);
+    const uint64_t odd = (first ^ kThree) & kMarks, secondOdd = (second ^ kThree) & kMarks;
+    const uint64_t none = ~word & kLeadsOfFour;
+    size_t n = 4;
+    if ((odd | secondOdd | none) != 0) {
+        const int characters =
+            odd ? std::countl_zero(odd) / 24 : 2 + std::countl_zero(secondOdd) / 24;
+        n = static_cast<size_t>(std::min(characters, std::countl_zero(none) / 16));
+    }
+    run.p += 3 * n;
+    run.at += 2 * n;
+    return n == 4;
+}
+
+// ASCII and characters of two and three bytes with a code.
+template <class Codes>
+void encodePairRun(const Codes& codes, Source& in, Output& out) {
+    takeRun(in, out, out.spare(), [&codes](Run& run, const unsigned char* end) {
+        const unsigned char* const before = run.p;
+        while (run.p < end && encodeFour(codes, ~uint64_t{0}, run)) {}
+        return encodeWord<TwoBytes, 2>(run.p, end, run.at, codes) &&
                (run.p != before || *run.p < 0x80);
     });
 }

@@ -257,12 +257,14 @@ struct Writer {
     const char* designators[7];  // for ASCII and the sets that codes name
     uint32_t (*codeOf)(char32_t c);
     const ByteSet& plain;
+    void (*encodeRun)(Source& in, Output& out) = nullptr;  // what is common in the first set
 };
 
 constexpr Writer kJapanese = {
     {"\x1B(B", "\x1B$B", "\x1B(J", "\x1B(I", "\x1B$(D", "\x1B$A", "\x1B$(C"},
     japaneseWrittenCode,
-    kIsoPlain};
+    kIsoPlain,
+    encodeJis0208Run};
 constexpr Writer kKorean = {{"\x0F", "\x0E"}, koreanCode, kIsoPlain};
 constexpr Writer kHz = {{"~}", "~{"}, hzWrittenCode, kHzPlain};
 
@@ -276,6 +278,7 @@ bool encodeShifting(const Writer& writer, Source in, Output& out) {
     };
     while (!in.isEmpty()) {
         if (set == 0 && !copyPlain(in, out, writer.plain)) return false;
+        if (set == 1 && writer.encodeRun) writer.encodeRun(in, out);
         if (in.isEmpty()) break;
         const char32_t c = utf8::next(in.p, in.end);
         const uint32_t code = writer.codeOf(c);
