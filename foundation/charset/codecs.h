@@ -101,7 +101,7 @@ char32_t jis0212Character(unsigned row, unsigned column);
 char32_t gb2312Character(unsigned row, unsigned column);
 char32_t ks1001Character(unsigned row, unsigned column);
 uint32_t jis0208Code(char32_t c);
-uint32_t plainJis0208Code(char32_t c);  // without the rows of vendors
+uint32_t plainJis0208Code(char32_t c);           // without the rows of vendors
 void encodeJis0208Run(Source& in, Output& out);  // as many as are common and plain
 uint32_t jis0212Code(char32_t c);
 uint32_t gb2312Code(char32_t c);

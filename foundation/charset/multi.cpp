@@ -447,7 +447,8 @@ uint32_t jis0208Code(char32_t c) {
 void encodeJis0208Run(Source& in, Output& out) {
     const unsigned char* const end = runEnd(in, out.spare());
     Run run = {in.p, out.at};
-    while (run.p < end && encodeFour(kEucJpReady, 0x7F7F7F7F7F7F7F7Fu, run)) {}
+    while (run.p < end && encodeFour(kEucJpReady, 0x7F7F7F7F7F7F7F7Fu, run)) {
+    }
     in.p = run.p;
     out.at = run.at;
 }

@@ -275,19 +275,25 @@ struct ReadyCodes {
                          Written written) {
         static_assert(Pages >= 1024 && Codes <= 0x10000);
         for (size_t page = 0; page < 1024; ++page)
-            (page < 32 ? narrow : wide)[page] = static_cast<uint16_t>(index[page] * 64);
-        for (size_t i = 0; i < Codes; ++i) at[i] = static_cast<uint16_t>(written(codes[i]));
+            (page < 32 ? narrow[page] : wide[(page & 0x3C0) << 2 | 0x80 | (page & 0x3F)]) =
+                static_cast<uint16_t>(index[page] * 64);
+        for (size_t i = 0; i < Codes; ++i)
+            at[kBelow + i] = static_cast<uint16_t>(written(codes[i]));
     }
 
     // Of a character of two bytes.
-    unsigned operator()(unsigned page, unsigned place) const { return at[narrow[page] + place]; }
-
-    // Of one of three bytes, the lowest of `bytes`.
-    uint64_t ofThree(uint64_t bytes) const {
-        return at[wide[(bytes >> 10 & 0x3C0) | (bytes >> 8 & 0x3F)] + (bytes & 0x3F)];
+    unsigned operator()(unsigned page, unsigned place) const {
+        return at[kBelow + narrow[page] + place];
     }
 
-    uint16_t narrow[32] = {}, wide[1024] = {}, at[Codes] = {};
+    // Of one of three bytes, the first two of which are the lowest of `bytes`.
+    uint64_t ofThree(uint64_t bytes, unsigned char third) const {
+        return at[wide[bytes & 0xFFF] + third];
+    }
+
+    // With places for what is none behind the lead bytes, and room around the codes.
+    static constexpr size_t kBelow = 0x80;
+    uint16_t narrow[32] = {}, wide[4096] = {}, at[kBelow + Codes + 0x40] = {};
 };
 
 // Four characters of three bytes, of whose codes only the bits of `kept` are written; as many as
@@ -296,8 +302,9 @@ template <class Codes>
 bool encodeFour(const Codes& codes, uint64_t kept, Run& run) {
     constexpr uint64_t kMarks = 0xF0C0C0F0C0C00000u, kThree = 0xE08080E080800000u;
     const uint64_t first = eightBytes(run.p), second = eightBytes(run.p + 6);
-    const uint64_t word = codes.ofThree(first >> 40) << 48 | codes.ofThree(first >> 16) << 32 |
-                          codes.ofThree(second >> 40) << 16 | codes.ofThree(second >> 16);
+    const uint64_t word =
+        codes.ofThree(first >> 48, run.p[2]) << 48 | codes.ofThree(first >> 24, run.p[5]) << 32 |
+        codes.ofThree(second >> 48, run.p[8]) << 16 | codes.ofThree(second >> 24, run.p[11]);
     putEightBytes(word & kept, run.at);
     const uint64_t odd = (first ^ kThree) & kMarks, secondOdd = (second ^ kThree) & kMarks;
     const uint64_t none = ~word & kLeadsOfFour;
@@ -317,7 +324,8 @@ template <class Codes>
 void encodePairRun(const Codes& codes, Source& in, Output& out) {
     takeRun(in, out, out.spare(), [&codes](Run& run, const unsigned char* end) {
         const unsigned char* const before = run.p;
-        while (run.p < end && encodeFour(codes, ~uint64_t{0}, run)) {}
+        while (run.p < end && encodeFour(codes, ~uint64_t{0}, run)) {
+        }
         return encodeWord<TwoBytes, 2>(run.p, end, run.at, codes) &&
                (run.p != before || *run.p < 0x80);
     });
