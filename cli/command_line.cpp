@@ -51,6 +51,10 @@ std::string unmarked(std::string argument) {
     return argument;
 }
 
+bool isCommand(std::string_view name) {
+    return std::ranges::any_of(commands(), [&](const Command& c) { return c.name == name; });
+}
+
 const Command& commandOf(const CLI::App& sub) {
     return *std::ranges::find(commands(), sub.get_name(), &Command::name);
 }
@@ -75,6 +79,10 @@ CommandLine::CommandLine() : m_app("Looks into MIME messages.", "mimetree") {
 ExitStatus CommandLine::run(std::vector<std::string> arguments, Output& out) {
     if (!arguments.empty() && arguments.front() == "help") {
         arguments.erase(arguments.begin());
+        if (!arguments.empty() && !isCommand(arguments.front())) {
+            reportError("no command " + arguments.front() + " (see mimetree --help)");
+            return kBadUsage;
+        }
         arguments.push_back("--help");
     }
     std::ranges::reverse(arguments);  // as CLI11 wants them

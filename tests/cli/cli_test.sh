@@ -88,7 +88,8 @@ fails 2 "no part 1.10 in $sample" body --part 1.10 "$sample"
 fails 2 "no part number" body --part one "$sample"
 fails 2 "excludes" body --html --text "$sample"
 fails 2 "received 2" rewrite "$sample" "$sample"
-for help in --help --version "tree --help"; do
+fails 2 "no command frobnicate" help frobnicate
+for help in --help --version -V help "help tree" "tree --help"; do
     run $help
     ok "$help: status" is "$status" 0
     ok "$help: on stdout" has mimetree
