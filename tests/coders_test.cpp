@@ -124,6 +124,18 @@ TEST(QuotedPrintable, EncodesAndDecodesAnyBytes) {
         });
 }
 
+TEST(QuotedPrintable, RoomDoesNotChangeWhatIsEncoded) {
+    for (const auto set : {"\r\n"sv, "= \t\r\nab.^\xE4"sv, "From "sv, "\xE4\r\n"sv})
+        for (const unsigned room : {150000u, 250000u, 400000u, 900000u}) {
+            const std::string data = repeated(".\r\n" + randomBytes(g_random, 1000, set), 200);
+            StringBuffer text = sb("<");
+            text.reserve(room);
+            ASSERT_TRUE(
+                ContentCoding().encodeQuotedPrintable(raw(data), unsigned(data.size()), text));
+            ASSERT_EQ(str(text), "<" + encodeQp(data)) << room;
+        }
+}
+
 TEST(QuotedPrintable, DecodesLikeTheReference) {
     for (const auto set :
          {"= \t\r\n"sv, "= \t\r\n4aGCc3"sv, "=x\xFC\0"sv, "abcdefghijklmnop =\r\n"sv, "\n "sv})

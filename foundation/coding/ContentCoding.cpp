@@ -126,15 +126,47 @@ bool appendBase64(const void* data, unsigned int size, Buffer& out) {
     return appendEncoded(data, size, base64::encodedSize(size), out, base64::encode);
 }
 
-// Where there is room for whatever comes, nobody needs to look at it twice.
+// The end of the last CRLF, or `p` when there is none.
+const unsigned char* afterLastBreak(const unsigned char* p, const unsigned char* end) {
+    for (; end - p >= 2; --end)
+        if (end[-2] == '\r' && end[-1] == '\n') return end;
+    return p;
+}
+
+// Appends lines as long as there is room for whatever comes of them, and for as much of the rest as
+// they say, which nobody needs to look at twice then.  Gives where it stopped.
 template <class Buffer>
-bool appendQuotedPrintable(const void* data, unsigned int size, Buffer& out) {
-    if (!data) return true;
-    const uint64_t most = quoted_printable::mostEncoded(size);
-    const uint64_t bound = out.spare() >= most ? most
-                                               : quoted_printable::encodedBound(
-                                                     static_cast<const unsigned char*>(data), size);
-    return appendEncoded(data, size, bound, out, quoted_printable::encode);
+const unsigned char* appendQuotedLines(const unsigned char* data, const unsigned char* end,
+                                       Buffer& out) {
+    constexpr ptrdiff_t kPiece = 32 * 1024;
+    const uint64_t most = quoted_printable::mostEncoded(kPiece);
+    const unsigned before = out.getSize();
+    const unsigned char* p = data;
+    const auto hasRoom = [&] {
+        const auto taken = static_cast<uint64_t>(p - data), rest = static_cast<uint64_t>(end - p);
+        return out.spare() >= most && out.spare() * taken >= (out.getSize() - before) * rest;
+    };
+    while (end - p > kPiece && hasRoom()) {
+        const unsigned char* const next = afterLastBreak(p, p + kPiece);
+        const auto n = static_cast<unsigned>(next - p);
+        if (n == 0 || !appendEncoded(p, n, most, out, quoted_printable::encode)) break;
+        p = next;
+    }
+    return p;
+}
+
+template <class Buffer>
+bool appendQuotedPrintable(const void* text, unsigned int size, Buffer& out) {
+    if (!text) return true;
+    const unsigned before = out.getSize();
+    const auto* const data = static_cast<const unsigned char*>(text);
+    const unsigned char* const p = appendQuotedLines(data, data + size, out);
+    const unsigned rest = size - static_cast<unsigned>(p - data);
+    const uint64_t most = quoted_printable::mostEncoded(rest);
+    const uint64_t bound = out.spare() >= most ? most : quoted_printable::encodedBound(p, rest);
+    if (appendEncoded(p, rest, bound, out, quoted_printable::encode)) return true;
+    out.shorten(out.getSize() - before);
+    return false;
 }
 
 }  // namespace
