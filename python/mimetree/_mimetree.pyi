@@ -2,7 +2,7 @@
 import os
 from datetime import datetime
 from types import TracebackType
-from typing import IO, Any, Iterator, Literal, Optional, Tuple, Type, Union
+from typing import Any, Iterator, Literal, Optional, Protocol, Tuple, Type, Union
 
 from .values import Addresses, Header
 
@@ -11,6 +11,9 @@ __version__: str
 _Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 _PathOrBytes = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview]
 _Kind = Literal["automatic", "rd", "o", "content-length", "none"]
+
+class _Readable(Protocol):
+    def read(self, size: int, /) -> bytes: ...
 
 def _parse(mail: bytes, strict: bool, /) -> Message: ...
 def _read(file: _Path, strict: bool, /) -> Message: ...
@@ -173,7 +176,7 @@ class _Mailbox:
     ) -> None: ...
 
 class Mbox(_Mailbox):
-    def __init__(self, file: Union[_Path, IO[bytes]], kind: _Kind = "automatic", *, strict: bool = False) -> None: ...
+    def __init__(self, file: Union[_Path, _Readable], kind: _Kind = "automatic", *, strict: bool = False) -> None: ...
     def __enter__(self) -> Mbox: ...
 
 class Maildir(_Mailbox):
