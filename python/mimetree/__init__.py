@@ -31,7 +31,7 @@ from .errors import (
     StaleError,
     TooLargeError,
 )
-from .values import Address, Addresses, Header
+from .values import Address, Addresses, Finding, Header
 
 __all__ = [
     "Address",
@@ -40,6 +40,7 @@ __all__ = [
     "DamagedError",
     "Error",
     "FileError",
+    "Finding",
     "Header",
     "InvalidArgumentError",
     "IsMboxError",

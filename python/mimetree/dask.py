@@ -34,11 +34,12 @@ COLUMNS = {
     "subject": "object",
     "types": "object",
     "attachments": "object",
+    "findings": "object",
     "error": "object",
 }
 """Of the DataFrame; the keys of a record.  `offset` is where the mail begins in its mbox, `from` the
 first address, `to` a list of them; `types` has those of all parts, `attachments` a dict with name, type,
-size and sha256 for each; `error` says why a mail could not be read, and is None else."""
+size and sha256 for each, `findings` the names of what is wrong; `error` says why a mail could not be read, and is None else."""
 
 Record = Dict[str, Any]
 
@@ -93,13 +94,14 @@ def record(mail: Message) -> Record:
             }
             for part in mail.attachments
         ],
+        "findings": [finding.name for finding in mail.findings()],
     }
 
 
 def _row(path: str, offset: int, size: int, data: Optional[bytes], error: Optional[str] = None) -> Record:
     """Of a mail that may be none."""
     row: Record = dict.fromkeys(COLUMNS)
-    row.update(path=path, offset=offset, size=size, to=[], types=[], attachments=[], error=error)
+    row.update(path=path, offset=offset, size=size, to=[], types=[], attachments=[], findings=[], error=error)
     if data is not None:
         try:
             row.update(record(parse(data)))
@@ -216,7 +218,8 @@ def read_mails(
     blocks = [block for url in several for block in _blocks(url, size)]
     blocks = blocks or [_Block(None, (), 0, None)]  # which are no mails
     if not dataframe:
-        return dask.bag.from_sequence(blocks, partition_size=1).map_partitions(_records)
+        bag: Any = dask.bag
+        return bag.from_sequence(blocks, partition_size=1).map_partitions(_records)
 
     import pandas
     from dask import dataframe as frames

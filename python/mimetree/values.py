@@ -11,7 +11,7 @@ class Address(NamedTuple):
     name: str
     """Display name, decoded; empty when there is none."""
     address: str
-    """"user@example.org", without angle brackets."""
+    """ "user@example.org", without angle brackets."""
 
     def __str__(self) -> str:
         """For people, not for a header: `Ann Other <ann@example.org>`."""
@@ -44,6 +44,27 @@ class Header(NamedTuple):
     """Folds opened, encoded words decoded."""
     raw: bytes
     """As received, folds and encoded words in it."""
+
+
+class Finding(NamedTuple):
+    """A place where something is wrong with a message."""
+
+    id: str
+    """Of its kind, "MT012", which `mimetree explain` and docs/findings.md explain."""
+    name: str
+    """ "nul-byte"."""
+    severity: str
+    """ "info", "warning" or "critical"."""
+    offset: int
+    """Bytes in front of it, in `source` or, where that is empty, in as_bytes()."""
+    line: int
+    """From 1."""
+    part: str
+    """As IMAP counts parts; empty for the message itself."""
+    sentence: str
+    """One line for people."""
+    more: int
+    """How many follow the twentieth place of a kind, which are not listed."""
 
 
 _EPOCH = datetime(1970, 1, 1, tzinfo=timezone.utc)

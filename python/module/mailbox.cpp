@@ -86,11 +86,7 @@ auto of(const Given<Raw>& raw) {
     return (*raw).*Field;
 }
 
-HeldPtr parse(const Given<Raw>& raw, bool strict) {
-    const py::bytes content = raw->content;
-    const std::string_view data = bytes_of(content);
-    return hold(aside([&] { return Message::parse(data, {strict}); }));
-}
+HeldPtr parseRaw(const Given<Raw>& raw, bool strict) { return parse(raw->content, strict); }
 
 // -- Mailboxes
 
@@ -195,7 +191,7 @@ void addRaw(py::module_& module) {
         .def_property_readonly("number", &of<&Raw::number>, "From 1.")
         .def_property_readonly("offset", &of<&Raw::offset>, "Of an mbox: where its From line begins in the file.")
         .def_property_readonly("size", &of<&Raw::size>, "In the file; of an mbox: up to where the next one begins.")
-        .def("parse", &parse, py::kw_only(), py::arg("strict") = false, "The message itself.")
+        .def("parse", &parseRaw, py::kw_only(), py::arg("strict") = false, "The message itself.")
         .def("__repr__", [](const Given<Raw>& raw) {
             return py::str("<mimetree.RawMessage {} of {!r}, {} bytes>")
                 .format(raw->number, path_text(raw->path), bytes_of(raw->content).size());

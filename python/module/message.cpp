@@ -105,11 +105,6 @@ void setCharset(const Given<Held>& self, const py::str& charset) {
 
 // -- Reading and writing
 
-HeldPtr parse(const py::bytes& mail, bool strict) {
-    const std::string_view data = bytes_of(mail);
-    return hold(aside([&] { return Message::parse(data, {strict}); }));
-}
-
 HeldPtr read(const py::object& file, bool strict) {
     const std::string from = path(file);
     return hold(aside([&] { return Message::read(from, {strict}); }));
@@ -120,8 +115,21 @@ py::bytes write(const Given<Held>& self) {
     return bytes(taken(aside([&] { return self->message.write(); })));
 }
 
+py::object source(const Given<Held>& self) {
+    Turn turn(*self);
+    return toPython(self, std::as_bytes(std::span(self->message.source())));
+}
+
+py::object findingsOf(const Given<Held>& self) {
+    Turn turn(*self);
+    return toPython(taken(aside([&] { return findings(self->message); })));
+}
+
 py::tuple reduce(const Given<Held>& self) {
-    return py::make_tuple(py::module_::import("mimetree").attr("parse"), py::make_tuple(write(self)));
+    Turn turn(*self);
+    const std::string_view source = self->message.source();
+    return py::make_tuple(py::module_::import("mimetree").attr("parse"),
+                          py::make_tuple(source.empty() ? write(self) : bytes(source)));
 }
 
 py::str repr(const Given<Held>& self) {
@@ -182,6 +190,10 @@ void addChanges(py::class_<Held, HeldPtr>& message) {
              "Writes every text part in that charset, or in utf-8 where it cannot hold the text.")
         .def("_add_file", &addFile)
         .def("_add_bytes", &addBytes)
+        .def_property_readonly("source", &source,
+                               "The bytes that it was read from, as a memoryview; empty for a message "
+                               "that was made or changed.")
+        .def("findings", &findingsOf, "What is wrong with the message, in the order of the places.")
         .def("as_bytes", &write, "The message as bytes, with CRLF.")
         .def("__bytes__", &write)
         .def("__reduce__", &reduce)
@@ -189,6 +201,11 @@ void addChanges(py::class_<Held, HeldPtr>& message) {
 }
 
 }  // namespace
+
+HeldPtr parse(const py::bytes& mail, bool strict) {
+    const std::string_view data = bytes_of(mail);
+    return hold(aside([&] { return Message::parse(data, {strict, SourceBytes::borrow}); }), mail);
+}
 
 void addMessage(py::module_& module) {
     py::class_<Held, HeldPtr> message(

@@ -5,14 +5,17 @@
 
 #include <memory>
 
+#include "mimetree/findings.hpp"
 #include "python/module/held.h"
 
 namespace mimetree::python {
 
 // A message, which lives as long as anything of it that Python holds.
 struct Held : Shared, std::enable_shared_from_this<Held> {
-    explicit Held(Message given) : message(std::move(given)) {}
+    explicit Held(Message given, py::object from = py::none())
+        : source(std::move(from)), message(std::move(given)) {}
 
+    py::object source;  // the bytes object that the message borrows from
     Message message;
     unsigned changes = 0;  // parts of before the last one are void
     unsigned views = 0;    // of its bytes; while there are any, it cannot be changed
@@ -62,11 +65,14 @@ py::object toPython(std::optional<std::string_view> value);
 py::object toPython(std::optional<Date> value);
 py::object toPython(const Addresses& list);
 py::object toPython(std::span<const Header> headers);
+py::object toPython(const std::vector<Finding>& findings);
 py::object toPython(const HeldPtr& held, std::span<const std::byte> data);  // a memoryview
 py::object toPython(const HeldPtr& held, const Part& part);
 py::tuple toPython(const HeldPtr& held, Parts parts);
 
-HeldPtr hold(Result<Message> message);
+HeldPtr hold(Result<Message> message, const py::object& source = py::none());
+// Of bytes, which it borrows.
+HeldPtr parse(const py::bytes& mail, bool strict);
 
 void addMessage(py::module_& module);
 void addPart(py::module_& module);

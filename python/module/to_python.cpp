@@ -38,6 +38,15 @@ py::object toPython(std::span<const Header> headers) {
     return py::tuple(fields);
 }
 
+py::object toPython(const std::vector<Finding>& findings) {
+    const py::object Finding = named("Finding");
+    py::list list;
+    for (const mimetree::Finding& one : findings)
+        list.append(Finding(text(one.id), text(one.name), text(severity_name(one.severity)), one.offset,
+                            one.line, text(one.part), text(one.sentence), one.more));
+    return py::tuple(list);
+}
+
 py::object toPython(const HeldPtr& held, std::span<const std::byte> data) {
     return py::memoryview(py::cast(std::make_unique<View>(held, data)));
 }
@@ -70,6 +79,8 @@ void checkMemory(const Held& held) {
     if (!held.message.ok()) raise(Error(Errc::out_of_memory, "out of memory"));
 }
 
-HeldPtr hold(Result<Message> message) { return std::make_shared<Held>(taken(std::move(message))); }
+HeldPtr hold(Result<Message> message, const py::object& source) {
+    return std::make_shared<Held>(taken(std::move(message)), source);
+}
 
 }  // namespace mimetree::python

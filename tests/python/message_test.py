@@ -51,8 +51,9 @@ class ReadingTest(unittest.TestCase):
         for path, mail in mails:
             with self.subTest(path):
                 written = mail.as_bytes()
-                for other in (pickle.loads(pickle.dumps(mail)), copy.deepcopy(mail), mimetree.parse(written)):
-                    self.assertEqual(other.as_bytes(), mimetree.parse(written).as_bytes())
+                for other in (pickle.loads(pickle.dumps(mail)), copy.deepcopy(mail), mimetree.parse(path.read_bytes())):
+                    self.assertEqual((other.as_bytes(), other.source), (written, mail.source))
+                    self.assertEqual(other.findings(), mail.findings())
                 self.assertEqual(bytes(mail), written)
                 for part in mail:
                     self.assertEqual(bytes(part), bytes(part.bytes))
@@ -76,6 +77,14 @@ class ReadingTest(unittest.TestCase):
                             ("Fri, 6 Mar 2026 18:40:00 +9900", "2026-03-02T15:40:00+00:00")):
             found = mimetree.parse(b"Date: " + date.encode() + b"\n\n").date
             self.assertEqual(found and found.isoformat(), means, date)
+
+    def test_what_is_wrong(self):
+        mail = mimetree.parse(b"Subject: a\0b\n\ntext\n")
+        (found,) = (one for one in mail.findings() if one.name == "nul-byte")
+        self.assertEqual((bytes(mail.source)[found.offset], found.line, found.part), (0, 1, ""))
+        mail.set_header("Subject", "ab")
+        self.assertEqual(bytes(mail.source), b"")
+        self.assertNotIn("nul-byte", [one.name for one in mail.findings()])
 
     def test_email_and_back(self):
         mail = mimetree.parse(TRIP)

@@ -4,4 +4,4 @@
 # usage: types.sh SOURCE_DIR PYTHON
 "$2" -c "import mypy" 2>/dev/null || { echo "no mypy: the types are not checked"; exit 77; }
 cd "$1" || exit 1
-MYPYPATH=python "$2" -m mypy --cache-dir=/dev/null --strict --ignore-missing-imports --implicit-reexport python/mimetree examples/python
+MYPYPATH=python "$2" -m mypy --cache-dir=/dev/null --strict --no-site-packages --ignore-missing-imports python/mimetree examples/python
