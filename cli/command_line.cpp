@@ -11,19 +11,25 @@
 
 #include "cli/input/gzip.h"
 #include "cli/input/jobs.h"
+#include "cli/text/html.h"
 
 namespace {
 
 void addCommonOptions(CLI::App& app, CommonOptions& common) {
     app.add_flag("--strict", common.strict, "refuse multiparts with missing boundaries");
     app.add_flag("--log", common.log, "print the engine's log to standard error");
+    app.add_option("--color", common.colour, "colours: on a terminal (auto), always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+    app.add_flag("--ascii", common.ascii, "draw lines with ASCII characters");
 }
 
 // With the libraries that a build may lack.
 std::string versionText() {
     std::string with, without;
     const std::pair<std::string, const char*> libraries[] = {{std::string(gzipLibrary()), "zlib"},
-                                                             {jobsLibrary(), "oneTBB"}};
+                                                             {jobsLibrary(), "oneTBB"},
+                                                             {htmlLibrary(), "libxml2"}};
     for (const auto& [found, name] : libraries) {
         std::string& list = found.empty() ? without : with;
         list += (list.empty() ? "" : ", ") + (found.empty() ? name : found);
@@ -89,6 +95,7 @@ ExitStatus CommandLine::run(std::vector<std::string> arguments, Output& out) {
     std::ranges::transform(arguments, arguments.begin(), marked);
     try {
         m_app.parse(std::move(arguments));
+        out.setScreen(screenOf(m_common.colour, m_common.ascii));
         return runParsed(out);
     } catch (const CLI::ParseError& error) {
         return explain(error, out);

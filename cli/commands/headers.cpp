@@ -1,23 +1,80 @@
 // SPDX-License-Identifier: Apache-2.0
-// Command `headers`: the header fields of each message, a line each and decoded, or as they
-// were read.
+// Command `headers`: the header fields of each message, decoded or as they were read; all of
+// them, or the values of some for scripts.
+
+#include <algorithm>
 
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
+#include "cli/terminal/width.h"
+#include "foundation/bytes/bytes.h"
 
 namespace {
 
+using mimetree::Header;
+
 struct HeadersOptions {
     bool raw = false;
+    std::vector<std::string> names;  // --get
+    bool nul = false;
 };
 
-void showDecoded(const InputMessage& message, int index, Output& out) {
-    StringBuffer name, value;
-    message.root.getHeaderFieldName(index, name, message.log);
-    message.root.getHeaderFieldValue(index, /*decode*/ true, value, message.log);
-    if (!name.isEmpty()) out.write(out.coloured(Colour::Cyan, oneLine(view(name)) + ":") + " ");
-    out.write(oneLine(view(value)) + "\n");
+// RFC 5322 3.6: the fields that hold lists of addresses.
+constexpr const char* kAddressLists[] = {"From",      "Reply-To",  "To",         "Cc",
+                                         "Bcc",       "Resent-To", "Resent-Cc",  "Resent-Bcc",
+                                         "Mail-Followup-To"};
+
+// Longer lists stand one address a line.
+constexpr size_t kLongLine = 78;
+
+bool isName(std::string_view a, std::string_view b) {
+    return a.size() == b.size() &&
+           mimetree::inner::bytes::equalIgnoreCase(a.data(), b.data(), a.size());
+}
+
+bool isAddressList(std::string_view name) {
+    return std::ranges::any_of(kAddressLists, [&](const char* list) { return isName(name, list); });
+}
+
+// An address of a list ends at a comma outside of quotes and comments; names may have commas in
+// front of the "@" once they are decoded.
+std::vector<std::string_view> addressesIn(std::string_view list) {
+    std::vector<std::string_view> found;
+    size_t begin = 0;
+    int comments = 0;
+    bool isQuoted = false, hasAt = false;
+    for (size_t at = 0; at < list.size(); ++at) {
+        const char c = list[at];
+        if (c == '\\') ++at;
+        else if (c == '"' && comments == 0) isQuoted = !isQuoted;
+        else if (!isQuoted && c == '(') ++comments;
+        else if (!isQuoted && c == ')') comments = std::max(0, comments - 1);
+        else if (c == '@') hasAt = true;
+        else if (!isQuoted && comments == 0 && c == ',' && hasAt) {
+            found.push_back(list.substr(begin, at + 1 - begin));
+            begin = std::min(list.find_first_not_of(' ', at + 1), list.size());
+            hasAt = false;
+        }
+    }
+    found.push_back(list.substr(begin));
+    return found;
+}
+
+void showDecoded(const Header& field, Output& out) {
+    const std::string name = oneLine(field.name), value = oneLine(field.value);
+    const std::string indent(columnsOf(name) + 2, ' ');
+    std::string text = out.coloured(Colour::Cyan, name + ":");
+    if (!isAddressList(field.name) || indent.size() + columnsOf(value) <= kLongLine) {
+        text += (value.empty() ? "" : " ") + value;
+    } else {
+        std::string_view separator = " ";
+        for (std::string_view address : addressesIn(value)) {
+            text.append(separator).append(address);
+            separator = "\n" + indent;
+        }
+    }
+    out.write(text + "\n");
 }
 
 void showRaw(const InputMessage& message, int index, Output& out) {
@@ -27,9 +84,32 @@ void showRaw(const InputMessage& message, int index, Output& out) {
     out.writeContent(view(field));
 }
 
+// With NUL behind each, values are exact.
+void showValue(const Header& field, const HeadersOptions& options, Output& out) {
+    const std::string_view value = options.raw ? field.raw : field.value;
+    if (options.nul && !out.screen().isTerminal) out.write(std::string(value) + '\0');
+    else out.write((options.raw ? manyLines(value) : oneLine(value)) + "\n");
+}
+
+ExitStatus showValues(const InputMessage& message, const HeadersOptions& options, Output& out) {
+    bool isFound = false;
+    for (const std::string& name : options.names)
+        for (const Header& field : message.mail.headers()) {
+            if (!isName(field.name, name)) continue;
+            showValue(field, options, out);
+            isFound = true;
+        }
+    return isFound ? kDone : kFailed;
+}
+
 ExitStatus showHeaders(const InputMessage& message, const HeadersOptions& options, Output& out) {
-    for (int i = 0; i < message.root.getNumHeaderFields() && out.good(); ++i)
-        options.raw ? showRaw(message, i, out) : showDecoded(message, i, out);
+    if (!options.names.empty()) return showValues(message, options, out);
+    if (options.raw) {
+        for (int i = 0; i < message.root.getNumHeaderFields() && out.good(); ++i)
+            showRaw(message, i, out);
+    } else {
+        for (const Header& field : message.mail.headers()) showDecoded(field, out);
+    }
     return kDone;
 }
 
@@ -39,8 +119,20 @@ Run addHeaders(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<HeadersOptions>();
     addMessages(app, common);
     app.add_flag("--raw", options->raw, "as stored, neither decoded nor unfolded");
+    CLI::Option* get =
+        app.add_option("--get", options->names, "only the values of this field, one a line")
+            ->type_name("FIELD")
+            ->expected(1)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_flag("-0,--null", options->nul, "a NUL instead of a line break behind each value")
+        ->needs(get);
+    app.footer(
+        "Lists of addresses that are longer than a line stand one address a line.  --get may be\n"
+        "given several times; fields that a message has not give no line, and the status is 1 when\n"
+        "it has none of them.");
     return [options, &common](Output& out) {
-        return forEachMessage(common, out, Heading::Name, [&](const auto& message, Output& to) {
+        const Heading heading = options->names.empty() ? Heading::Name : Heading::None;
+        return forEachMessage(common, out, heading, [&](const auto& message, Output& to) {
             return showHeaders(message, *options, to);
         });
     };

@@ -8,6 +8,8 @@
 //
 //     cli/input/     FILE arguments and what they name, as a stream of messages
 //     cli/message/   the parts of a message, messages within messages included
+//     cli/text/      HTML as text
+//     cli/terminal/  widths of text, rows that fit, the pager
 //     cli/output/    writing, checked; escaping; colours; error lines
 //     cli/terminal/  what only a terminal is shown: the progress line
 //
@@ -84,6 +86,7 @@ Run addExtract(CLI::App& app, CommonOptions& common);
 Run addFromXml(CLI::App& app, CommonOptions& common);
 Run addHeaders(CLI::App& app, CommonOptions& common);
 Run addRewrite(CLI::App& app, CommonOptions& common);
+Run addShow(CLI::App& app, CommonOptions& common);
 Run addStructure(CLI::App& app, CommonOptions& common);
 Run addToXml(CLI::App& app, CommonOptions& common);
 Run addTree(CLI::App& app, CommonOptions& common);

@@ -9,7 +9,7 @@ namespace {
 
 // What a terminal is shown is looked at as a whole.
 bool printXml(const InputMessage& message, Output& out) {
-    if (!out.isTerminal()) {
+    if (!out.screen().isTerminal) {
         const auto write = [](void* context, const char* piece, unsigned int size) {
             Output& to = *static_cast<Output*>(context);
             to.write({piece, size});

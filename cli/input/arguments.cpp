@@ -73,6 +73,10 @@ void addClosed(CLI::App& app, CommonOptions& common) {
     app.add_flag("--closed", common.closed, "do not look into messages within messages");
 }
 
+void addPager(CLI::App& app, CommonOptions& common) {
+    app.add_flag("--no-pager", common.noPager, "write straight to the terminal");
+}
+
 CLI::Option* addPart(CLI::App& app, std::optional<std::string>& part, const char* what) {
     return app.add_option("--part", part, what)->type_name("N.N")->check(notAPartNumber);
 }

@@ -21,6 +21,9 @@ void addFile(CLI::App& app, CommonOptions& common, const char* what);
 // --closed, for commands that look into messages within messages.
 void addClosed(CLI::App& app, CommonOptions& common);
 
+// --no-pager, for commands that write through one.
+void addPager(CLI::App& app, CommonOptions& common);
+
 // The number of a part, as tree shows it.
 CLI::Option* addPart(CLI::App& app, std::optional<std::string>& part, const char* what);
 

@@ -16,6 +16,9 @@ struct CommonOptions {
     bool log = false;
     mimetree::MboxKind mbox = mimetree::MboxKind::automatic;
     unsigned jobs = 0;  // 0: as many as the machine has cores
+    std::string colour = "auto";
+    bool ascii = false;
+    bool noPager = false;
     bool closed = false;
 
     mimetree::Nested nested() const {

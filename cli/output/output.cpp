@@ -8,8 +8,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "face/files/harm.h"
 
@@ -50,19 +50,15 @@ const char* codeOf(Colour colour) {
     switch (colour) {
         case Colour::Dim: return "\x1B[2m";
         case Colour::Bold: return "\x1B[1m";
+        case Colour::Red: return "\x1B[31m";
         case Colour::Green: return "\x1B[32m";
-        case Colour::Cyan: return "\x1B[36m";
         case Colour::Yellow: return "\x1B[33m";
+        case Colour::Blue: return "\x1B[34m";
+        case Colour::Magenta: return "\x1B[35m";
+        case Colour::Cyan: return "\x1B[36m";
         case Colour::None: break;
     }
     return "";
-}
-
-// NO_COLOR counts when it is set and not empty (no-color.org).
-bool wantsColour() {
-    const char* noColour = std::getenv("NO_COLOR");
-    const char* terminal = std::getenv("TERM");
-    return !(noColour && *noColour) && !(terminal && std::strcmp(terminal, "dumb") == 0);
 }
 
 std::string errorLine(std::string_view message) { return "mimetree: " + oneLine(message) + "\n"; }
@@ -90,16 +86,7 @@ void reportError(std::string_view path, std::string_view reason) {
     reportError(std::string(path) + ": " + std::string(reason));
 }
 
-Output::Output()
-    : m_isTerminal(isatty(STDOUT_FILENO) == 1), m_hasColour(m_isTerminal && wantsColour()) {}
-
-Output Output::keeping(const Output& like) {
-    Output kept;
-    kept.m_isTerminal = like.m_isTerminal;
-    kept.m_hasColour = like.m_hasColour;
-    kept.m_isKept = true;
-    return kept;
-}
+Output::Output() : m_screen(screenOf("auto", /*ascii*/ false)) {}
 
 void Output::handOn(Output& to) {
     to.write(m_text);
@@ -111,6 +98,7 @@ void Output::handOn(Output& to) {
 void Output::write(std::string_view text) {
     if (m_isKept) m_text += text;
     if (m_isKept || !good() || text.empty()) return;
+    if (std::exchange(m_wantsPager, false)) m_pager.start();
     errno = 0;
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
         m_error = errno ? errno : EIO;
@@ -128,16 +116,19 @@ void Output::error(std::string_view path, std::string_view reason) {
 }
 
 void Output::writeContent(std::string_view bytes) {
-    if (!m_isTerminal) return write(bytes);
+    if (!m_screen.isTerminal) return write(bytes);
     const std::string shown = manyLines(bytes);
     write(shown);
     if (!shown.empty() && shown.back() != '\n') write("\n");
 }
 
 std::string Output::coloured(Colour colour, std::string_view text) const {
-    if (!m_hasColour || text.empty()) return std::string(text);
+    if (!m_screen.hasColour || text.empty()) return std::string(text);
     return codeOf(colour) + std::string(text) + "\x1B[0m";
 }
+
+// Whoever leaves a pager has seen enough, which is no failure.
+bool Output::isLeftByReader() const { return m_pager.isRunning() && m_error == EPIPE; }
 
 ExitStatus Output::finish() {
     errno = 0;
@@ -146,6 +137,8 @@ ExitStatus Output::finish() {
     // start is an error when there was something to write.
     const bool closed = flushed && (close(STDOUT_FILENO) == 0 || errno == EBADF);
     if (!closed && good()) m_error = errno ? errno : EIO;
+    if (isLeftByReader()) m_error = 0;
+    m_pager.wait();
     if (good()) return kDone;
     if (m_error == EPIPE) return kClosedPipe;
     reportError("cannot write the output", std::strerror(m_error));

@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "cli/output/exit_status.h"
+#include "cli/terminal/pager.h"
+#include "cli/terminal/screen.h"
 #include "foundation/DataBuffer.h"
 #include "foundation/StringBuffer.h"
 
@@ -27,16 +29,22 @@ std::string manyLines(std::string_view text);
 void reportError(std::string_view message);
 void reportError(std::string_view path, std::string_view reason);
 
-enum class Colour { None, Dim, Bold, Green, Cyan, Yellow };
+enum class Colour { None, Dim, Bold, Red, Green, Yellow, Blue, Magenta, Cyan };
 
 class Output {
 public:
-    // Standard output and standard error.
+    // Standard output and standard error, on a screen that is as the environment has it.
     Output();
+
+    void setScreen(const Screen& screen) { m_screen = screen; }
+    const Screen& screen() const { return m_screen; }
+
+    // What is written goes through a pager from here on, if this is a terminal.
+    void usePager() { m_wantsPager = m_screen.isTerminal; }
 
     // Keeps what is written, on the terms of another, until it is handed on: messages that are
     // looked at side by side are told of in their order.
-    static Output keeping(const Output& like);
+    static Output keeping(const Output& like) { return Output(like.m_screen); }
     void handOn(Output& to);
 
     void write(std::string_view text);  // exactly these bytes
@@ -51,9 +59,7 @@ public:
     // Exactly these bytes on standard error.
     void writeError(std::string_view text);
 
-    bool isTerminal() const { return m_isTerminal; }
-
-    // `text` in colour where the terminal and the user (NO_COLOR) want it.
+    // `text` in colour where the terminal and the user want it.
     std::string coloured(Colour colour, std::string_view text) const;
 
     // False as soon as a write has failed; more writing is then useless.
@@ -64,8 +70,12 @@ public:
     ExitStatus finish();
 
 private:
-    bool m_isTerminal;
-    bool m_hasColour;
+    explicit Output(const Screen& screen) : m_screen(screen), m_isKept(true) {}
+    bool isLeftByReader() const;
+
+    Screen m_screen;
+    Pager m_pager;
+    bool m_wantsPager = false;  // starts with the first write
     bool m_isKept = false;
     std::string m_text, m_errors;  // kept
     int m_error = 0;               // errno of the first failure

@@ -6,6 +6,7 @@
 #include "face/message/bodies.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "face/message/tree.h"
 #include "face/message/uuencode.h"
@@ -55,6 +56,34 @@ bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n\f\v") == std::string_view::npos;
 }
 
+// The rules in the order of RuleId, each with what it makes of a part.
+struct RuleRow {
+    RuleId id;
+    Role role;
+    Rule rule;
+};
+
+constexpr RuleRow kRules[] = {
+    {RuleId::Container, Role::Container, {"container", "holds parts"}},
+    {RuleId::EmptyText, Role::Container, {"empty-text", "an empty text beside another form"}},
+    {RuleId::InlineText, Role::Body, {"inline-text", "a text that is no attachment"}},
+    {RuleId::OtherText, Role::Body, {"other-text", "text of another kind, shown as plain text"}},
+    {RuleId::BestForm, Role::Body, {"best-form", "the best form of an alternative"}},
+    {RuleId::RelatedRoot, Role::Body, {"related-root", "the root of a multipart/related"}},
+    {RuleId::SignedText, Role::Body, {"signed-text", "what is signed"}},
+    {RuleId::Undivided, Role::Body, {"undivided", "a multipart without its boundary, shown whole"}},
+    {RuleId::Declared, Role::Attachment, {"declared", "Content-Disposition says so"}},
+    {RuleId::NamedText, Role::Attachment, {"named-text", "a text with a file name"}},
+    {RuleId::NotShown, Role::Attachment, {"not-shown", "nothing that a text shows"}},
+    {RuleId::OtherForm, Role::Inline, {"other-form", "another form of what is shown"}},
+    {RuleId::Embedded, Role::Inline, {"embedded", "belongs into the text"}},
+    {RuleId::Signature, Role::Inline, {"signature", "signs what is shown"}},
+};
+static_assert(std::ranges::is_sorted(kRules, {}, &RuleRow::id) &&
+              std::size(kRules) == static_cast<size_t>(RuleId::Signature) + 1);
+
+const RuleRow& rowOf(RuleId id) { return kRules[static_cast<size_t>(id)]; }
+
 class BodyRule {
 public:
     explicit BodyRule(Tree& tree)
@@ -64,13 +93,13 @@ public:
         findTexts();
         gatherOffers();
         Views views;
-        views.roles.reserve(m_slots.size());
+        views.rules.reserve(m_slots.size());
         std::vector<bool> shown(m_slots.size());
         views.texts = show(kPlain, shown);
         views.htmls = show(kHtml, shown);
         for (uint32_t i = 0; i < m_slots.size(); ++i) {
-            const Role role = roleOf(i, shown[i]);
-            views.roles.push_back(role);
+            views.rules.push_back(ruleOf(i, shown[i]));
+            const Role role = roleOf(views.rules.back());
             if (role == Role::Attachment) views.attachments.push_back(m_parts[i]);
             if (role == Role::Inline) views.inlineParts.push_back(m_parts[i]);
         }
@@ -206,24 +235,44 @@ private:
         return texts;
     }
 
-    // Inline are the other forms of an alternative, the pieces of a compound document, media
-    // that are to be seen where they stand, and signatures.
-    Role roleOf(uint32_t i, bool isShown) const {
-        if (isShown) return Role::Body;
+    RuleId ruleOf(uint32_t i, bool isShown) const {
+        if (isShown) return shownBy(i);
         const Part& part = m_parts[i];
-        if (!isLeaf(i) || part.is_multipart()) return Role::Container;
-        if (isDeclaredFile(part)) return Role::Attachment;
-        if (m_offers[i]) return m_isEmpty[i] ? Role::Container : Role::Inline;
-        return isPieceOfBody(i) ? Role::Inline : Role::Attachment;
+        if (!isLeaf(i) || part.is_multipart()) return RuleId::Container;
+        if (isDeclaredFile(part)) return RuleId::Declared;
+        if (m_offers[i]) return m_isEmpty[i] ? RuleId::EmptyText : RuleId::OtherForm;
+        return pieceBy(i).value_or(isNamedText(part) ? RuleId::NamedText : RuleId::NotShown);
     }
 
-    bool isPieceOfBody(uint32_t i) const {
+    bool isNamedText(const Part& part) const {
+        return part.is_text() && !isData(part.type()) && !part.declared_name().empty();
+    }
+
+    RuleId shownBy(uint32_t i) const {
+        const std::string_view type = m_parts[i].type();
+        if (m_parts[i].is_multipart()) return RuleId::Undivided;
+        if (isIn(i, Container::Alternative)) return RuleId::BestForm;
+        if (isIn(i, Container::Related)) return RuleId::RelatedRoot;
+        if (isIn(i, Container::Signed)) return RuleId::SignedText;
+        return isOneOf(type, {"text/plain", "text/html"}) ? RuleId::InlineText : RuleId::OtherText;
+    }
+
+    // Of what belongs to the body: the other forms of an alternative, the pieces of a compound
+    // document, media that are to be seen where they stand, and signatures.
+    std::optional<RuleId> pieceBy(uint32_t i) const {
         const Part& part = m_parts[i];
+        const bool isRelated = isIn(i, Container::Related), isSigned = isIn(i, Container::Signed);
         const bool hasId = !isRoot(i) && !part.content_id().empty();
-        if (isIn(i, Container::Alternative)) return part.declared_name().empty();
-        if (isIn(i, Container::Related) && (hasId || part.type() == "text/css")) return true;
-        if (isIn(i, Container::Signed)) return isSignature(part.type());
-        return isMedia(part.type()) && (isInline(part) || hasId || isIn(i, Container::Related));
+        const bool isHere = isMedia(part.type()) && (isInline(part) || hasId || isRelated);
+        std::optional<RuleId> rule;
+        if (isIn(i, Container::Alternative)) {
+            if (part.declared_name().empty()) rule = RuleId::OtherForm;
+        } else if (isSigned) {
+            if (isSignature(part.type())) rule = RuleId::Signature;
+        } else if (isHere || (isRelated && (hasId || part.type() == "text/css"))) {
+            rule = RuleId::Embedded;
+        }
+        return rule;
     }
 
     Tree& m_tree;
@@ -245,6 +294,8 @@ std::string joined(const std::vector<Part>& texts) {
 }
 
 }  // namespace
+
+Role roleOf(RuleId rule) { return rowOf(rule).role; }
 
 Views viewsOf(Tree& tree) { return BodyRule(tree).run(); }
 
@@ -286,11 +337,16 @@ Parts Message::body_parts(TextKind preferred) const noexcept {
 }
 
 bool Part::is_attachment() const noexcept {
-    return m_tree->answer([&] { return m_tree->views().roles[m_index] == Role::Attachment; });
+    return m_tree->answer(
+        [&] { return roleOf(m_tree->views().rules[m_index]) == Role::Attachment; });
 }
 
 bool Part::is_body() const noexcept {
-    return m_tree->answer([&] { return m_tree->views().roles[m_index] == Role::Body; });
+    return m_tree->answer([&] { return roleOf(m_tree->views().rules[m_index]) == Role::Body; });
+}
+
+Rule Part::rule() const noexcept {
+    return m_tree->answer([&] { return rowOf(m_tree->views().rules[m_index]).rule; });
 }
 
 }  // namespace mimetree

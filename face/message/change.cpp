@@ -45,8 +45,8 @@ std::vector<uint32_t> plainTexts(Tree& tree) {
     const Views& views = tree.views();
     for (const Part& part : views.texts)
         if (part.type() != "text/html") found.push_back(Tree::indexOf(part));
-    for (uint32_t i = 0; i < views.roles.size() && found.empty(); ++i)
-        if (tree.slots()[i].childCount == 0 && views.roles[i] != Role::Attachment &&
+    for (uint32_t i = 0; i < views.rules.size() && found.empty(); ++i)
+        if (tree.slots()[i].childCount == 0 && roleOf(views.rules[i]) != Role::Attachment &&
             tree.parts()[i].type() == "text/plain")
             found.push_back(i);
     return found;

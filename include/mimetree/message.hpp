@@ -78,6 +78,12 @@ struct Header {
     std::string_view raw;    // as received, folds and encoded words in it
 };
 
+// Why a part is body, attachment, inline or none of these: a rule in docs/faq.md.
+struct Rule {
+    std::string_view name;  // "named-text", as it has it
+    std::string_view what;  // a line for people
+};
+
 class Part;
 // Several parts, in the order of the message.
 using Parts = std::span<const Part>;
@@ -134,6 +140,7 @@ public:
     // By the rules in docs/faq.md: what is an attachment, which part is the body?
     bool is_attachment() const noexcept;
     bool is_body() const noexcept;
+    Rule rule() const noexcept;  // the one that decided
     // A message inside the message: message/rfc822 and message/global.
     bool is_message() const noexcept;
 

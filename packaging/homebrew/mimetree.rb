@@ -12,6 +12,8 @@ class Mimetree < Formula
   depends_on "cmake" => :build
   depends_on "nlohmann-json" => :build
 
+  uses_from_macos "libxml2"
+
   def install
     system "cmake", "-S", ".", "-B", "build",
            "-DBUILD_SHARED_LIBS=ON", "-DMIMETREE_BUILD_TESTS=OFF", *std_cmake_args

@@ -4,7 +4,8 @@
 set -u
 export LC_ALL=C.UTF-8
 tool=$(realpath "$1")
-sample=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../examples/welcome.eml")
+here=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
+sample=$here/../../examples/welcome.eml
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
