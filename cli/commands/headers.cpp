@@ -61,8 +61,23 @@ std::vector<std::string_view> addressesIn(std::string_view list) {
     return found;
 }
 
+// Folds leave tabs behind, with blanks around them: one blank is enough.
+std::string withoutTabs(std::string_view value) {
+    std::string text;
+    while (!value.empty()) {
+        const size_t blanks = std::min(value.find_first_not_of(" \t"), value.size());
+        const std::string_view run = value.substr(0, blanks);
+        text += run.find('\t') == run.npos ? run : std::string_view(" ");
+        value.remove_prefix(blanks);
+        const size_t word = std::min(value.find_first_of(" \t"), value.size());
+        text += value.substr(0, word);
+        value.remove_prefix(word);
+    }
+    return text;
+}
+
 void showDecoded(const Header& field, Output& out) {
-    const std::string name = oneLine(field.name), value = oneLine(field.value);
+    const std::string name = oneLine(field.name), value = oneLine(withoutTabs(field.value));
     const std::string indent(columnsOf(name) + 2, ' ');
     std::string text = out.coloured(Colour::Cyan, name + ":");
     if (!isAddressList(field.name) || indent.size() + columnsOf(value) <= kLongLine) {
@@ -86,8 +101,8 @@ void showRaw(const InputMessage& message, int index, Output& out) {
 
 // With NUL behind each, values are exact.
 void showValue(const Header& field, const HeadersOptions& options, Output& out) {
-    const std::string_view value = options.raw ? field.raw : field.value;
-    if (options.nul && !out.screen().isTerminal) out.write(std::string(value) + '\0');
+    const std::string value = options.raw ? std::string(field.raw) : withoutTabs(field.value);
+    if (options.nul && !out.screen().isTerminal) out.write(value + '\0');
     else out.write((options.raw ? manyLines(value) : oneLine(value)) + "\n");
 }
 

@@ -12,6 +12,7 @@
 
 #include "cli/text/html.h"
 #include "cli/text/html_layout.h"
+#include "foundation/bytes/bytes.h"
 
 namespace {
 
@@ -80,6 +81,8 @@ Parser makeParser(HtmlLayout& layout) {
     xmlSwitchEncoding(parser.get(), XML_CHAR_ENCODING_UTF8);  // Latin-1 is the default
     htmlCtxtUseOptions(parser.get(), HTML_PARSE_NONET | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING |
                                          HTML_PARSE_RECOVER | HTML_PARSE_IGNORE_ENC);
+    constexpr std::string_view kStart = "<html><body>";  // never closed: see withoutEnds
+    htmlParseChunk(parser.get(), kStart.data(), kStart.size(), /*terminate*/ 0);
     return parser;
 }
 
@@ -101,9 +104,25 @@ void feed(std::string_view html, HtmlLayout& layout) {
     htmlParseChunk(parser.get(), nullptr, 0, /*terminate*/ 1);
 }
 
-// The parser takes a NUL for the end.
-std::string withoutNul(std::string_view html) {
-    std::string text(html);
+bool endsDocument(std::string_view tag) {
+    using mimetree::inner::bytes::equalIgnoreCase;
+    return tag.size() >= 6 &&
+           (equalIgnoreCase(tag.data(), "</body", 6) || equalIgnoreCase(tag.data(), "</html", 6));
+}
+
+// Tolerated: text behind the end, as mailing lists add it, where the parser stops; and NUL, which
+// is the end to it.
+std::string withoutEnds(std::string_view html) {
+    std::string text;
+    text.reserve(html.size());
+    while (!html.empty()) {
+        const size_t tag = std::min(html.find("</"), html.size());
+        text += html.substr(0, tag);
+        html.remove_prefix(tag);
+        const size_t skipped = endsDocument(html) ? std::min(html.find('>'), html.size() - 1) + 1 : 0;
+        if (skipped == 0) text += html.substr(0, 2);
+        html.remove_prefix(std::min(skipped ? skipped : 2, html.size()));
+    }
     std::ranges::replace(text, '\0', ' ');
     return text;
 }
@@ -115,7 +134,6 @@ std::string htmlLibrary() { return "libxml2 " LIBXML_DOTTED_VERSION; }
 std::string htmlText(std::string_view html, const HtmlForm& form, Links& links) {
     [[maybe_unused]] static const bool isReady = (xmlInitParser(), true);
     HtmlLayout layout(form, links);
-    if (html.find('\0') == html.npos) feed(html, layout);
-    else feed(withoutNul(html), layout);
+    feed(withoutEnds(html), layout);
     return layout.finish();
 }
