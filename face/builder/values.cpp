@@ -115,12 +115,12 @@ std::string mimeVersion(std::string_view value) {
 }
 
 // The fields whose grammar is checked.
-struct Rule {
+struct FieldRule {
     std::string_view name;
     std::string (*value)(std::string_view value);
 };
 
-constexpr Rule kRules[] = {
+constexpr FieldRule kRules[] = {
     {"From", addresses},
     {"Sender", oneAddress},
     {"Reply-To", addresses},
@@ -229,7 +229,7 @@ void checkHeader(std::string_view text, Bits bits, const char* hint) {
 
 std::string fieldValue(const std::string& name, std::string_view value) {
     checkLine(name, value);
-    for (const Rule& rule : kRules)
+    for (const FieldRule& rule : kRules)
         if (isSameName(rule.name, name)) return rule.value(bare(value));
     if (grammarOf(name.data(), name.size()) == FieldGrammar::Unstructured)
         return literalText(value);
