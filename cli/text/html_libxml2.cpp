@@ -98,6 +98,7 @@ void feed(std::string_view html, HtmlLayout& layout) {
         htmlParseChunk(parser.get(), html.data(), static_cast<int>(size), /*terminate*/ 0);
         html.remove_prefix(size);
         if (parser->nameNr <= kMostOpen) continue;
+        htmlParseChunk(parser.get(), nullptr, 0, /*terminate*/ 1);  // what it holds back
         parser = makeParser(layout);
         layout.closeAll();
     }
