@@ -14,6 +14,7 @@
 
 namespace mimetree {
 
+// One of them.
 struct EmbeddedFile {
     std::string name;   // as safe as Part::name()
     std::string bytes;  // decoded

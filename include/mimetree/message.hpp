@@ -187,7 +187,7 @@ enum class SourceBytes {
 // How to read.
 struct ParseOptions {
     bool strict = false;  // refuse a multipart whose boundary is missing (Errc::damaged)
-    SourceBytes source = SourceBytes::keep;
+    SourceBytes source = SourceBytes::keep;  // what becomes of the bytes that were read
 };
 
 class MIMETREE_API Message {
