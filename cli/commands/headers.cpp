@@ -78,7 +78,7 @@ std::string withoutTabs(std::string_view value) {
 
 void showDecoded(const Header& field, Output& out) {
     const std::string name = oneLine(field.name), value = oneLine(withoutTabs(field.value));
-    const std::string indent(columnsOf(name) + 2, ' ');
+    const std::string indent(columnsOf(name) + 2, ' '), nextLine = "\n" + indent;
     std::string text = out.coloured(Colour::Cyan, name + ":");
     if (!isAddressList(field.name) || indent.size() + columnsOf(value) <= kLongLine) {
         text += (value.empty() ? "" : " ") + value;
@@ -86,7 +86,7 @@ void showDecoded(const Header& field, Output& out) {
         std::string_view separator = " ";
         for (std::string_view address : addressesIn(value)) {
             text.append(separator).append(address);
-            separator = "\n" + indent;
+            separator = nextLine;
         }
     }
     out.write(text + "\n");
