@@ -27,7 +27,9 @@ static mt_message* build(void) {
     mt_builder_cc(builder, "d@example.org");
     mt_builder_bcc(builder, "e@example.org");
     mt_builder_reply_to(builder, "f@example.org");
-    mt_builder_subject(builder, "Gr\xC3\xBC\xC3\x9F" "e");
+    mt_builder_subject(builder,
+                       "Gr\xC3\xBC\xC3\x9F"
+                       "e");
     mt_builder_date(builder, 1004614496, 60);
     mt_builder_message_id(builder, "one@example.org");
     mt_builder_header(builder, "X-Other", "value");
@@ -59,7 +61,9 @@ static mt_message* written_and_read(const mt_message* message) {
 static void check_header(const mt_message* message) {
     int64_t seconds = 0;
     int zone = 0, zone_known = 0;
-    EXPECT_TEXT(mt_message_subject(message), "Gr\xC3\xBC\xC3\x9F" "e");
+    EXPECT_TEXT(mt_message_subject(message),
+                "Gr\xC3\xBC\xC3\x9F"
+                "e");
     EXPECT_TEXT(mt_message_message_id(message), "one@example.org");
     EXPECT_TEXT(mt_message_header(message, "x-other"), "value");
     EXPECT(!mt_message_header(message, "X-None"));
@@ -76,7 +80,9 @@ static void check_header(const mt_message* message) {
 
 /* Nothing behind a NUL is lost. */
 static void check_nul(void) {
-    static const char kReplaced[] = "a\xEF\xBF\xBD" "b";
+    static const char kReplaced[] =
+        "a\xEF\xBF\xBD"
+        "b";
     static const char mail[] =
         "Subject: =?utf-8?Q?a=00b?=\nFrom: =?utf-8?Q?a=00b?= <a@b>\n"
         "Content-Type: a/b; name*=utf-8''a%00b\n\nx";
@@ -184,8 +190,9 @@ static ptrdiff_t read_nothing(void* context, char* to, size_t size) {
 }
 
 static void check_mbox(void) {
-    static const char text[] = "From a@example.org Thu Nov  1 12:34:56 2001\nSubject: 1\n\n>From a\n\n"
-                               "From b@example.org Thu Nov  1 12:34:56 2001\nSubject: 2\n\nb\n\n";
+    static const char text[] =
+        "From a@example.org Thu Nov  1 12:34:56 2001\nSubject: 1\n\n>From a\n\n"
+        "From b@example.org Thu Nov  1 12:34:56 2001\nSubject: 2\n\nb\n\n";
     EXPECT(!mt_message_parse(text, sizeof text - 1, 0) && mt_last_error_code() == MT_IS_MBOX);
     EXPECT(!mt_mbox_from_bytes(text, 5, (mt_mbox_kind)9) && strstr(mt_last_error(), "kind"));
     EXPECT(!mt_mbox_from(read_nothing, NULL, "box", MT_MBOX_RD) && mt_last_error_code() == MT_IO);
@@ -223,6 +230,28 @@ static void check_findings(void) {
     EXPECT(mt_finding_explanation("mt035") == mt_finding_explanation("8bit-in-7bit"));
     EXPECT_TEXT(mt_finding_reference("MT035"), "RFC 2045 2.7");
     mt_findings_free(found);
+}
+
+static int keep(void* context, const void* bytes, size_t size) {
+    return size < 200 ? memcpy(context, bytes, size), 0 : ENOSPC;
+}
+
+static void check_mbox_writer(void) {
+    static const char mail[] = "From: a@example.org\nDate: 1 Nov 2001 12:34:56 +0000\n\nFrom a";
+    char text[200] = "";
+    mt_mbox_writer* writer = mt_mbox_writer_to(keep, text, "box");
+    EXPECT(mt_mbox_writer_add(writer, mail, sizeof mail - 1) == MT_OK);
+    EXPECT(!strncmp(text, "From a@example.org Thu Nov  1 12:34:56 2001\t\t\nFrom: a@", 54));
+    EXPECT(strstr(text, "\n\n>From a\n\n"));
+    EXPECT(mt_mbox_writer_add(writer, text, sizeof text) == MT_IO &&
+           strstr(mt_last_error(), "box: "));
+    EXPECT(mt_mbox_writer_close(writer) == MT_OK);
+    EXPECT(mt_mbox_writer_add(writer, mail, 1) == MT_INVALID_ARGUMENT);
+    mt_mbox_writer_free(writer);
+    EXPECT(!mt_mbox_create("."));
+    EXPECT(!mt_mbox_create(NULL) && !mt_mbox_writer_to(NULL, NULL, NULL));
+    EXPECT(mt_mbox_writer_add(NULL, mail, 1) && mt_mbox_writer_close(NULL));
+    mt_mbox_writer_free(NULL);
 }
 
 static void check_null(void) {
@@ -292,6 +321,7 @@ int main(int argc, char** argv) {
     check_changes(message);
     mt_message_free(message);
     check_mbox();
+    check_mbox_writer();
     check_nul();
     check_findings();
     check_null();

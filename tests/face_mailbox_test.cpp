@@ -126,6 +126,92 @@ TEST(Mbox, GivesBackWhatWasWrittenAtEachBufferSize) {
             }
 }
 
+// A text of such lines, with any line ends or none.
+std::string bytes_of(std::mt19937& random) {
+    static const std::string kPieces[] = {"From ",
+                                          ">From ",
+                                          ">>",
+                                          kFromLine,
+                                          "\n",
+                                          "\n",
+                                          "\r\n",
+                                          "\r",
+                                          "\n\n",
+                                          "text",
+                                          "\0"s,
+                                          "\t",
+                                          "\xE9",
+                                          "Subject: x\n",
+                                          "Content-Length: 7\n",
+                                          "Content-Length: 1\n",
+                                          "A: b\n\nc\n"};
+    std::string text;
+    for (unsigned n = random() % 8; n > 0; --n) text += kPieces[random() % std::size(kPieces)];
+    return text;
+}
+
+class StringSink final : public mimetree::ByteSink {
+public:
+    explicit StringSink(std::string& to) : m_to(to) {}
+    int write(std::string_view bytes) noexcept override { return m_to += bytes, 0; }
+
+private:
+    std::string& m_to;
+};
+
+std::string written(const std::vector<std::string>& mails) {
+    std::string box;
+    auto writer = mimetree::MboxWriter::to(std::make_unique<StringSink>(box), "box").value();
+    for (const std::string& mail : mails) writer.add(mail).value();
+    return box;
+}
+
+TEST(Mbox, WriterWritesWhatIsReadAgainWhateverTheBytes) {
+    std::mt19937 random(11);
+    for (int round = 0; round < 3000; ++round) {
+        std::vector<std::string> mails(1 + random() % 4);
+        for (std::string& mail : mails) mail = bytes_of(random);
+        mails.front().insert(0, "A: b\n");  // a file that begins with no text is no mbox
+        const std::string box = written(mails);
+        ASSERT_EQ(read_all(box, MboxKind::automatic), mails) << box;
+        ASSERT_EQ(read_all(box, MboxKind::rd), mails) << box;
+    }
+}
+
+TEST(Mbox, WriterTakesTheFromLineOutOfTheHeader) {
+    const char* const rows[][2] = {
+        {"", "MAILER-DAEMON Thu Jan  1 00:00:00 1970"},
+        {"From: A <a@b>\nDate: Thu, 1 Nov 2001 00:34:56 +0100\n", "a@b Wed Oct 31 23:34:56 2001"},
+        {"From: a@b\nReturn-Path: <c@d>\n", "c@d Thu Jan  1 00:00:00 1970"},
+        {"From: a@b\nReturn-Path: <>\n", "MAILER-DAEMON Thu Jan  1 00:00:00 1970"},
+        {"Return-Path: <\"c d\"@e>\n", "MAILER-DAEMON Thu Jan  1 00:00:00 1970"},
+        {"Received: from a (b; c)\n by d; 2 Nov 2001 01:02:03 -0000\nReceived: ; 3 Nov 2001 0:0 "
+         "GMT\n"
+         "Date: 4 Nov 2001 00:00 +0000\n",
+         "MAILER-DAEMON Fri Nov  2 01:02:03 2001"},
+        {"Date: Sat, 1 Jan 0000 00:30:00 +0100\n", "MAILER-DAEMON Thu Jan  1 00:00:00 1970"},
+    };
+    for (const auto& [header, line] : rows) {
+        const std::string box = written({std::string(header) + "\n"});
+        EXPECT_EQ(box.substr(0, box.find('\n')), "From "s + line) << header;
+    }
+}
+
+TEST(Mbox, WriterMakesNewFilesOnly) {
+    const std::string path = testing::TempDir() + "mimetree_new.mbox";
+    fs::remove(path);
+    auto writer = mimetree::MboxWriter::create(path).value();
+    writer.add("A: 1\n\nx").value();
+    writer.close().value();
+    EXPECT_FALSE(writer.add("B: 2\n"));
+    EXPECT_FALSE(mimetree::MboxWriter::create(path));
+    Mbox box = Mbox::open(path).value();
+    EXPECT_TRUE(box.next());
+    EXPECT_EQ(box.current().bytes, "A: 1\n\nx");
+    EXPECT_FALSE(box.next());
+    fs::remove(path);
+}
+
 TEST(Mbox, LargeMessagesComeWhole) {
     const Style style{MboxKind::rd, MboxKind::rd, "\n"};
     std::vector<std::string> mails;

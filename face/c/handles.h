@@ -27,6 +27,9 @@ struct mt_builder {
 struct mt_mbox {
     mimetree::Mbox box;
 };
+struct mt_mbox_writer {
+    mimetree::MboxWriter writer;
+};
 struct mt_maildir {
     mimetree::Maildir box;
 };

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// The C interface to Mbox and Maildir.
+// The C interface to Mbox, MboxWriter and Maildir.
 
 #include "face/c/handles.h"
 
 using mimetree::Maildir;
 using mimetree::Mbox;
 using mimetree::MboxKind;
+using mimetree::MboxWriter;
 using mimetree::RawMessage;
 using mimetree::inner::attempt;
+using mimetree::inner::c::codeOf;
 using mimetree::inner::c::give;
 using mimetree::inner::c::givenBytes;
 using mimetree::inner::c::lend;
@@ -45,6 +47,18 @@ public:
 
 private:
     std::string_view m_rest;
+};
+
+class WriterSink final : public mimetree::ByteSink {
+public:
+    WriterSink(mt_writer writer, void* context) : m_writer(writer), m_context(context) {}
+    int write(std::string_view bytes) noexcept override {
+        return m_writer(m_context, bytes.data(), bytes.size());
+    }
+
+private:
+    const mt_writer m_writer;
+    void* const m_context;
 };
 
 template <class Handle>
@@ -117,6 +131,30 @@ uint64_t mt_mbox_size(const mt_mbox* box) { return currentOf(box).size; }
 mt_message* mt_mbox_message(const mt_mbox* box, unsigned options) {
     return parseMessage(box, options);
 }
+
+mt_mbox_writer* mt_mbox_create(const char* path) {
+    if (!path) return refuseNull(), nullptr;
+    return give<mt_mbox_writer>(attempt([&] { return MboxWriter::create(path); }));
+}
+
+mt_mbox_writer* mt_mbox_writer_to(mt_writer writer, void* context, const char* name) {
+    if (!writer) return refuseNull(), nullptr;
+    return give<mt_mbox_writer>(attempt([&] {
+        return MboxWriter::to(std::make_unique<WriterSink>(writer, context), orEmpty(name));
+    }));
+}
+
+mt_code mt_mbox_writer_add(mt_mbox_writer* writer, const void* mail, size_t size) {
+    mail = givenBytes(mail, size);
+    if (!writer || !mail) return refuseNull();
+    return codeOf(writer->writer.add({static_cast<const char*>(mail), size}));
+}
+
+mt_code mt_mbox_writer_close(mt_mbox_writer* writer) {
+    return writer ? codeOf(writer->writer.close()) : refuseNull();
+}
+
+void mt_mbox_writer_free(mt_mbox_writer* writer) { delete writer; }
 
 mt_maildir* mt_maildir_open(const char* path) {
     if (!path) return refuseNull(), nullptr;

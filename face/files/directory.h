@@ -29,6 +29,9 @@ public:
     int create(const std::string& name, std::string_view bytes,
                std::optional<std::chrono::sys_seconds> date);
 
+    // Moves a file, so that it is in `to` all at once; EEXIST when the name is taken there.
+    int move(const std::string& name, const Directory& to, const std::string& newName);
+
 private:
 #ifdef _WIN32
     std::wstring m_path;

@@ -65,6 +65,15 @@ int Directory::create(const std::string& name, std::string_view bytes,
     return error;
 }
 
+// A link, other than a new name, is never in the place of a file.  Some file systems know none.
+int Directory::move(const std::string& name, const Directory& to, const std::string& newName) {
+    if (linkat(m_fd, name.c_str(), to.m_fd, newName.c_str(), 0) == 0)
+        return unlinkat(m_fd, name.c_str(), 0) == 0 ? 0 : errno;
+    if (errno != EPERM && errno != EOPNOTSUPP) return errno;
+    if (to.has(newName)) return EEXIST;
+    return renameat(m_fd, name.c_str(), to.m_fd, newName.c_str()) == 0 ? 0 : errno;
+}
+
 }  // namespace mimetree::inner
 
 #endif

@@ -66,6 +66,11 @@ int Directory::create(const std::string& name, std::string_view bytes,
     return error;
 }
 
+int Directory::move(const std::string& name, const Directory& to, const std::string& newName) {
+    const std::wstring from = m_path + pathOf(name).wstring();
+    return _wrename(from.c_str(), (to.m_path + pathOf(newName).wstring()).c_str()) == 0 ? 0 : errno;
+}
+
 }  // namespace mimetree::inner
 
 #endif

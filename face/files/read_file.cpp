@@ -6,6 +6,12 @@
 #include <cerrno>
 #include <system_error>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+#endif
+
 namespace mimetree::inner {
 
 namespace {
@@ -26,6 +32,17 @@ OpenFile openFile(const std::string& path) {
     return OpenFile(_wfopen(pathOf(path).c_str(), L"rb"));
 #else
     return OpenFile(std::fopen(path.c_str(), "rbe"));
+#endif
+}
+
+OpenFile createFile(const std::string& path) {
+    if (const int error = pathError(path)) return errno = error, nullptr;
+#ifdef _WIN32
+    const int fd = _wopen(pathOf(path).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY,
+                          _S_IREAD | _S_IWRITE);
+    return OpenFile(fd < 0 ? nullptr : _fdopen(fd, "wb"));
+#else
+    return OpenFile(std::fopen(path.c_str(), "wbxe"));
 #endif
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// Files and streams read whole.
+// Files and streams read whole, and new ones.
 
 #include <cstdio>
 #include <filesystem>
@@ -27,6 +27,10 @@ using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 // The file at the UTF-8 path, to be read; null, and errno is set, if it cannot be opened.
 OpenFile openFile(const std::string& path);
+
+// A new file at the path, to be written; null, and errno is set, if there is one already, be it a
+// link to nowhere, or none can be made.
+OpenFile createFile(const std::string& path);
 
 // Why no file can have that path; 0 if one can.
 int pathError(const std::string& path);

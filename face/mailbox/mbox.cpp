@@ -9,12 +9,13 @@
 #include <optional>
 
 #include "face/files/read_file.h"
+#include "face/mailbox/content_length.h"
+#include "face/mailbox/from_line.h"
 #include "face/mailbox/quoting.h"
 #include "face/mailbox/read_ahead.h"
 #include "face/mailbox/separator.h"
 #include "face/message/no_mail.h"
 #include "face/result/attempt.h"
-#include "foundation/bytes/bytes.h"
 #include "mimetree/mailbox.hpp"
 
 namespace mimetree {
@@ -65,37 +66,6 @@ std::string_view withoutLastBlankLine(std::string_view text) noexcept {
     return end && (rest.empty() || rest.ends_with('\n')) ? rest : text;
 }
 
-// The number in a line "Content-Length: 123".
-std::optional<size_t> contentLengthIn(std::string_view line) noexcept {
-    constexpr std::string_view kName = "content-length:";
-    if (line.size() < kName.size() ||
-        !inner::bytes::equalIgnoreCase(line.data(), kName.data(), kName.size()))
-        return std::nullopt;
-    size_t at = kName.size(), value = 0;
-    while (at < line.size() && inner::bytes::isBlank(line[at])) ++at;
-    const size_t digits = at;
-    for (; at < line.size() && inner::bytes::isDigit(line[at]); ++at) {
-        if (value > 0xFFFFFFFFu / 10) return std::nullopt;
-        value = value * 10 + static_cast<size_t>(line[at] - '0');
-    }
-    while (at < line.size() && inner::bytes::isSpace(line[at])) ++at;
-    return at > digits && at == line.size() ? std::optional(value) : std::nullopt;
-}
-
-// Where the header's Content-Length says that the message ends, seen from its beginning.
-std::optional<size_t> endByContentLength(std::string_view message) noexcept {
-    std::optional<size_t> length;
-    for (size_t at = 0; at < message.size();) {
-        const size_t stop = message.find('\n', at);
-        if (stop == std::string_view::npos) return std::nullopt;
-        const std::string_view line = message.substr(at, stop + 1 - at);
-        at = stop + 1;
-        if (lineEndAt(line)) return length ? std::optional(at + *length) : std::nullopt;
-        if (const auto found = contentLengthIn(line)) length = found;
-    }
-    return std::nullopt;
-}
-
 struct Cut {
     size_t end;   // of the message, seen from its From line
     size_t next;  // where the next From line begins, or all ends
@@ -127,6 +97,7 @@ struct Mbox::State {
     std::optional<Cut> cutBehind(size_t header) noexcept;
     std::optional<Cut> cutAtSeparator(size_t header) noexcept;
     std::optional<Cut> cutByContentLength(size_t header, size_t separator) noexcept;
+    bool isMarked(size_t header) const noexcept;
     bool isBorder(size_t at) const noexcept;
     void take(size_t header, const Cut& cut) noexcept;
 
@@ -190,10 +161,11 @@ bool Mbox::State::next() noexcept {
 }
 
 void Mbox::State::take(size_t header, const Cut& cut) noexcept {
-    const size_t size = inner::unquoteFromLines(ahead.data() + header, cut.end - header, kind);
+    size_t size = inner::unquoteFromLines(ahead.data() + header, cut.end - header, kind);
     const std::string_view line = ahead.held().substr(0, header);
-    current.bytes = ahead.held().substr(header, size);
     current.from_line = line.substr(0, line.find_last_not_of("\r\n") + 1);
+    if (current.from_line.ends_with(inner::kHasNoEnd) && kind == MboxKind::rd && size > 0) --size;
+    current.bytes = ahead.held().substr(header, size);
     current.path = name;
     current.offset = ahead.offset();
     current.size = cut.next;
@@ -211,13 +183,21 @@ size_t Mbox::State::fromLineSize() noexcept {
 std::optional<Cut> Mbox::State::cutBehind(size_t header) noexcept {
     const std::optional<Cut> bySeparator = cutAtSeparator(header);
     kind = asked == MboxKind::automatic ? MboxKind::rd : asked;
-    const bool isByLength = asked == MboxKind::automatic || asked == MboxKind::content_length;
+    const bool isByLength =
+        (asked == MboxKind::automatic && !isMarked(header)) || asked == MboxKind::content_length;
     if (!bySeparator || !isByLength) return bySeparator;
     const std::optional<Cut> byLength = cutByContentLength(header, bySeparator->next);
     if (error) return std::nullopt;
     if (!byLength) return bySeparator;
     kind = MboxKind::content_length;
     return byLength;
+}
+
+// True for a From line with which MboxWriter says that the message was quoted.
+bool Mbox::State::isMarked(size_t header) const noexcept {
+    std::string_view line = ahead.held().substr(0, header);
+    if (line.ends_with('\n')) line.remove_suffix(1);
+    return line.ends_with(inner::kIsQuoted);
 }
 
 // Tolerated: two From lines in a row; the second belongs to the message.
@@ -240,7 +220,7 @@ std::optional<Cut> Mbox::State::cutAtSeparator(size_t header) noexcept {
 // is not by others.  The latter looks like a length that was right before one line was quoted, so
 // automatic takes it for that.
 std::optional<Cut> Mbox::State::cutByContentLength(size_t header, size_t separator) noexcept {
-    const auto length = endByContentLength(ahead.held().substr(header, separator - header));
+    const auto length = inner::endByContentLength(ahead.held().substr(header, separator - header));
     if (!length || *length > separator + kFarthestPastSeparator) return std::nullopt;
     const size_t end = header + *length;
     if (!hold(end + 4 + inner::kSeparatorReach) || end > ahead.held().size()) return std::nullopt;

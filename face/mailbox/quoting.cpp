@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Lines ">From " of an mbox back to what they were.  Mbox calls it for each message.
+// Lines ">From " of an mbox, back to what they were for Mbox, and made for MboxWriter.
 
 #include "face/mailbox/quoting.h"
 
@@ -43,6 +43,23 @@ size_t unquoteFromLines(char* text, size_t size, MboxKind kind) noexcept {
         from = quote + 1;
         quote = nextQuoted(from, end, kind);
     }
+}
+
+// Each run of ">" is gone back over once, since a "From " stands between them.
+void appendQuoted(std::string& to, std::string_view message) {
+    size_t done = 0;
+    for (size_t from = 0;;) {
+        const char* const hit =
+            bytes::find(message.data() + from, message.size() - from, "From ", 5);
+        if (!hit) break;
+        size_t line = static_cast<size_t>(hit - message.data());
+        from = line + 5;
+        while (line > 0 && message[line - 1] == '>') --line;
+        if (line > 0 && message[line - 1] != '\n') continue;
+        to.append(message.substr(done, line - done)) += '>';
+        done = line;
+    }
+    to.append(message.substr(done));
 }
 
 }  // namespace mimetree::inner

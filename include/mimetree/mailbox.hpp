@@ -129,6 +129,50 @@ private:
     std::unique_ptr<State> m_state;
 };
 
+// Where bytes go to, front to back.
+class ByteSink {
+public:
+    virtual ~ByteSink() = default;
+
+    // Takes all of the bytes; 0, or the errno value that tells why not.
+    virtual int write(std::string_view bytes) noexcept = 0;
+};
+
+// Writes an mbox of kind rd (RFC 4155), out of which Mbox reads the same bytes again.
+//
+//     auto box = mimetree::MboxWriter::create("new.mbox");
+//     if (!box) return report(box.error().message());
+//     for (const std::string& mail : mails)
+//         if (auto done = box->add(mail); !done) return report(done.error().message());
+//     if (auto done = box->close(); !done) return report(done.error().message());
+class MIMETREE_API MboxWriter {
+public:
+    // A new file; one that is there, be it a symbolic link, stays as it is and is an error.
+    static Result<MboxWriter> create(const std::string& path) noexcept;
+
+    // Into anything else; `name` stands in errors.  Each message is written at once.
+    static Result<MboxWriter> to(std::unique_ptr<ByteSink> sink, std::string_view name) noexcept;
+
+    MboxWriter(MboxWriter&&) noexcept;
+    MboxWriter& operator=(MboxWriter&&) noexcept;
+    ~MboxWriter();
+
+    // Adds a message with any bytes, whatever its line ends are.  The From line has the sender and
+    // the time of delivery, in UTC, that the header tells (Return-Path or From, the first Received
+    // or Date), or else MAILER-DAEMON and 1970.  A tab behind them is for Mbox: not to believe a
+    // Content-Length; a second one, that the last line end is not the message's, which had none.
+    // What was moved from or closed takes none.
+    Result<void> add(std::string_view mail) noexcept;
+
+    // The file is whole only when this says so.  Nothing can be added any more.
+    Result<void> close() noexcept;
+
+private:
+    struct State;
+    explicit MboxWriter(std::unique_ptr<State> state) noexcept;
+    std::unique_ptr<State> m_state;
+};
+
 // A Maildir: the messages in its new/ and cur/, by file name.
 class MIMETREE_API Maildir {
 public:

@@ -19,10 +19,11 @@
  *   may hold NUL; without it, or where that is NULL, each NUL in a text is U+FFFD, so that nothing
  *   behind it is lost.  They are never NULL unless the function says so: a text that is not there
  *   is "".
- * - Who frees: the caller frees what a function gives as `mt_message*`, `mt_builder*`, `mt_mbox*`
- *   or `mt_maildir*` with the function named so, and what it gives as `char*` with mt_free().
- *   All else that is given (`const char*`, `const void*`, `const mt_part*`) stays the message's or
- *   mailbox's that it came from: it is good until that is changed, moved on or freed.
+ * - Who frees: the caller frees what a function gives as `mt_message*`, `mt_builder*`, `mt_mbox*`,
+ *   `mt_mbox_writer*` or `mt_maildir*` with the function named so, and what it gives as `char*`
+ *   with mt_free().  All else that is given (`const char*`, `const void*`, `const mt_part*`) stays
+ *   the message's or mailbox's that it came from: it is good until that is changed, moved on or
+ *   freed.
  * - Failure: a function that gives an `mt_code` gives #MT_OK or the reason; one that gives a handle
  *   or a `char*` gives NULL.  mt_last_error() then has the reason as a line for people.
  * - Bytes that are handed in may be NULL when their size is 0, as empty ones are given; a message
@@ -520,6 +521,27 @@ MIMETREE_API uint64_t mt_mbox_size(const mt_mbox* box);
 
 /** The current message parsed, a new one, which the caller frees. */
 MIMETREE_API mt_message* mt_mbox_message(const mt_mbox* box, unsigned options);
+
+/** An mbox that is written, quoted as #MT_MBOX_RD: what is read out of it are the same bytes. */
+typedef struct mt_mbox_writer mt_mbox_writer;
+
+/** Where bytes go to: takes all of them and gives 0, or the errno value that tells why not. */
+typedef int (*mt_writer)(void* context, const void* bytes, size_t size);
+
+/** Makes an mbox; NULL when there is a file already, be it a symbolic link, which then stays. */
+MIMETREE_API mt_mbox_writer* mt_mbox_create(const char* path);
+
+/** Writes an mbox into anything else, such as standard output; `name` stands in errors. */
+MIMETREE_API mt_mbox_writer* mt_mbox_writer_to(mt_writer writer, void* context, const char* name);
+
+/** Adds a message, with a From line made out of its header. */
+MIMETREE_API mt_code mt_mbox_writer_add(mt_mbox_writer* writer, const void* mail, size_t size);
+
+/** Ends the file, which is whole only when this gives #MT_OK.  Nothing can be added any more. */
+MIMETREE_API mt_code mt_mbox_writer_close(mt_mbox_writer* writer);
+
+/** Frees it; closes a file that is not closed yet. */
+MIMETREE_API void mt_mbox_writer_free(mt_mbox_writer* writer);
 
 /** A Maildir: the messages in its new/ and cur/, by file name. */
 typedef struct mt_maildir mt_maildir;
