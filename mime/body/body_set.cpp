@@ -158,6 +158,9 @@ bool leadsNoWayBack(int codePage, const unsigned char* received, unsigned size,
     return utf8.containsSubstring("\xEF\xBF\xBD", utf8.getSize());
 }
 
+// Null stands for no bytes.
+unsigned sizeAt(const void* data, unsigned size) { return data ? size : 0; }
+
 }  // namespace
 
 // -- By encoding
@@ -165,7 +168,7 @@ bool leadsNoWayBack(int codePage, const unsigned char* received, unsigned size,
 void MimeMessage2::setMimeBodyByEncoding(const char* encoding, const void* data, unsigned int size,
                                          const _zqCharset& charset, bool isText, bool bIsUtf8,
                                          LogBase& log) {
-    if (isAlive()) decodeBody(encoding, data, size, charset, isText, bIsUtf8, log);
+    if (isAlive()) decodeBody(encoding, data, sizeAt(data, size), charset, isText, bIsUtf8, log);
 }
 
 MimeMessage2::BodyCoding MimeMessage2::bodyCodingOf(const char* name) {
@@ -233,7 +236,7 @@ void MimeMessage2::setMimeBodyByEncoding_Careful(const char* encoding, const Str
 
 void MimeMessage2::setMimeBodyBase64(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (isAlive()) decodeBase64(data, size, charset.getCodePage(), isText, log);
+    if (isAlive()) decodeBase64(data, sizeAt(data, size), charset.getCodePage(), isText, log);
 }
 
 MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int size, int codePage,
@@ -254,7 +257,7 @@ MimeMessage2::Stored MimeMessage2::decodeBase64(const void* data, unsigned int s
 
 void MimeMessage2::setMimeBodyQP(const void* data, unsigned int size, const _zqCharset& charset,
                                  bool isText, LogBase& log) {
-    if (isAlive()) decodeQP(data, size, charset.getCodePage(), isText, log);
+    if (isAlive()) decodeQP(data, sizeAt(data, size), charset.getCodePage(), isText, log);
 }
 
 MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size, int codePage,
@@ -313,7 +316,7 @@ MimeMessage2::Stored MimeMessage2::uudecodeBody(const void* data, unsigned int s
 
 void MimeMessage2::setMimeBody8Bit_2(const void* data, unsigned int size, const _zqCharset& charset,
                                      bool isText, LogBase& log) {
-    if (isAlive()) store8bit(data, size, charset.getCodePage(), isText, log);
+    if (isAlive()) store8bit(data, sizeAt(data, size), charset.getCodePage(), isText, log);
 }
 
 // The owner of the bytes is emptied where they are stored as they are.
