@@ -11,6 +11,7 @@
 
 #include "cli/input/gzip.h"
 #include "cli/input/jobs.h"
+#include "cli/output/sha256.h"
 #include "cli/text/html.h"
 
 namespace {
@@ -29,7 +30,8 @@ std::string versionText() {
     std::string with, without;
     const std::pair<std::string, const char*> libraries[] = {{std::string(gzipLibrary()), "zlib"},
                                                              {jobsLibrary(), "oneTBB"},
-                                                             {htmlLibrary(), "libxml2"}};
+                                                             {htmlLibrary(), "libxml2"},
+                                                             {std::string(digestLibrary()), "nettle"}};
     for (const auto& [found, name] : libraries) {
         std::string& list = found.empty() ? without : with;
         list += (list.empty() ? "" : ", ") + (found.empty() ? name : found);

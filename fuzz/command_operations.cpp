@@ -94,6 +94,7 @@ void composeTexts(const std::string& text) {
 const std::vector<Operation> kCommandOperations = {
     onFile("tree", {"tree"}),
     onFile("tree --json", {"tree", "--json"}),
+    onFile("json", {"json", "--with", "text,html,attachments=base64"}),
     onFile("tree --log", {"tree", "--log"}),
     onFile("headers", {"headers"}),
     onFile("headers --raw", {"headers", "--raw"}),

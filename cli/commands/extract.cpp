@@ -9,13 +9,12 @@
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
+#include "cli/message/files.h"
 #include "cli/message/json_document.h"
 #include "face/files/folder.h"
-#include "mimetree/embedded.hpp"
 
 using mimetree::OpenedPart;
 using mimetree::OpenedParts;
-using mimetree::Part;
 using mimetree::inner::Folder;
 
 namespace {
@@ -29,14 +28,6 @@ struct ExtractOptions {
     bool json = false;
 };
 
-// Text that is shown may be a file besides.  A multipart without parts is a damaged container, and
-// its text nobody's file.
-bool isWanted(const Part& part, const ExtractOptions& options) {
-    if (options.all) return true;
-    if (part.is_body()) return part.disposition() == "inline" && !part.declared_name().empty();
-    return !part.is_multipart();
-}
-
 class Extractor {
 public:
     Extractor(const InputMessage& message, const ExtractOptions& options, Folder& folder,
@@ -47,24 +38,17 @@ public:
     ExitStatus run(const OpenedParts& parts) {
         if (m_options.json) m_out.write("{\"path\":" + jsonText(m_message.name) + ",\"files\":[");
         for (const OpenedPart& at : parts)
-            if (m_out.good() && at.part.children().empty()) saveFilesOf(at);
+            if (m_out.good())
+                forEachFile(at.part, m_options.all ? Wanted::AllLeaves : Wanted::Files,
+                            [&](const File& file) { save(at, file); });
         if (m_options.json) m_out.write("]}\n");
         return m_status;
     }
 
 private:
-    void saveFilesOf(const OpenedPart& at) {
-        if (isWanted(at.part, m_options))
-            save(at, at.part.type(), std::string(at.part.name()), at.part.file_bytes());
-        const auto files = mimetree::embedded_files(at.part);
-        if (!files) throw std::bad_alloc();
-        for (const mimetree::EmbeddedFile& file : *files)
-            save(at, "application/octet-stream", file.name, file.bytes);
-    }
-
-    void save(const OpenedPart& at, std::string_view type, std::string name,
-              const mimetree::Result<std::string>& bytes) {
-        const int error = bytes ? m_folder.save(name, *bytes, dateOf(*at.message)) : ENOMEM;
+    void save(const OpenedPart& at, const File& file) {
+        std::string name = file.name;
+        const int error = m_folder.save(name, file.bytes, dateOf(*at.message));
         const std::string& directory = m_options.directory;
         const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
         if (error) {
@@ -72,12 +56,12 @@ private:
             m_status = kFailed;
         } else if (m_options.json) {
             m_out.write(std::exchange(m_separator, ",") + jsonText({{"part", jsonPartNumber(at)},
-                                                                    {"contentType", type},
+                                                                    {"contentType", file.type},
                                                                     {"path", path},
-                                                                    {"size", bytes->size()}}));
+                                                                    {"size", file.bytes.size()}}));
         } else {
-            m_out.write(oneLine(path) + "  " + std::to_string(bytes->size()) +
-                        (bytes->size() == 1 ? " byte\n" : " bytes\n"));
+            m_out.write(oneLine(path) + "  " + std::to_string(file.bytes.size()) +
+                        (file.bytes.size() == 1 ? " byte\n" : " bytes\n"));
         }
     }
 

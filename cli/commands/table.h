@@ -85,6 +85,7 @@ Run addConvert(CLI::App& app, CommonOptions& common);
 Run addExtract(CLI::App& app, CommonOptions& common);
 Run addFromXml(CLI::App& app, CommonOptions& common);
 Run addHeaders(CLI::App& app, CommonOptions& common);
+Run addJson(CLI::App& app, CommonOptions& common);
 Run addRewrite(CLI::App& app, CommonOptions& common);
 Run addShow(CLI::App& app, CommonOptions& common);
 Run addStructure(CLI::App& app, CommonOptions& common);

@@ -222,7 +222,7 @@ private:
 };
 
 ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Output& out) {
-    if (options.json) return showJson(message, out);
+    if (options.json) return showJson(message, nullptr, out);
     TreeDrawing(message, options, out).run();
     return kDone;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What `tree --json` prints: what the tree shows and more, as one document a message.  The nodes
+// What `tree --json` and `json` print: what the tree shows and more, as one document a message.  The nodes
 // stand in a flat list with their depth and parent, since a writer of nested JSON recurses, and a
 // message may nest deeper than the call stack goes.
 
@@ -56,22 +56,27 @@ Json factsOf(const InputMessage& message, const mimetree::OpenedPart& at) {
 // times the message.
 class JsonWriter {
 public:
-    JsonWriter(const InputMessage& message, Output& out) : m_message(message), m_out(out) {}
+    JsonWriter(const InputMessage& message, const JsonMore* more, Output& out)
+        : m_message(message), m_more(more), m_out(out) {}
 
     void writeMessage() {
         const mimetree::OpenedParts parts = m_message.opened();
         writeOpen({{"path", m_message.name},
                    {"signed", m_message.root.containsSignedParts(m_message.log)},
                    {"encrypted", m_message.root.containsEncryptedParts(m_message.log)}});
+        if (m_more) writeJsonMessage(",", m_message.mail, *m_more, m_out);
         m_out.write(",\"nodes\":[");
-        for (const mimetree::OpenedPart& at : parts) {
-            if (at.parent) m_out.write(",");
-            writeOpen(factsOf(m_message, at));
-            writeHeaders(at.part.node());
-            writeAddresses(at.part.node());
+        for (size_t i = 0; i < parts.size(); ++i) {
+            if (i > 0) m_out.write(",");
+            writeOpen(factsOf(m_message, parts[i]));
+            writeHeaders(parts[i].part.node());
+            writeAddresses(parts[i].part.node());
+            if (m_more && parts[i].is_opened) writeWithin(*parts[i + 1].message);
             m_out.write("}");
         }
-        m_out.write("]}\n");
+        m_out.write("]");
+        if (m_more) writeJsonAttachments(parts, *m_more, m_out);
+        m_out.write("}\n");
     }
 
 private:
@@ -80,6 +85,11 @@ private:
         std::string text = jsonText(object);
         text.pop_back();
         m_out.write(text);
+    }
+
+    void writeWithin(const mimetree::Message& message) {
+        writeJsonMessage(",\"message\":{", message, *m_more, m_out);
+        m_out.write("}");
     }
 
     void writeHeaders(const MimeMessage2& node) {
@@ -121,6 +131,7 @@ private:
     }
 
     const InputMessage& m_message;
+    const JsonMore* m_more;
     Output& m_out;
 };
 
@@ -137,7 +148,7 @@ Json jsonPartNumber(const mimetree::OpenedPart& at) {
     return at.parent && at.number.empty() ? Json(nullptr) : Json(at.number);
 }
 
-ExitStatus showJson(const InputMessage& message, Output& out) {
-    JsonWriter(message, out).writeMessage();
+ExitStatus showJson(const InputMessage& message, const JsonMore* more, Output& out) {
+    JsonWriter(message, more, out).writeMessage();
     return kDone;
 }

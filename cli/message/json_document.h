@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/input/messages.h"
+#include "cli/message/json_message.h"
 
 // A value on one line, in ASCII.
 std::string jsonText(const nlohmann::ordered_json& value);
@@ -12,5 +13,5 @@ std::string jsonText(const nlohmann::ordered_json& value);
 // The number of a part; null where it has none.
 nlohmann::ordered_json jsonPartNumber(const mimetree::OpenedPart& at);
 
-// One line: the message as a JSON document.
-ExitStatus showJson(const InputMessage& message, Output& out);
+// One line: the message as a JSON document; with what `json` adds unless `more` is null.
+ExitStatus showJson(const InputMessage& message, const JsonMore* more, Output& out);
