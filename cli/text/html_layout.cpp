@@ -401,7 +401,7 @@ void HtmlLayout::endTable() {
             total += width + 2 * (width > 0);
             used += width > 0;
         }
-        const size_t full = std::count_if(m_table->begin(), m_table->end(), [](const TableRow& row) {
+        const auto full = std::ranges::count_if(*m_table, [](const TableRow& row) {
             return std::ranges::count_if(row, [](const auto& cell) { return !cell.empty(); }) > 1;
         });
         const size_t margin = columnsOf(prefix(/*isFirst*/ false));

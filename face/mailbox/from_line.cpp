@@ -25,7 +25,7 @@ constexpr size_t kMostOfHeader = size_t{1} << 20;
 bool isSender(std::string_view address) {
     const auto isPlain = [](char c) { return static_cast<unsigned char>(c) > ' ' && c != '\x7F'; };
     return address.find('@') != address.npos && address.size() <= kLongestSender &&
-           std::ranges::all_of(address, isPlain);
+           std::all_of(address.begin(), address.end(), isPlain);
 }
 
 std::string_view senderOf(const Message& header) {

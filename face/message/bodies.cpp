@@ -79,7 +79,8 @@ constexpr RuleRow kRules[] = {
     {RuleId::Embedded, Role::Inline, {"embedded", "belongs into the text"}},
     {RuleId::Signature, Role::Inline, {"signature", "signs what is shown"}},
 };
-static_assert(std::ranges::is_sorted(kRules, {}, &RuleRow::id) &&
+constexpr bool isInFront(const RuleRow& a, const RuleRow& b) { return a.id < b.id; }
+static_assert(std::is_sorted(std::begin(kRules), std::end(kRules), isInFront) &&
               std::size(kRules) == static_cast<size_t>(RuleId::Signature) + 1);
 
 const RuleRow& rowOf(RuleId id) { return kRules[static_cast<size_t>(id)]; }

@@ -118,7 +118,9 @@ std::span<const OpenedPart> OpenedParts::list() const noexcept { return m_state-
 
 const OpenedPart* OpenedParts::find(std::string_view number) const noexcept {
     if (number.empty()) return m_state->list.data();
-    const auto found = std::ranges::find(m_state->list, number, &OpenedPart::number);
+    const auto found =
+        std::find_if(m_state->list.begin(), m_state->list.end(),
+                     [&](const OpenedPart& part) { return part.number == number; });
     if (found != m_state->list.end()) return &*found;
     const bool isLeaf = m_state->list.front().part.children().empty();
     return isLeaf && number == "1" ? m_state->list.data() : nullptr;

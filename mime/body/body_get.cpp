@@ -5,13 +5,13 @@
 // as text and where the code page comes from.  serialize.cpp uses getMimeBodyEncodedDb.  A body
 // that was loaded and is unchanged is sent as it came.
 
-#include <atomic>
 #include <cstring>
 
 #include "foundation/ContentCoding.h"
 #include "foundation/EncodingConvert.h"
 #include "foundation/LogNull.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/base/relaxed.h"
 #include "mime/node/internal.h"
 #include "mime/node/type_traits.h"
 
@@ -146,7 +146,7 @@ void MimeMessage2::getMimeBodyEncoded2(StringBuffer& out, LogBase& log) const {
     if (coding == WireCoding::None) {
         log.verboseInfo("Appending from 8bit, 7bit, or binary encoding...");
         if (isText && codePage != codepage::kUtf8)
-            std::atomic_ref<int>(m_binaryCodePage).store(codePage, std::memory_order_relaxed);
+            storeRelaxed(m_binaryCodePage, codePage);
     }
     wire.encode(coding, out);
 }

@@ -4,7 +4,6 @@
 // UTF-8.  The charset that a sender declares is often wrong; here it is decided when to
 // believe it.  body_parse.cpp calls decodeBody for every leaf.
 
-#include <atomic>
 #include <cstring>
 #include <string_view>
 
@@ -12,6 +11,7 @@
 #include "foundation/EncodingConvert.h"
 #include "foundation/Uu.h"
 #include "foundation/_zqUtf.h"
+#include "foundation/base/relaxed.h"
 #include "foundation/bytes/bytes.h"
 #include "foundation/coding/quoted_printable.h"
 #include "mime/node/internal.h"
@@ -288,7 +288,7 @@ MimeMessage2::Stored MimeMessage2::decodeQP(const void* data, unsigned int size,
     };
     if (isExamined && codePage == codepage::kLatin1 && looksLike1252(text.bytes(), text.size())) {
         log.logError("Has invalid iso-8859-1 bytes..");
-        std::atomic_ref<bool>(b_WasReally1252).store(true, std::memory_order_relaxed);
+        storeRelaxed(b_WasReally1252, true);
         convert(codepage::kWindows1252);
         return Stored::ConvertedFrom1252;
     }

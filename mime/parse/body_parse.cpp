@@ -4,11 +4,11 @@
 // one (multipart.cpp cuts them); any other body is judged - text or binary, in which charset -
 // and stored decoded by body_set.cpp.
 
-#include <atomic>
 #include <cstring>
 #include <new>
 
 #include "foundation/_zqHtmlHelp.h"
+#include "foundation/base/relaxed.h"
 #include "foundation/bytes/MemoryWatch.h"
 #include "foundation/bytes/bytes.h"
 #include "mime/node/internal.h"
@@ -220,7 +220,7 @@ void Loader::parseLeaf(MimeMessage2& node, Leaf& leaf, const char* encoding) {
     // RFC 2045 5.2 wants US-ASCII; text that is labelled so and is not is read as ISO-8859-1.
     _zqCharset charset;
     charset.setByCodePage(codePage == codepage::kAscii ? codepage::kLatin1 : codePage);
-    std::atomic_ref<bool>(b_WasReally1252).store(false, std::memory_order_relaxed);
+    storeRelaxed(b_WasReally1252, false);
     StringBuffer coding;  // a setter may change the node's own
     coding.setString(encoding);
     DataBuffer oldBody;  // which the text may be
