@@ -3,8 +3,10 @@
 """`pip install .`: the Python package, whose module CMake builds.  There is no pyproject.toml, so
 that pip takes the setuptools and pybind11 that are installed and needs no network."""
 
+import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -34,6 +36,7 @@ class CMakeBuild(build_ext):
     def build_extension(self, ext):
         build = pathlib.Path(self.build_temp).resolve()
         options = [f"-D{name}={value}" for name, value in OPTIONS.items()]
+        options += shlex.split(os.environ.get("CMAKE_ARGS", ""))
         subprocess.run(["cmake", "-S", ROOT, "-B", build, *options], check=True)
         subprocess.run(
             ["cmake", "--build", build, "--target", "mimetree-python", "--parallel", "2"], check=True

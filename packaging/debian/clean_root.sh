@@ -22,6 +22,7 @@ mmdebstrap --quiet --variant=apt --include=g++,pkg-config,man-db "$suite" "$root
         g++ -std=c++17 consumer.cpp -o consumer \$(pkg-config --cflags --libs mimetree)
         ./consumer
         ldd consumer | grep -q libmimetree.so.
-        python3 -c "import mimetree; print(mimetree.parse(\"welcome.eml\"), mimetree.__version__)"
+        python3 -c \"import mimetree, sys; print(mimetree.parse(sys.argv[1]), mimetree.__version__)\" \
+            welcome.eml
         apt-get -q -y purge libmimetree-dev mimetree >/dev/null
         echo in the clean root all is well"'
