@@ -71,7 +71,8 @@ std::string Report::partNumber() const {
 std::vector<Finding> Report::take(std::string_view text) {
     std::stable_sort(m_found.begin(), m_found.end(),
                      [](const Finding& a, const Finding& b) { return a.offset < b.offset; });
-    uint64_t line = 1, at = 0;
+    uint64_t line = 1;
+    size_t at = 0;
     for (Finding& finding : m_found) {
         for (; at < finding.offset; ++at)
             line += text[at] == '\n' ||
