@@ -43,6 +43,13 @@ constexpr Command kCommands[] = {
        "mimetree json --with attachments=sha256 *.eml | jq -r '.attachments[] | .sha256 + \" \" + "
        ".name' | sort"}},
      addJson},
+    {"html",
+     "FILE",
+     "The message as a page for a browser, in which nothing runs",
+     {{"A page to look at", "mimetree html mail.eml -o report.html"},
+      {"At once", "mimetree html mail.eml -o mail.html && xdg-open mail.html"},
+      {"One of an archive", "mimetree html archive.mbox#17 -o 17.html"}},
+     addHtml},
     {"rewrite",
      "FILE",
      "The message as the engine writes it",

@@ -8,6 +8,7 @@
 //
 //     cli/input/     FILE arguments and what they name, as a stream of messages
 //     cli/message/   the parts of a message, messages within messages included
+//     cli/report/    the page that html writes
 //     cli/text/      HTML as text
 //     cli/terminal/  widths of text, rows that fit, the pager
 //     cli/output/    writing, checked; escaping; colours; error lines
@@ -85,6 +86,7 @@ Run addConvert(CLI::App& app, CommonOptions& common);
 Run addExtract(CLI::App& app, CommonOptions& common);
 Run addFromXml(CLI::App& app, CommonOptions& common);
 Run addHeaders(CLI::App& app, CommonOptions& common);
+Run addHtml(CLI::App& app, CommonOptions& common);
 Run addJson(CLI::App& app, CommonOptions& common);
 Run addRewrite(CLI::App& app, CommonOptions& common);
 Run addShow(CLI::App& app, CommonOptions& common);
