@@ -152,7 +152,12 @@ const struct {
 
 TEST(Findings, EachKindHasASample) {
     std::set<std::string_view> kinds;
-    for (const FindingKind& kind : finding_kinds()) kinds.insert(kind.name);
+    for (const FindingKind& kind : finding_kinds()) {
+        kinds.insert(kind.name);
+        for (const std::string& name : {std::string(kind.id), std::to_string(kind.number)})
+            EXPECT_EQ(finding_kind(name), finding_kind(kind.name));
+    }
+    EXPECT_EQ(finding_kind("0"), nullptr);
     for (const auto& sample : kSamples) {
         const std::vector<Finding> found = findingsOf(mailOf(sample.mail));
         EXPECT_TRUE(std::any_of(found.begin(), found.end(),

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 #include "foundation/bytes/bytes.h"
 
@@ -369,12 +370,16 @@ std::span<const FindingKind> finding_kinds() noexcept {
     return kKinds;
 }
 
-const FindingKind* finding_kind(std::string_view name_or_id) noexcept {
+static bool isSame(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && inner::bytes::equalIgnoreCase(a.data(), b.data(), a.size());
+}
+
+const FindingKind* finding_kind(std::string_view name) noexcept {
+    unsigned number = 0;  // of no kind
+    const char* const end = name.data() + name.size();
+    if (std::from_chars(name.data(), end, number).ptr != end) number = 0;
     for (const FindingKind& kind : finding_kinds())
-        for (const std::string_view text : {kind.name, kind.id})
-            if (text.size() == name_or_id.size() &&
-                inner::bytes::equalIgnoreCase(text.data(), name_or_id.data(), text.size()))
-                return &kind;
+        if (number == kind.number || isSame(kind.name, name) || isSame(kind.id, name)) return &kind;
     return nullptr;
 }
 

@@ -44,9 +44,9 @@ struct FindingKind {
     std::string_view explanation;  // what it is, what readers make of it and where it comes from
 };
 
-// All kinds, by number; and the one with that name, id or number, or null.
+// All kinds, by number; and the one that "nul-byte", "MT012" or "12" names, or null.
 MIMETREE_API std::span<const FindingKind> finding_kinds() noexcept;
-MIMETREE_API const FindingKind* finding_kind(std::string_view name_or_id) noexcept;
+MIMETREE_API const FindingKind* finding_kind(std::string_view name) noexcept;
 
 // A place where something is wrong.
 struct Finding {

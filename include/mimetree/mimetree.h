@@ -338,7 +338,7 @@ MIMETREE_API const char* mt_findings_sentence(const mt_findings* findings, size_
 /** How many more of that kind there are, which are not in the list. */
 MIMETREE_API uint64_t mt_findings_more(const mt_findings* findings, size_t i);
 
-/** What a kind is, by its name or "MT012", in several sentences; NULL when there is none such. */
+/** What a kind is, by its name, "MT012" or "12", in several sentences; NULL when there is none such. */
 MIMETREE_API const char* mt_finding_explanation(const char* name_or_id);
 
 /** What it offends, "RFC 5322 2.2"; NULL when there is none such. */

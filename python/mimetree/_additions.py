@@ -8,9 +8,10 @@ from datetime import datetime, timedelta
 from email import message_from_bytes, policy
 from typing import Any, Optional, Union
 
-from ._mimetree import Builder, Message, _parse
+from ._mimetree import Builder, MboxWriter, Message, RawMessage, _parse
 
-PathOrBytes = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview]
+Bytes = Union[bytes, bytearray, memoryview]
+PathOrBytes = Union[str, "os.PathLike[str]", Bytes]
 
 
 def to_email(message: Message, policy: Any = policy.default) -> Any:
@@ -20,7 +21,7 @@ def to_email(message: Message, policy: Any = policy.default) -> Any:
 
 def from_email(message: email.message.Message) -> Message:
     """The message that an email.message.Message or EmailMessage is."""
-    return _parse(message.as_bytes(), False)
+    return _parse(message.as_bytes(), False, True)
 
 
 def _add_attachment(
@@ -62,7 +63,19 @@ def _date(self: Builder, date: datetime) -> Builder:
     return self._date(int(aware.timestamp()), (aware.utcoffset() or timedelta()) // timedelta(minutes=1))
 
 
+def _add(self: MboxWriter, mail: Union[Message, RawMessage, Bytes]) -> None:
+    """Adds a message: a RawMessage and bytes as they are, a Message as as_bytes() gives it.
+
+    The From line has the sender and the time of delivery that the header tells.
+    """
+    if isinstance(mail, Message):
+        self._add(mail.as_bytes())
+    else:
+        self._add(bytes(memoryview(mail.bytes if isinstance(mail, RawMessage) else mail)))
+
+
 for _class, _name, _function in (
+    (MboxWriter, "add", _add),
     (Message, "to_email", to_email),
     (Message, "add_attachment", _add_attachment),
     (Builder, "attach", _attach),

@@ -22,6 +22,10 @@ class NoFileError(FileError, FileNotFoundError):
     """There is no such file."""
 
 
+class ExistingFileError(FileError, FileExistsError):
+    """There is such a file already."""
+
+
 class NotMailError(Error, ValueError):
     """Empty, or bytes that are no message: a picture, a program."""
 
@@ -50,6 +54,8 @@ class StaleError(Error, ReferenceError):
     """The message was changed since this part was taken from it."""
 
 
+_FILE_ERRORS = {errno.ENOENT: NoFileError, errno.EEXIST: ExistingFileError}
+
 # By the number of the library's Errc.
 _CLASSES = (
     OutOfMemoryError,
@@ -73,4 +79,4 @@ def _error_of(code: int, message: str) -> Error:
     number = next((n for n in errno.errorcode if os.strerror(n) == reason), None)
     if number is None:
         return FileError(message)
-    return (NoFileError if number == errno.ENOENT else FileError)(number, reason, path)
+    return _FILE_ERRORS.get(number, FileError)(number, reason, path)

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "python/module/message.h"
+#include "python/module/python_file.h"
 
 namespace mimetree::python {
 
@@ -13,13 +14,10 @@ namespace {
 
 // -- Where an mbox comes from
 
-// What reading a file of Python's raised, which the library knows as an error number only.
-using Raised = std::shared_ptr<std::optional<py::error_already_set>>;
-
 // A file of Python's: whatever has read().
 class PythonFile : public ByteSource {
 public:
-    PythonFile(py::object file, Raised raised)
+    PythonFile(const py::object& file, RaisedPtr raised)
         : m_read(file.attr("read")), m_raised(std::move(raised)) {}
     ~PythonFile() override {
         py::gil_scoped_acquire python;
@@ -27,14 +25,8 @@ public:
     }
 
     std::ptrdiff_t read(char* to, size_t size) noexcept override {
-        py::gil_scoped_acquire python;
-        try {
-            return copy(m_read(size), to, size);
-        } catch (py::error_already_set& error) {
-            m_raised->emplace(error);
-        } catch (...) {
-        }
-        return -EIO;
+        std::ptrdiff_t got = 0;
+        return m_raised->attempt([&] { got = copy(m_read(size), to, size); }) ? got : -EIO;
     }
 
 private:
@@ -49,16 +41,23 @@ private:
     }
 
     py::object m_read;
-    Raised m_raised;
+    const RaisedPtr m_raised;
 };
 
+constexpr std::pair<const char*, MboxKind> kKinds[] = {
+    {"automatic", MboxKind::automatic}, {"rd", MboxKind::rd},     {"o", MboxKind::o},
+    {"content-length", MboxKind::content_length}, {"none", MboxKind::none}};
+
 MboxKind kindOf(const std::string& name) {
-    constexpr std::pair<const char*, MboxKind> kKinds[] = {
-        {"automatic", MboxKind::automatic}, {"rd", MboxKind::rd},     {"o", MboxKind::o},
-        {"content-length", MboxKind::content_length}, {"none", MboxKind::none}};
     for (const auto& [known, kind] : kKinds)
         if (name == known) return kind;
     throw py::value_error("no kind of mbox: " + name);
+}
+
+const char* nameOf(MboxKind wanted) {
+    for (const auto& [name, kind] : kKinds)
+        if (wanted == kind) return name;
+    return "";
 }
 
 // -- A message as it stands in a mailbox
@@ -86,7 +85,9 @@ auto of(const Given<Raw>& raw) {
     return (*raw).*Field;
 }
 
-HeldPtr parseRaw(const Given<Raw>& raw, bool strict) { return parse(raw->content, strict); }
+HeldPtr parseRaw(const Given<Raw>& raw, bool strict, bool keepSource) {
+    return parse(raw->content, borrowing(strict, keepSource));
+}
 
 // -- Mailboxes
 
@@ -97,21 +98,15 @@ bool isSkipping(const Maildir& box) { return box.skipped() > 0; }
 template <class Mailbox>
 struct Box : Shared {
     std::optional<Mailbox> box;  // nothing once it is closed
-    Raised raised = std::make_shared<std::optional<py::error_already_set>>();
-    bool strict = false;
+    RaisedPtr raised = std::make_shared<Raised>();
+    ParseOptions options;
 
     // Goes on to the next message, and raises what ends the walk.
     void next() {
         if (!box) throw py::value_error("the mailbox is closed");
         if (aside([&] { return box->next(); })) return;
-        if (!box->ok() && !isSkipping(*box)) fail(box->error());
+        if (!box->ok() && !isSkipping(*box)) raised->fail(box->error());
         throw py::stop_iteration();
-    }
-
-    // Raises what the file of Python's raised, or else the error.
-    [[noreturn]] void fail(const Error& error) const {
-        if (*raised) throw *std::exchange(*raised, std::nullopt);
-        raise(error);
     }
 };
 
@@ -122,7 +117,7 @@ template <class Mailbox>
 HeldPtr nextMessage(const Given<Box<Mailbox>>& self) {
     Turn turn(*self, Turn::For::changing);
     self->next();
-    return hold(aside([&] { return self->box->current().parse({self->strict}); }));
+    return hold(aside([&] { return self->box->current().parse(self->options); }));
 }
 
 template <class Mailbox>
@@ -138,24 +133,35 @@ void close(const Given<Box<Mailbox>>& self) {
     self->box.reset();
 }
 
-BoxPtr<Mbox> openMbox(const py::object& file, const std::string& kind, bool strict) {
+// The bytes are those of a mailbox, which goes on.
+ParseOptions copying(bool strict, bool keepSource) {
+    return {strict, keepSource ? SourceBytes::keep : SourceBytes::drop};
+}
+
+BoxPtr<Mbox> openMbox(const py::object& file, const std::string& kind, bool strict, bool keepSource) {
     auto self = std::make_shared<Box<Mbox>>();
-    self->strict = strict;
+    self->options = copying(strict, keepSource);
     Result<Mbox> box =
         py::hasattr(file, "read")
             ? Mbox::from(std::make_unique<PythonFile>(file, self->raised),
-                         utf8(py::str(py::getattr(file, "name", py::str("")))), kindOf(kind))
+                         fileName(file), kindOf(kind))
             : Mbox::open(path(file), kindOf(kind));
-    if (!box) self->fail(box.error());
+    if (!box) self->raised->fail(box.error());
     self->box = std::move(*box);
     return self;
 }
 
-BoxPtr<Maildir> openMaildir(const py::object& directory, bool strict) {
+BoxPtr<Maildir> openMaildir(const py::object& directory, bool strict, bool keepSource) {
     auto self = std::make_shared<Box<Maildir>>();
-    self->strict = strict;
+    self->options = copying(strict, keepSource);
     self->box = taken(Maildir::open(path(directory)));
     return self;
+}
+
+std::string kindNow(const Given<Box<Mbox>>& self) {
+    Turn turn(*self);
+    if (!self->box) throw py::value_error("the mailbox is closed");
+    return nameOf(self->box->kind());
 }
 
 // The messages of a mailbox as they stand in it, in the mailbox's own walk.
@@ -191,7 +197,8 @@ void addRaw(py::module_& module) {
         .def_property_readonly("number", &of<&Raw::number>, "From 1.")
         .def_property_readonly("offset", &of<&Raw::offset>, "Of an mbox: where its From line begins in the file.")
         .def_property_readonly("size", &of<&Raw::size>, "In the file; of an mbox: up to where the next one begins.")
-        .def("parse", &parseRaw, py::kw_only(), py::arg("strict") = false, "The message itself.")
+        .def("parse", &parseRaw, py::kw_only(), py::arg("strict") = false, py::arg("keep_source") = true,
+             "The message itself.")
         .def("__repr__", [](const Given<Raw>& raw) {
             return py::str("<mimetree.RawMessage {} of {!r}, {} bytes>")
                 .format(raw->number, path_text(raw->path), bytes_of(raw->content).size());
@@ -208,11 +215,14 @@ void addMailboxes(py::module_& module) {
                      "walk can go on behind it.  kind: \"automatic\", \"rd\", \"o\", \"content-length\" "
                      "or \"none\".")
         .def(py::init(&openMbox), py::arg("file"), py::arg("kind") = "automatic", py::kw_only(),
-             py::arg("strict") = false);
+             py::arg("strict") = false, py::arg("keep_source") = true)
+        .def_property_readonly("kind", &kindNow,
+                               "As asked for; of the current message, where that was automatic.");
     addMailbox<Maildir>(module, "Maildir", "_MaildirWalk",
                         "The messages in new/ and cur/ of a Maildir, by file name.\n\nA file that cannot "
                         "be read is left out: `skipped` counts them.")
-        .def(py::init(&openMaildir), py::arg("directory"), py::kw_only(), py::arg("strict") = false)
+        .def(py::init(&openMaildir), py::arg("directory"), py::kw_only(), py::arg("strict") = false,
+             py::arg("keep_source") = true)
         .def_property_readonly("skipped", [](const Given<Box<Maildir>>& self) {
             Turn turn(*self);
             return self->box ? self->box->skipped() : 0;

@@ -105,9 +105,10 @@ void setCharset(const Given<Held>& self, const py::str& charset) {
 
 // -- Reading and writing
 
-HeldPtr read(const py::object& file, bool strict) {
+HeldPtr read(const py::object& file, bool strict, bool keepSource) {
     const std::string from = path(file);
-    return hold(aside([&] { return Message::read(from, {strict}); }));
+    const ParseOptions options = borrowing(strict, keepSource);
+    return hold(aside([&] { return Message::read(from, options); }));
 }
 
 py::bytes write(const Given<Held>& self) {
@@ -123,6 +124,12 @@ py::object source(const Given<Held>& self) {
 py::object findingsOf(const Given<Held>& self) {
     Turn turn(*self);
     return toPython(taken(aside([&] { return findings(self->message); })));
+}
+
+py::object openedParts(const Given<Held>& self, bool nested) {
+    Turn turn(*self);
+    const Nested which = nested ? Nested::opened : Nested::closed;
+    return toPython(self, taken(aside([&] { return OpenedParts::of(self->message, which); })));
 }
 
 py::tuple reduce(const Given<Held>& self) {
@@ -175,6 +182,8 @@ void addParts(py::class_<Held, HeldPtr>& message) {
              "The part at a path like \"2.1\"; None when there is none.")
         .def("part_by_cid", &foundPart<&Message::part_by_cid>, py::arg("cid"),
              "By Content-ID, with or without angle brackets or \"cid:\"; None when there is none.")
+        .def("opened_parts", &openedParts, py::kw_only(), py::arg("nested") = true,
+             "The parts, and those of the messages within unless not `nested`, with numbers that go on.")
         .def("__iter__", [](const Given<Held>& self) { return py::iter(partsOf<&Message::parts>(self)); });
 }
 
@@ -202,9 +211,15 @@ void addChanges(py::class_<Held, HeldPtr>& message) {
 
 }  // namespace
 
-HeldPtr parse(const py::bytes& mail, bool strict) {
+ParseOptions borrowing(bool strict, bool keepSource) {
+    return {strict, keepSource ? SourceBytes::borrow : SourceBytes::drop};
+}
+
+HeldPtr parse(const py::bytes& mail, ParseOptions options) {
     const std::string_view data = bytes_of(mail);
-    return hold(aside([&] { return Message::parse(data, {strict, SourceBytes::borrow}); }), mail);
+    Result<Message> message = aside([&] { return Message::parse(data, options); });
+    const bool isBorrowed = options.source == SourceBytes::borrow;
+    return hold(std::move(message), isBorrowed ? py::object(mail) : py::none());
 }
 
 void addMessage(py::module_& module) {
@@ -215,7 +230,9 @@ void addMessage(py::module_& module) {
     addReading(message);
     addParts(message);
     addChanges(message);
-    module.def("_parse", &parse);
+    module.def("_parse", [](const py::bytes& mail, bool strict, bool keepSource) {
+        return parse(mail, borrowing(strict, keepSource));
+    });
     module.def("_read", &read);
 }
 

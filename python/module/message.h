@@ -5,18 +5,18 @@
 
 #include <memory>
 
-#include "mimetree/findings.hpp"
 #include "python/module/held.h"
 
 namespace mimetree::python {
 
 // A message, which lives as long as anything of it that Python holds.
 struct Held : Shared, std::enable_shared_from_this<Held> {
-    explicit Held(Message given, py::object from = py::none())
-        : source(std::move(from)), message(std::move(given)) {}
+    explicit Held(std::shared_ptr<Message> given, py::object from = py::none())
+        : source(std::move(from)), owner(std::move(given)), message(*owner) {}
 
-    py::object source;  // the bytes object that the message borrows from
-    Message message;
+    const py::object source;  // the bytes object that the message borrows from
+    const std::shared_ptr<Message> owner;
+    Message& message;
     unsigned changes = 0;  // parts of before the last one are void
     unsigned views = 0;    // of its bytes; while there are any, it cannot be changed
 };
@@ -61,22 +61,30 @@ void checkMemory(const Held& held);
 inline py::object toPython(std::string_view value) { return text(value); }
 inline py::object toPython(bool value) { return py::bool_(value); }
 inline py::object toPython(unsigned value) { return py::int_(value); }
+py::object toPython(const Rule& rule);
 py::object toPython(std::optional<std::string_view> value);
 py::object toPython(std::optional<Date> value);
 py::object toPython(const Addresses& list);
 py::object toPython(std::span<const Header> headers);
 py::object toPython(const std::vector<Finding>& findings);
+py::object toPython(const FindingKind& kind);
+py::object toPython(const std::vector<EmbeddedFile>& files);
+py::object toPython(const HeldPtr& held, OpenedParts opened);
 py::object toPython(const HeldPtr& held, std::span<const std::byte> data);  // a memoryview
 py::object toPython(const HeldPtr& held, const Part& part);
 py::tuple toPython(const HeldPtr& held, Parts parts);
 
 HeldPtr hold(Result<Message> message, const py::object& source = py::none());
+// How to read a message whose bytes Python keeps.
+ParseOptions borrowing(bool strict, bool keepSource);
 // Of bytes, which it borrows.
-HeldPtr parse(const py::bytes& mail, bool strict);
+HeldPtr parse(const py::bytes& mail, ParseOptions options);
 
 void addMessage(py::module_& module);
 void addPart(py::module_& module);
 void addBuilder(py::module_& module);
 void addMailboxes(py::module_& module);
+void addMboxWriter(py::module_& module);
+void addFindingKinds(py::module_& module);
 
 }  // namespace mimetree::python

@@ -12,5 +12,7 @@ PYBIND11_MODULE(_mimetree, module) {
     mimetree::python::addMessage(module);
     mimetree::python::addBuilder(module);
     mimetree::python::addMailboxes(module);
+    mimetree::python::addMboxWriter(module);
+    mimetree::python::addFindingKinds(module);
     module.attr("__name__") = "mimetree._mimetree";
 }

@@ -45,6 +45,12 @@ py::bytes fileBytes(const Given<HeldPart>& self) {
     return bytes(taken(aside([&] { return part.file_bytes(); })));
 }
 
+py::object embeddedFiles(const Given<HeldPart>& self) {
+    Turn turn(*self->held);
+    const Part& part = self->get();
+    return toPython(taken(aside([&] { return embedded_files(part); })));
+}
+
 py::str save(const Given<HeldPart>& self, const py::object& directory) {
     Turn turn(*self->held);
     const Part& part = self->get();
@@ -120,6 +126,9 @@ void addPart(py::module_& module) {
         .def_property_readonly("is_attachment", &of<&Part::is_attachment>,
                                "Whether a reader would list it as a file.")
         .def_property_readonly("is_body", &of<&Part::is_body>, "Whether a reader would show it.")
+        .def_property_readonly("rule", &of<&Part::rule>,
+                               "The rule that decided whether it is body, attachment, inline or none "
+                               "of these.")
         .def_property_readonly("is_message", &of<&Part::is_message>,
                                "Whether it is a message inside the message.")
         .def("parameter", &named<&Part::parameter>, py::arg("name"),
@@ -127,6 +136,8 @@ void addPart(py::module_& module) {
         .def("header", &named<&Part::header>, py::arg("name"),
              "The first field of that name, decoded, in any letter case; None when there is none.")
         .def("message", &message, "The message inside this part, read anew on each call.")
+        .def("embedded_files", &embeddedFiles,
+             "The files that stand in a plain text in uuencode, in their order.")
         .def("file_bytes", &fileBytes,
              "The decoded body as it goes into a file: text in its own charset.")
         .def("save", &save, py::arg("directory"),

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Answers of the library as objects of Python.
 
+#include <unordered_map>
+
 #include "python/module/message.h"
 
 namespace mimetree::python {
@@ -42,9 +44,43 @@ py::object toPython(const std::vector<Finding>& findings) {
     const py::object Finding = named("Finding");
     py::list list;
     for (const mimetree::Finding& one : findings)
-        list.append(Finding(text(one.id), text(one.name), text(severity_name(one.severity)), one.offset,
+        list.append(Finding(one.number, text(one.id), text(one.name), text(severity_name(one.severity)), one.offset,
                             one.line, text(one.part), text(one.sentence), one.more));
     return py::tuple(list);
+}
+
+py::object toPython(const FindingKind& kind) {
+    return named("FindingKind")(kind.number, text(kind.id), text(kind.name),
+                                text(severity_name(kind.severity)), text(kind.reference),
+                                text(kind.explanation));
+}
+
+py::object toPython(const Rule& rule) { return named("Rule")(text(rule.name), text(rule.what)); }
+
+py::object toPython(const std::vector<EmbeddedFile>& files) {
+    const py::object EmbeddedFile = named("EmbeddedFile");
+    py::list list;
+    for (const mimetree::EmbeddedFile& one : files)
+        list.append(EmbeddedFile(text(one.name), bytes(one.bytes)));
+    return py::tuple(list);
+}
+
+// The messages within live as long as anything of them that Python holds.
+py::object toPython(const HeldPtr& held, OpenedParts opened) {
+    const auto owner = std::make_shared<OpenedParts>(std::move(opened));
+    std::unordered_map<const Message*, HeldPtr> messages{{&held->message, held}};
+    const py::object OpenedPart = named("OpenedPart");
+    py::list list;
+    for (const mimetree::OpenedPart& one : *owner) {
+        HeldPtr& message = messages[one.message];
+        if (!message)
+            message = std::make_shared<Held>(
+                std::shared_ptr<Message>(owner, const_cast<Message*>(one.message)));
+        const py::object parent = one.parent ? py::object(py::int_(*one.parent)) : py::none();
+        list.append(OpenedPart(toPython(message, one.part), message, text(one.number), one.depth,
+                               parent, one.is_opened));
+    }
+    return named("OpenedParts")(list);
 }
 
 py::object toPython(const HeldPtr& held, std::span<const std::byte> data) {
@@ -80,7 +116,19 @@ void checkMemory(const Held& held) {
 }
 
 HeldPtr hold(Result<Message> message, const py::object& source) {
-    return std::make_shared<Held>(taken(std::move(message)), source);
+    return std::make_shared<Held>(std::make_shared<Message>(taken(std::move(message))), source);
+}
+
+void addFindingKinds(py::module_& module) {
+    module.def("finding_kinds", [] {
+        py::list kinds;
+        for (const FindingKind& kind : finding_kinds()) kinds.append(toPython(kind));
+        return py::tuple(kinds);
+    }, "All kinds of findings, by number.");
+    module.def("finding_kind", [](const py::str& which) {
+        const FindingKind* const kind = finding_kind(utf8(which));
+        return kind ? toPython(*kind) : py::none();
+    }, py::arg("name"), "The kind that \"nul-byte\", \"MT012\" or \"12\" names; None when there is none.");
 }
 
 }  // namespace mimetree::python

@@ -55,7 +55,17 @@ class ReadingTest(unittest.TestCase):
                     self.assertEqual((other.as_bytes(), other.source), (written, mail.source))
                     self.assertEqual(other.findings(), mail.findings())
                 self.assertEqual(bytes(mail), written)
+                dropped = mimetree.parse(path, keep_source=False)
+                self.assertEqual((outline(dropped), bytes(dropped.source)), (outline(mail), b""))
+                opened = mail.opened_parts()
+                for number, at in enumerate(opened):
+                    self.assertIn(at.part, at.message.parts)
+                    self.assertTrue(opened.find(at.number) is at or not at.number)
+                    self.assertEqual(at.depth, 0 if at.parent is None else opened[at.parent].depth + 1)
+                    self.assertTrue(not at.is_opened or opened[number + 1].part == opened[number + 1].message.root)
+                self.assertEqual([at.part for at in mail.opened_parts(nested=False)], list(mail.parts))
                 for part in mail:
+                    self.assertTrue(part.rule.name and part.rule.what)
                     self.assertEqual(bytes(part), bytes(part.bytes))
                     self.assertTrue(part.bytes.readonly)
                     self.assertIn(part, mail.parts)
@@ -82,6 +92,11 @@ class ReadingTest(unittest.TestCase):
         mail = mimetree.parse(b"Subject: a\0b\n\ntext\n")
         (found,) = (one for one in mail.findings() if one.name == "nul-byte")
         self.assertEqual((bytes(mail.source)[found.offset], found.line, found.part), (0, 1, ""))
+        for kind in mimetree.finding_kinds():
+            for name in (kind.id, kind.name, str(kind.number)):
+                self.assertEqual(mimetree.finding_kind(name), kind)
+        self.assertEqual(mimetree.finding_kind("nul-byte")[:4], found[:4])
+        self.assertIsNone(mimetree.finding_kind("nil"))
         mail.set_header("Subject", "ab")
         self.assertEqual(bytes(mail.source), b"")
         self.assertNotIn("nul-byte", [one.name for one in mail.findings()])
@@ -95,6 +110,20 @@ class ReadingTest(unittest.TestCase):
         self.assertIsInstance(mimetree.to_email(mail), email.message.EmailMessage)
 
 
+    def test_messages_within_are_changed_by_themselves(self):
+        inside = b"Subject: in\n\nbegin 644 a/b.txt\n#86)C\n`\nend\n"
+        mail = mimetree.parse(b"Subject: out\nContent-Type: message/rfc822\n\n" + inside)
+        opened = mail.opened_parts()
+        self.assertEqual([opened.find(number) for number in ("", "1", "1.1", "2")], [*opened[:1], *opened, None])
+        at = opened[1]
+        del mail, opened
+        gc.collect()
+        self.assertEqual(at.part.embedded_files(), (("b.txt", b"abc"),))
+        at.message.set_header("Subject", "new")
+        self.assertRaises(mimetree.StaleError, at.part.embedded_files)
+        self.assertEqual(pickle.loads(pickle.dumps(at.message)).subject, "new")
+
+
 class ErrorsTest(unittest.TestCase):
     def test_each_is_one_of_pythons_too(self):
         def builder(text):
@@ -106,6 +135,7 @@ class ErrorsTest(unittest.TestCase):
                 (mimetree.IsMboxError, ValueError, mimetree.parse, MAILS / "archive.mbox"),
                 (mimetree.NoFileError, FileNotFoundError, mimetree.parse, "no such file"),
                 (mimetree.NoFileError, FileNotFoundError, mimetree.Mbox, "no such file"),
+                (mimetree.ExistingFileError, FileExistsError, mimetree.MboxWriter, TRIP),
                 (mimetree.FileError, OSError, mimetree.parse, folder),
                 (mimetree.FileError, OSError, mimetree.Maildir, folder),
                 (mimetree.InvalidArgumentError, ValueError, builder("no address")),
@@ -200,9 +230,34 @@ class MailboxTest(unittest.TestCase):
         for file in (io.BytesIO(self.TEXT), gzip.open(io.BytesIO(gzip.compress(self.TEXT)))):
             with mimetree.Mbox(file, "rd") as box:
                 raws = list(box.raw())
-                self.assertEqual([raw.parse().subject for raw in raws], subjects)
+                self.assertEqual(([raw.parse().subject for raw in raws], box.kind), (subjects, "rd"))
             self.assertEqual(b"".join(self.TEXT[r.offset:r.offset + r.size] for r in raws), self.TEXT)
             self.assertRaises(ValueError, next, box)
+
+    def test_what_is_written_reads_back(self):
+        class Slow(io.BytesIO):
+            def write(self, data):
+                return super().write(data[:1000])
+
+        mails = [path.read_bytes() for path in SAMPLES]
+        with tempfile.TemporaryDirectory() as folder, Slow() as slow:
+            path = os.path.join(folder, "new.mbox")
+            with mimetree.MboxWriter(path) as file, mimetree.MboxWriter(slow) as other:
+                for mail in mails:
+                    file.add(memoryview(mail))
+                    other.add(mail)
+            self.assertRaises(ValueError, file.add, b"")
+            with mimetree.Mbox(path) as box, mimetree.MboxWriter(again := io.BytesIO()) as copy:
+                for raw, mail in zip(box.raw(), mails):
+                    self.assertEqual(raw.bytes, mail)
+                    copy.add(raw)
+                copy.add(mimetree.parse(TRIP))
+            whole = pathlib.Path(path).read_bytes()
+            self.assertEqual(slow.getvalue(), whole)
+            self.assertTrue(again.getvalue().startswith(whole))
+        for file, raised in ((io.StringIO(), TypeError), (again, ValueError), (io.BufferedReader(io.BytesIO()), OSError)):
+            again.close()
+            self.assertRaises(raised, mimetree.MboxWriter(file).add, b"A: b\n\n")
 
     def test_what_a_file_raises_ends_the_walk(self):
         class Broken:
@@ -246,11 +301,13 @@ class StubsTest(unittest.TestCase):
     def test_stubs_name_what_is_there_and_all_has_a_word(self):
         tree = ast.parse((ROOT / "python/mimetree/_mimetree.pyi").read_text(encoding="utf-8"))
         classes = {node.name: node for node in tree.body if isinstance(node, ast.ClassDef)}
-        shared = classes.pop("_Mailbox")
-        del classes["_Readable"]
-        for name, node in classes.items():
-            members = node.body + (shared.body if node.bases else [])
-            stub = {one.name for one in members if isinstance(one, ast.FunctionDef)}
+
+        def members(node):
+            bases = [members(classes[base.id]) for base in node.bases]
+            return {one.name for one in node.body if isinstance(one, ast.FunctionDef)}.union(*bases)
+
+        for name in (name for name in classes if name[0] != "_"):
+            stub = members(classes[name])
             kind = getattr(mimetree, name)
             there = {one for one in dir(kind) if one[0] != "_" or one in stub}
             self.assertEqual({one for one in stub if one[:2] != "__"}, {one for one in there if one[:2] != "__"})

@@ -4,6 +4,7 @@ the process.  Parts outlive their messages, and messages are changed under parts
 
 import email.message
 import gc
+import io
 import os
 import random
 import tempfile
@@ -17,7 +18,7 @@ MAILS = os.path.join(os.path.dirname(__file__), "../../examples/mails")
 RAISED = (mimetree.Error, TypeError, ValueError, BufferError, StopIteration, RuntimeError,
           AttributeError, IndexError)
 CLASSES = (mimetree.Message, mimetree.Part, mimetree.Builder, mimetree.Mbox, mimetree.Maildir,
-           mimetree.RawMessage)
+           mimetree.RawMessage, mimetree.MboxWriter, mimetree.OpenedPart)
 
 
 def some_mail(dice):
@@ -55,6 +56,7 @@ def walk(seed, steps, pool):
             if len(pool) < 3 or dice.random() < 0.02:
                 pool.append(mimetree.Builder())
                 pool.append(mimetree.Mbox("archive.mbox"))
+                pool.append(mimetree.MboxWriter(dice.choice([io.BytesIO, io.StringIO])()))
                 pool.append(mimetree.parse(some_mail(dice)))
             value = one_step(dice, pool)
         except RAISED:
