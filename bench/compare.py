@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Measures this engine beside other libraries, in one run, and writes docs/benchmarks.md and its
-two charts.
+"""Measures this engine beside other libraries, in one run, and writes a section of
+docs/benchmarks.md and its two charts.
 
 usage: compare.py BUILD_DIR DOCS_DIR
 
@@ -18,6 +18,7 @@ import statistics
 import subprocess
 import sys
 
+import sections
 from libraries import COLOURS, OURS, PEERS, processor, program, there
 
 ROUNDS = 3 if os.environ.get("QUICK") else int(os.environ.get("ROUNDS", "7"))
@@ -182,7 +183,6 @@ def page(bench, loads, writes, codecs, memory, growth, allocations):
     peers = [p for p in PEERS if p in bench.libraries()]
     head = ["work", OURS, *peers, "to the fastest other"]
     return "\n".join([
-        "# Benchmarks\n",
         "Written by `make bench`: %s, one core of an %s; medians of %d rounds in which the programs "
         "took turns. MB/s.\n" % (datetime.date.today(), processor(), ROUNDS),
         NOTES + "\n",
@@ -219,7 +219,7 @@ def main(build, docs):
     docs = pathlib.Path(docs)
     text = page(bench, loads, writes, codecs, memory, growth, allocations)
     print(text)
-    (docs / "benchmarks.md").write_text(text)
+    sections.put(docs, "libraries", text)
     (docs / "benchmarks-load.svg").write_text(bar_chart(
         "Loading, MB/s", list(chart_groups(bench, "load", loads, bench.what)), COLOURS))
     (docs / "benchmarks-coders.svg").write_text(bar_chart(

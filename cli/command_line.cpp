@@ -13,6 +13,7 @@
 #include "cli/input/jobs.h"
 #include "cli/output/sha256.h"
 #include "cli/text/html.h"
+#include "cli/text/pattern.h"
 
 namespace {
 
@@ -28,10 +29,12 @@ void addCommonOptions(CLI::App& app, CommonOptions& common) {
 // With the libraries that a build may lack.
 std::string versionText() {
     std::string with, without;
-    const std::pair<std::string, const char*> libraries[] = {{std::string(gzipLibrary()), "zlib"},
-                                                             {jobsLibrary(), "oneTBB"},
-                                                             {htmlLibrary(), "libxml2"},
-                                                             {std::string(digestLibrary()), "nettle"}};
+    const std::pair<std::string, const char*> libraries[] = {
+        {std::string(gzipLibrary()), "zlib"},
+        {jobsLibrary(), "oneTBB"},
+        {htmlLibrary(), "libxml2"},
+        {std::string(digestLibrary()), "nettle"},
+        {patternLibrary(), "RE2"}};
     for (const auto& [found, name] : libraries) {
         std::string& list = found.empty() ? without : with;
         list += (list.empty() ? "" : ", ") + (found.empty() ? name : found);

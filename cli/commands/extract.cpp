@@ -9,6 +9,7 @@
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
+#include "cli/input/overlap.h"
 #include "cli/message/files.h"
 #include "cli/message/json_document.h"
 #include "face/files/folder.h"
@@ -22,7 +23,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct ExtractOptions {
-    std::string directory;
     bool all = false;
     bool dryRun = false;
     bool json = false;
@@ -30,9 +30,13 @@ struct ExtractOptions {
 
 class Extractor {
 public:
-    Extractor(const InputMessage& message, const ExtractOptions& options, Folder& folder,
-              Output& out)
-        : m_message(message), m_options(options), m_folder(folder), m_out(out) {}
+    Extractor(const InputMessage& message, const std::string& directory,
+              const ExtractOptions& options, Folder& folder, Output& out)
+        : m_message(message),
+          m_directory(directory),
+          m_options(options),
+          m_folder(folder),
+          m_out(out) {}
 
     // A message within the message is a file, and so are those that are attached to it.
     ExitStatus run(const OpenedParts& parts) {
@@ -49,8 +53,7 @@ private:
     void save(const OpenedPart& at, const File& file) {
         std::string name = file.name;
         const int error = m_folder.save(name, file.bytes, dateOf(*at.message));
-        const std::string& directory = m_options.directory;
-        const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
+        const std::string path = m_directory + (m_directory.ends_with('/') ? "" : "/") + name;
         if (error) {
             m_out.error(path, std::strerror(error));
             m_status = kFailed;
@@ -71,6 +74,7 @@ private:
     }
 
     const InputMessage& m_message;
+    const std::string& m_directory;
     const ExtractOptions& m_options;
     Folder& m_folder;
     Output& m_out;
@@ -79,16 +83,21 @@ private:
 };
 
 ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, Output& out) {
-    Folder folder(options.directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);
+    const std::string& directory = common.output;
+    if (isOutputRead(common)) {
+        out.error(directory, "would be read as well (see mimetree extract --help)");
+        return kBadUsage;
+    }
+    Folder folder(directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);
     if (folder.error()) {
-        out.error(options.directory, std::strerror(folder.error()));
+        out.error(directory, std::strerror(folder.error()));
         return kFailed;
     }
     return forEachMessageInTurn(
         common, out, Heading::None, [&](const InputMessage& message, Output&) -> InTurn {
             const auto parts = std::make_shared<const OpenedParts>(message.opened());
             return [&, parts](Output& to) {
-                return Extractor(message, options, folder, to).run(*parts);
+                return Extractor(message, directory, options, folder, to).run(*parts);
             };
         });
 }
@@ -99,7 +108,7 @@ Run addExtract(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<ExtractOptions>();
     addMessages(app, common);
     addClosed(app, common);
-    app.add_option("-o,--output", options->directory, "the directory, made when missing")
+    app.add_option("-o,--output", common.output, "the directory, made when missing")
         ->required()
         ->type_name("DIR");
     app.add_flag("--all", options->all, "every part, the texts of the message too");

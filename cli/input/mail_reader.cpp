@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "cli/input/overlap.h"
 #include "cli/input/source.h"
 #include "face/mailbox/separator.h"
 #include "mimetree/mailbox.hpp"
@@ -152,6 +153,7 @@ constexpr size_t kAll = 0;
 // All messages of a file, or the one with that number.
 std::unique_ptr<MailStream> openFile(const std::string& path, mimetree::MboxKind kind,
                                      size_t number, std::atomic<uint64_t>& bytesRead) {
+    if (isStandardOutput(path)) return failed(path, "what is written goes there");
     std::unique_ptr<Source> source = openSource(path, &bytesRead);
     if (!source) return failed(path, std::strerror(errno));
     if (!isMbox(source->front(kFront))) {
@@ -200,7 +202,8 @@ uint64_t sizeBelow(const std::string& path) {
 
 }  // namespace
 
-MailReader::MailReader(const CommonOptions& common) : m_common(common), m_walk(common.paths) {}
+MailReader::MailReader(const CommonOptions& common)
+    : m_common(common), m_walk(common.paths, common.output) {}
 
 bool MailReader::areSeveral() {
     RawMail first;

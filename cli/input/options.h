@@ -12,6 +12,7 @@
 
 struct CommonOptions {
     std::vector<std::string> paths;  // FILE...: files, directories, "-" for standard input
+    std::string output;              // -o, of commands that write much; never read
     bool strict = false;
     bool log = false;
     mimetree::MboxKind mbox = mimetree::MboxKind::automatic;

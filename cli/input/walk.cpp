@@ -11,6 +11,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Without links, as far as there is anything.
+std::string realPath(const std::string& path) {
+    std::error_code ignored;
+    return fs::weakly_canonical(fs::absolute(path, ignored), ignored).string();
+}
+
 bool isDirectory(const std::string& path) {
     std::error_code ignored;
     return fs::is_directory(path, ignored);
@@ -50,7 +56,8 @@ struct Walk::Listed {
     }
 };
 
-Walk::Walk(const std::vector<std::string>& paths) {
+Walk::Walk(const std::vector<std::string>& paths, const std::string& written)
+    : m_written(written.empty() ? written : realPath(written)) {
     for (const std::string& path : paths) {
         const bool isFolder = path != "-" && isDirectory(path);
         m_todo.push_back({path, isFolder ? path : "", isFolder});
@@ -82,6 +89,7 @@ bool Walk::enter(const Entry& directory, Place& place) {
 // What cannot be looked at counts as a file: opening it fails, and tells why.
 std::error_code Walk::list(const Entry& directory, Listed& listed) {
     const bool isInMaildir = isMaildir(directory.path), isInMh = isMhFolder(directory.path);
+    const std::string front = below(realPath(directory.path), "");
     std::error_code error;
     fs::directory_iterator at(directory.path, error);
     for (; !error && at != fs::directory_iterator(); at.increment(error)) {
@@ -90,7 +98,9 @@ std::error_code Walk::list(const Entry& directory, Listed& listed) {
         std::error_code unseen;
         const fs::file_type type = at->symlink_status(unseen).type();
         const Entry entry{path, directory.root, type == fs::file_type::directory};
-        if (entry.isDirectory) {
+        if (std::string(front).append(name) == m_written) {
+            ++m_outputs;
+        } else if (entry.isDirectory) {
             const bool isRead = isInMaildir && (name == "cur" || name == "new" || name == "tmp");
             if (!isRead) listed.entries.push_back(entry);
         } else if (isInMaildir) continue;  // what programs keep beside the messages
@@ -114,8 +124,10 @@ bool Walk::isFollowed(const Entry& link) {
 }
 
 std::string Walk::skipped() const {
-    const std::pair<size_t, const char*> kinds[] = {
-        {m_links, "symbolic link"}, {m_hidden, "hidden file"}, {m_others, "special file"}};
+    const std::pair<size_t, const char*> kinds[] = {{m_links, "symbolic link"},
+                                                    {m_hidden, "hidden file"},
+                                                    {m_others, "special file"},
+                                                    {m_outputs, "output"}};
     std::string text;
     for (const auto& [count, what] : kinds)
         if (count > 0)

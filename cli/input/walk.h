@@ -17,7 +17,9 @@ public:
         std::error_code error;  // of a directory that could not be listed
     };
 
-    explicit Walk(const std::vector<std::string>& paths);
+    // `written` is where the command writes to, a file or a directory; empty for none.  The walk
+    // passes it over, or a command would go on with its own results.
+    Walk(const std::vector<std::string>& paths, const std::string& written);
 
     // The next one; false when there is none.
     bool next(Place& place);
@@ -40,8 +42,9 @@ private:
     std::error_code list(const Entry& directory, Listed& listed);
     bool isFollowed(const Entry& link);
 
+    const std::string m_written;  // canonical
     std::vector<Entry> m_todo;  // the next one last
     bool m_areSeveral = false;
     std::set<std::string> m_followed;                // what symbolic links led to
-    size_t m_links = 0, m_hidden = 0, m_others = 0;  // skipped
+    size_t m_links = 0, m_hidden = 0, m_others = 0, m_outputs = 0;  // skipped
 };

@@ -89,7 +89,8 @@ constexpr char kHead[] =
 constexpr char kTail[] =
     ".SH EXIT STATUS\n"
     ".TP\n.B 0\nAll was done.\n"
-    ".TP\n.B 1\nA file could not be read or done, or the output not written.\n"
+    ".TP\n.B 1\nA file could not be read or done, or the output not written, which a line on "
+    "standard error tells; or, without such, nothing was found.\n"
     ".TP\n.B 2\nThe arguments were wrong.\n"
     ".TP\n.B 3\nThe check found something that is against a standard.\n"
     ".TP\n.B 4\nThe check found that another reader may see a different message.\n"

@@ -30,7 +30,7 @@ using inner::ReadAhead;
 constexpr size_t kFarthestPastSeparator = size_t{16} << 20;
 
 // What is looked at to tell a text from anything else.
-constexpr size_t kFront = 1024;
+constexpr size_t kFront = inner::kSeparatorReach;
 
 // Others come from C.
 bool isKind(MboxKind kind) noexcept {
@@ -131,12 +131,14 @@ bool Mbox::State::noteFailure() noexcept {
 }
 
 // Text in front of the first From line is a message too, so that a mail alone, or what is left of
-// an mbox whose beginning was lost, is read; a picture or a program is not.
+// an mbox whose beginning was lost, is read; a picture or a program is not.  Behind a From line
+// anything is.
 bool Mbox::State::open() noexcept {
     if (!hold(kFront)) return false;
     offsetOfFirst = inner::inFrontOfMbox(ahead.held());
     ahead.drop(offsetOfFirst);
     if (ahead.held().empty()) return !noteFailure();
+    if (inner::beginsMessage(ahead.held(), LineBefore::start_of_file)) return true;
     const std::optional<Error> why = inner::whyNoMail(ahead.held().substr(0, kFront));
     if (!why || why->code() != Errc::not_mail) return true;
     fail(Errc::not_mail, "no mbox: neither a From line nor text in front");
