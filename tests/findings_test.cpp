@@ -9,6 +9,7 @@
 #include <set>
 
 #include "mimetree/mimetree.hpp"
+#include "tests/outline.h"
 #include "tests/support.h"
 
 using namespace mimetree;
@@ -181,6 +182,30 @@ TEST(Findings, NothingWrongWithMailThatIsRight) {
         EXPECT_EQ(told(findingsOf(replaced(mail, "\r\n", "\n"))), "");
         EXPECT_EQ(told(findingsOf(mailOf("Content-Type: message/rfc822||") + mail)), "");
     }
+}
+
+// So that what is said of a part is found beside it.
+TEST(Findings, HaveTheNumbersOfOpenedParts) {
+    std::vector<std::string> mails;
+    for (const auto& sample : kSamples) mails.push_back(mailOf(sample.mail));
+    for (const auto& sample : loadSamples()) mails.push_back(sample.bytes);
+    const size_t count = mails.size();
+    for (size_t i = 0; i < count; ++i) {
+        const std::string within = "Content-Type: message/rfc822\r\n\r\n" + mails[i];
+        mails.push_back(within);
+        mails.push_back("Content-Type: multipart/mixed; boundary=\"b \"\r\n\r\n--b\r\n" + within);
+    }
+    for (const std::string& mail : mails) {
+        const Result<Message> message = Message::parse(mail);
+        if (!message) continue;
+        const OpenedParts parts = OpenedParts::of(*message).value();
+        const std::vector<Finding> list = findings(*message).value();
+        for (const Finding& f : list)
+            EXPECT_TRUE(f.part.empty() || parts.find(f.part)) << told({f}) << mail;
+    }
+    const std::string within = "#|Content-Type: message/rfc822||Subject: a||\xE9|";
+    const std::string all = told(findingsOf(mailOf(multi("mixed", kText + within + "#--|"))));
+    EXPECT_NE(all.find("(2.1)"), all.npos) << all;
 }
 
 }  // namespace

@@ -403,6 +403,24 @@ TEST(Memory, FaceReads) {
         });
 }
 
+// A message within a message is not passed over, nor is a part of it.
+TEST(Memory, FaceLooksThrough) {
+    using namespace mimetree;
+    const std::string mail = "Content-Type: message/rfc822\r\n\r\n" + kSample;
+    expectAllOrNothing([&] {
+        g_alsoNew = true;
+        const Result<Message> m = Message::parse(mail);
+        const auto found = m ? findings(*m) : m.error();
+        const auto opened = m ? OpenedParts::of(*m) : m.error();
+        g_alsoNew = false;
+        return outcome(found && opened, [&] {
+            std::string all = std::to_string(opened->size());
+            for (const Finding& one : *found) all += "\n" + one.part + " " + one.sentence;
+            return all;
+        });
+    });
+}
+
 // A mail of so many bytes: `unit` time and again behind `front`; and what it may take at most,
 // in bytes a byte.
 struct Growing {

@@ -13,8 +13,8 @@ namespace {
 
 // Limit: what a sentence takes of the mail, in characters.
 constexpr unsigned kLongestQuote = 60;
-// Limit: a part number grows with the depth.
-constexpr size_t kLongestNumber = 64;
+// Limit: a part number grows with the depth (mimetree/opened.hpp).
+constexpr unsigned kMostNumberedDepth = 32;
 
 void appendSpelled(char32_t c, std::string& out) {
     static constexpr char kHex[] = "0123456789ABCDEF";
@@ -58,13 +58,18 @@ void Report::list(const char* place, std::string sentence) {
                        m_origin->offset + behind, 0, partNumber(), std::move(sentence)});
 }
 
-std::string Report::partNumber() const {
-    std::string number = m_origin->part;
-    for (size_t i = 0; i < m_numbers->size(); ++i) {
-        if (i == kLongestNumber) return number + "...";
-        number += (number.empty() ? "" : ".") + std::to_string((*m_numbers)[i]);
-    }
-    return number;
+// As OpenedParts counts: a message within the message that has no parts is one of its own, and the
+// parts of one that is all there is are within part 1.
+void Report::setPart(const Origin& origin, const std::vector<uint32_t>& numbers, Holds holds) {
+    m_origin = &origin;
+    m_part = origin.part;
+    if (origin.partDepth > kMostNumberedDepth) return;
+    const bool isOnlyPart = numbers.empty() && !origin.isOutermost() && holds == Holds::Nothing;
+    if (m_part.empty() && !origin.isOutermost() && (isOnlyPart || !numbers.empty())) m_part = "1";
+    if (isOnlyPart) m_part += ".1";
+    const size_t most = kMostNumberedDepth - origin.partDepth;
+    for (size_t i = 0; i < std::min(numbers.size(), most); ++i)
+        m_part += (m_part.empty() ? "" : ".") + std::to_string(numbers[i]);
 }
 
 // A line ends with CRLF, LF or CR.

@@ -24,9 +24,10 @@ std::string quoted(std::string_view text);
 // Where the text of a message stands in the input.
 struct Origin {
     std::string_view text;
-    uint64_t offset = 0;  // of its first byte
-    std::string part;     // the number of the message, "" for the outermost
-    unsigned depth = 0;   // of messages in messages
+    uint64_t offset = 0;     // of its first byte
+    std::string part;        // the number of the part that it is in, "" for the outermost
+    unsigned depth = 0;      // of messages in messages
+    unsigned partDepth = 0;  // of its root among all parts
     // What the text stands in if it was encoded: all of it is then at one place.
     std::shared_ptr<const std::string> decoded;
 
@@ -40,10 +41,9 @@ public:
 
     // What is found from here on is of that kind, and in that part.
     void setKind(const FindingKind& kind) { m_kind = &kind; }
-    void setPart(const Origin& origin, const std::vector<uint32_t>& numbers) {
-        m_origin = &origin;
-        m_numbers = &numbers;
-    }
+    // `numbers` lead from the root of its message to it.
+    enum class Holds { Parts, Nothing };
+    void setPart(const Origin& origin, const std::vector<uint32_t>& numbers, Holds holds);
 
     // A finding at `place` in the origin's text; the pieces of its sentence are joined.
     template <class... Pieces>
@@ -54,8 +54,8 @@ public:
         list(place, std::move(sentence));
     }
 
-    // "2.1.3", the part that was set last.
-    std::string partNumber() const;
+    // "2.1.3", the part that was set last, or the nearest around it that has a number.
+    const std::string& partNumber() const { return m_part; }
 
     // What was found, in the order of the places, with the lines of `text`.
     std::vector<Finding> take(std::string_view text);
@@ -77,7 +77,7 @@ private:
 
     const FindingKind* m_kind = nullptr;
     const Origin* m_origin = nullptr;
-    const std::vector<uint32_t>* m_numbers = nullptr;
+    std::string m_part;           // its number
     std::vector<Count> m_counts;  // by number
     std::vector<Finding> m_found;
 };

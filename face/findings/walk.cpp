@@ -87,18 +87,22 @@ void Walk::close() {
 }
 
 void Walk::check(const Entity& entity) {
-    m_report.setPart(m_origin, m_numbers);
+    const bool isLeaf = entity.part.children().empty();
+    m_report.setPart(m_origin, m_numbers, isLeaf ? Report::Holds::Nothing : Report::Holds::Parts);
     for (const Row& row : rows()) {
         m_report.setKind(row.kind);
         row.check(entity, m_report);
     }
 }
 
-// RFC 3501 6.4.5: the parts of a message within a message count on from the number of its part.
 // What is not encoded is read where it stands.
 void Walk::noteEmbedded(const Entity& entity) {
     if (!entity.part.is_message()) return;
-    Origin embedded{entity.body(), m_origin.offset, m_report.partNumber(), m_origin.depth + 1,
+    Origin embedded{entity.body(),
+                    m_origin.offset,
+                    m_report.partNumber(),
+                    m_origin.depth + 1,
+                    m_origin.partDepth + entity.depth + 1,
                     m_origin.decoded};
     if (!m_origin.decoded)
         embedded.offset += static_cast<uint64_t>(entity.body().data() - m_origin.text.data());

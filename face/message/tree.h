@@ -77,6 +77,7 @@ struct Tree {
             auto made = work();
             if (!watch.wasRefused()) return made;
         } catch (...) {
+            inner::MemoryWatch::noteRefusal();  // for an operation that this is a part of
         }
         m_ok = false;
         return {};

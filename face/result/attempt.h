@@ -17,6 +17,7 @@ auto attempt(Work work) noexcept -> decltype(work()) {
         auto made = work();
         if (!made || !watch.wasRefused()) return made;
     } catch (...) {
+        MemoryWatch::noteRefusal();  // for an operation that this is a part of
     }
     return Error(Errc::out_of_memory, "out of memory");
 }

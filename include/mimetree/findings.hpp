@@ -58,8 +58,8 @@ struct Finding {
     // an embedded message that is encoded: where its part begins.
     uint64_t offset;  // bytes in front of it
     uint64_t line;    // from 1
-    // As IMAP counts parts (RFC 3501 6.4.5), going on into messages in messages: "2.1.3"; "" is
-    // the message itself.
+    // As OpenedParts counts parts, "2.1.3"; "" is the message itself.  Of a part that has no number
+    // it is that of the nearest around it.
     std::string part;
     std::string sentence;  // one line, what comes out of the mail escaped in it
     // Only the first 20 places of a kind are listed; the last of them says how many follow.
