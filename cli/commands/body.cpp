@@ -28,11 +28,6 @@ ExitStatus showPart(const InputMessage& message, const std::string& number, Outp
     return kBadUsage;
 }
 
-ExitStatus fail(const InputMessage& message, const char* reason, Output& out) {
-    out.error(message.name, reason);
-    return kFailed;
-}
-
 // Texts one behind the other, each beginning on a line of its own.
 class Texts {
 public:
@@ -58,7 +53,8 @@ ExitStatus showForm(const InputMessage& message, mimetree::TextKind form, Output
             isThere = isThere || (part.type() == "text/html") == isHtml;
         texts.add(isHtml ? at.message->html() : at.message->text());
     }
-    if (!isThere) return fail(message, isHtml ? "no text/html body" : "no text/plain body", out);
+    if (!isThere)
+        return out.failed(message.name, isHtml ? "no text/html body" : "no text/plain body");
     out.writeContent(texts.all());
     return kDone;
 }
@@ -69,10 +65,10 @@ ExitStatus showBest(const InputMessage& message, Output& out) {
     Texts texts;
     for (const mimetree::OpenedPart& at : parts) texts.add(reading.textOf(at));
     if (texts.isBlank())
-        return fail(message,
-                    reading.missesHtml() ? "HTML alone, which this build cannot show (body --html)"
-                                         : "no text",
-                    out);
+        return out.failed(message.name,
+                          reading.missesHtml()
+                              ? "HTML alone, which this build cannot show (body --html)"
+                              : "no text");
     if (const std::string links = reading.linkLines(); !links.empty()) texts.add("\n" + links);
     out.writeContent(texts.all());
     return kDone;

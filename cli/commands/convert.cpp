@@ -415,12 +415,7 @@ ExitStatus convertMessage(const InputMessage& message, const ConvertOptions& opt
     DataBuffer text;
     Converter({message.name, message.bytes, out}, message.root, options, message.log).run();
     message.root.getMimeTextDb(text, /*bodyOnly*/ false, message.log);
-    if (text.failed()) {
-        out.error(message.name, "out of memory");
-        return kFailed;
-    }
-    out.writeContent(view(text));
-    return kDone;
+    return out.writeMade(text, message.name);
 }
 
 ExitStatus convert(const CommonOptions& common, const ConvertOptions& options, Output& out) {

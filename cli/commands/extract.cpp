@@ -89,10 +89,7 @@ ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, O
         return kBadUsage;
     }
     Folder folder(directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);
-    if (folder.error()) {
-        out.error(directory, std::strerror(folder.error()));
-        return kFailed;
-    }
+    if (folder.error()) return out.failed(directory, std::strerror(folder.error()));
     return forEachMessageInTurn(
         common, out, Heading::None, [&](const InputMessage& message, Output&) -> InTurn {
             const auto parts = std::make_shared<const OpenedParts>(message.opened());

@@ -8,11 +8,6 @@
 
 namespace {
 
-ExitStatus failed(const std::string& path, std::string_view reason, Output& out) {
-    out.error(path, reason);
-    return kFailed;
-}
-
 // Remembers the first error, and hands everything on.
 class FirstError : public LogBase {
 public:
@@ -43,21 +38,19 @@ ExitStatus fromXml(const CommonOptions& common, Output& out) {
     StringBuffer xml;
     {
         std::string bytes;
-        if (const char* reason = readWhole(path, bytes)) return failed(path, reason, out);
+        if (const char* reason = readWhole(path, bytes)) return out.failed(path, reason);
         if (!xml.appendN(bytes.data(), static_cast<unsigned>(bytes.size())))
-            return failed(path, "out of memory", out);
+            return out.failed(path, "out of memory");
     }
     const std::unique_ptr<MimeMessage2> message(
         MimeMessage2::createMimeFromXml(xml, "mime_message", /*addPreamble*/ false, log));
     if (!message)
-        return failed(
-            path, log.text().empty() ? "no mime_message element with header and body" : log.text(),
-            out);
+        return out.failed(
+            path, log.text().empty() ? "no mime_message element with header and body" : log.text());
     DataBuffer mail;
     message->getMimeTextDb(mail, /*bodyOnly*/ false, log);
-    if (mail.failed()) return failed(path, "out of memory", out);
-    out.writeContent(view(mail));
-    return log.text().empty() ? kDone : failed(path, log.text(), out);
+    const ExitStatus status = out.writeMade(mail, path);
+    return log.text().empty() ? status : out.failed(path, log.text());
 }
 
 }  // namespace

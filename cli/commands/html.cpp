@@ -22,8 +22,7 @@ ExitStatus writePage(const InputMessage& message, const std::string& path, Outpu
     if (file) writeReport(message, [&](std::string_view text) { file << text; });
     file.close();
     if (file) return kDone;
-    out.error(path, std::strerror(errno ? errno : EIO));
-    return kFailed;
+    return out.failed(path, std::strerror(errno ? errno : EIO));
 }
 
 }  // namespace

@@ -10,12 +10,7 @@ namespace {
 ExitStatus showRewritten(const InputMessage& message, Output& out) {
     DataBuffer text;
     message.root.getMimeTextDb(text, /*bodyOnly*/ false, message.log);
-    if (text.failed()) {
-        out.error(message.name, "out of memory");
-        return kFailed;
-    }
-    out.writeContent(view(text));
-    return kDone;
+    return out.writeMade(text, message.name);
 }
 
 }  // namespace

@@ -127,8 +127,7 @@ ExitStatus splitInto(Target& target, const CommonOptions& common, Output& out) {
             out.error(mail.name, mail.failure);
             status = kFailed;
         } else if (const int error = target.save(mail, ++number)) {
-            out.error(common.output, std::strerror(error));
-            return kFailed;
+            return out.failed(common.output, std::strerror(error));
         }
         progress.step(reader.bytesRead());
     }
@@ -148,10 +147,7 @@ ExitStatus split(const CommonOptions& common, bool isIntoFiles, Output& out) {
     std::unique_ptr<Target> target;
     if (isIntoFiles) target = std::make_unique<FilesTarget>(directory);
     else target = std::make_unique<MaildirTarget>(directory);
-    if (const int error = target->open()) {
-        out.error(directory, std::strerror(error));
-        return kFailed;
-    }
+    if (const int error = target->open()) return out.failed(directory, std::strerror(error));
     return splitInto(*target, common, out);
 }
 

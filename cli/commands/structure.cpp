@@ -17,11 +17,6 @@ struct StructureOptions {
 constexpr unsigned kMaxOutlineDepth = 1000;
 constexpr size_t kMaxOutlineBlanks = size_t(256) << 20;
 
-ExitStatus failed(const std::string& path, std::string_view reason, Output& out) {
-    out.error(path, reason);
-    return kFailed;
-}
-
 const char* outlineFault(const std::vector<Node>& nodes) {
     size_t blanks = 0;
     for (const Node& node : nodes) {
@@ -34,12 +29,10 @@ const char* outlineFault(const std::vector<Node>& nodes) {
 ExitStatus showStructure(const InputMessage& message, const StructureOptions& options,
                          Output& out) {
     if (const char* fault = outlineFault(nodesOf(message.root)))
-        return failed(message.name, fault, out);
+        return out.failed(message.name, fault);
     StringBuffer outline;
     message.root.getMimeStructure(options.xml ? 1 : 0, 0, outline, message.log);
-    if (outline.failed()) return failed(message.name, "out of memory", out);
-    out.writeContent(view(outline));
-    return kDone;
+    return out.writeMade(outline, message.name);
 }
 
 }  // namespace

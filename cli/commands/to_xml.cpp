@@ -24,9 +24,7 @@ bool printXml(const InputMessage& message, Output& out) {
 }
 
 ExitStatus showXml(const InputMessage& message, Output& out) {
-    if (printXml(message, out)) return kDone;
-    out.error(message.name, "out of memory");
-    return kFailed;
+    return printXml(message, out) ? kDone : out.failed(message.name, "out of memory");
 }
 
 }  // namespace

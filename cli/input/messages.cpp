@@ -175,10 +175,7 @@ ExitStatus forOneMessage(const CommonOptions& common, Output& out, const ShowMes
     const PrepareMessage prepare = atOnce(show);
     Loop loop{common, out, Heading::None, prepare};
     RawMail mail;
-    if (!loop.reader.next(mail)) {
-        out.error(common.paths.front(), "no messages");
-        return kFailed;
-    }
+    if (!loop.reader.next(mail)) return out.failed(common.paths.front(), "no messages");
     if (mail.failure.empty() && mail.isOneOfSeveral) {
         out.error(common.paths.front(), "several messages; name one, such as " + mail.name);
         return kBadUsage;

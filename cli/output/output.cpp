@@ -115,6 +115,11 @@ void Output::error(std::string_view path, std::string_view reason) {
     error(std::string(path) + ": " + std::string(reason));
 }
 
+ExitStatus Output::failed(std::string_view path, std::string_view reason) {
+    error(path, reason);
+    return kFailed;
+}
+
 void Output::writeContent(std::string_view bytes) {
     if (!m_screen.isTerminal) return write(bytes);
     const std::string shown = manyLines(bytes);

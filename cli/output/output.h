@@ -53,9 +53,19 @@ public:
     // ending with a line break.
     void writeContent(std::string_view bytes);
 
+    // The same for what the engine made of the message of that name, if memory sufficed for it.
+    template <class Buffer>
+    ExitStatus writeMade(const Buffer& made, std::string_view name) {
+        if (made.failed()) return failed(name, "out of memory");
+        writeContent(view(made));
+        return kDone;
+    }
+
     // As reportError does.
     void error(std::string_view message);
     void error(std::string_view path, std::string_view reason);
+    // The same as a command's last word on a file.
+    ExitStatus failed(std::string_view path, std::string_view reason);
     // Exactly these bytes on standard error.
     void writeError(std::string_view text);
 
