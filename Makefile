@@ -78,8 +78,9 @@ coverage:
 
 # Compares what this engine makes of half a million mails, and of those in FOLDERS, with what that of
 # COMMIT does (the last release).
-COMMIT ?= $(shell git describe --tags --abbrev=0)
+COMMIT ?= $(shell git describe --tags --abbrev=0 2>/dev/null)
 equality: packages
+	@[ -n "$(COMMIT)" ] || { echo "no tag to compare with: make equality COMMIT=..." >&2; exit 2; }
 	fuzz/equality.sh $(COMMIT) $(FOLDERS)
 
 # What takes longer than .ci/run may: everything in it, the recipes of other systems, then each fuzz

@@ -258,6 +258,7 @@ static void check_null(void) {
     size_t size = 1;
     mt_free(NULL), mt_message_free(NULL), mt_builder_free(NULL), mt_mbox_free(NULL);
     mt_maildir_free(NULL);
+    EXPECT(!mt_message_parse(NULL, 0, 0) && mt_last_error_code() == MT_NOT_MAIL);
     EXPECT(!mt_message_parse(NULL, 1, 0) && !mt_message_read(NULL, 0) && !mt_message_ok(NULL));
     EXPECT(!*mt_message_subject(NULL) && !*mt_message_message_id(NULL));
     EXPECT(!mt_message_header(NULL, NULL) && !mt_message_date(NULL, NULL, NULL, NULL));

@@ -262,15 +262,13 @@ std::string dateOf(sys_seconds time, minutes zone) {
     const sys_days day = floor<days>(local);
     const year_month_day date(day);
     const hh_mm_ss clock(local - day);
-    constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-    constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const char* const dayName = kWeekdays.data() + 3 * weekday(day).c_encoding();
+    const char* const monthName = kMonths.data() + 3 * (static_cast<unsigned>(date.month()) - 1);
     std::array<char, 64> text;
     const long offset = static_cast<long>(abs(zone).count());
     const int size = std::snprintf(
-        text.data(), text.size(), "%s, %02u %s %04d %02d:%02d:%02d %c%02ld%02ld",
-        kDays[weekday(day).c_encoding()], static_cast<unsigned>(date.day()),
-        kMonths[static_cast<unsigned>(date.month()) - 1], static_cast<int>(date.year()),
+        text.data(), text.size(), "%.3s, %02u %.3s %04d %02d:%02d:%02d %c%02ld%02ld", dayName,
+        static_cast<unsigned>(date.day()), monthName, static_cast<int>(date.year()),
         static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
         static_cast<int>(clock.seconds().count()), zone < minutes(0) ? '-' : '+', offset / 60,
         offset % 60);

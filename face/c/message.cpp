@@ -62,6 +62,7 @@ mt_code change(mt_message* message, const void* needed, Work work) {
 }  // namespace
 
 mt_message* mt_message_parse(const void* bytes, size_t size, unsigned options) {
+    bytes = givenBytes(bytes, size);
     if (!bytes) return refuseNull(), nullptr;
     return give<mt_message>(Message::parse(bytesOf(bytes, size), optionsOf(options)));
 }

@@ -124,7 +124,7 @@ void repeatedField(const Entity& e, Report& report) {
     std::vector<const FieldRule*> seen;
     for (const Field& field : e.fields) {
         const FieldRule* const rule = field.name.empty() ? nullptr : ruleOf(field.name);
-        if (!rule || (!e.isMessage && !field.name.starts_with("Content-"))) continue;
+        if (!rule || (!e.isMessage && !isSameWord(field.name.substr(0, 8), "Content-"))) continue;
         if (std::find(seen.begin(), seen.end(), rule) == seen.end()) seen.push_back(rule);
         else report(field.whole.data(), "the field ", rule->name, " stands once more");
     }

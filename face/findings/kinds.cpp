@@ -8,8 +8,6 @@
 #include <array>
 #include <charconv>
 
-#include "foundation/bytes/bytes.h"
-
 namespace mimetree {
 
 namespace inner::check {
@@ -370,16 +368,14 @@ std::span<const FindingKind> finding_kinds() noexcept {
     return kKinds;
 }
 
-static bool isSame(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && inner::bytes::equalIgnoreCase(a.data(), b.data(), a.size());
-}
-
 const FindingKind* finding_kind(std::string_view name) noexcept {
+    using inner::check::isSameWord;
     unsigned number = 0;  // of no kind
     const char* const end = name.data() + name.size();
     if (std::from_chars(name.data(), end, number).ptr != end) number = 0;
     for (const FindingKind& kind : finding_kinds())
-        if (number == kind.number || isSame(kind.name, name) || isSame(kind.id, name)) return &kind;
+        if (number == kind.number || isSameWord(kind.name, name) || isSameWord(kind.id, name))
+            return &kind;
     return nullptr;
 }
 

@@ -45,19 +45,17 @@ std::optional<Date> receivedAt(const Message& header) {
 
 // As asctime() has it.  A year that has not four digits would make it no date.
 std::string asctimeOf(sys_seconds time) {
-    constexpr sys_seconds kFirst = sys_days(year(0) / 1 / 1),
-                          kLast = sys_days(year(9999) / 12 / 31);
-    if (time < kFirst || time > kLast) time = {};
+    constexpr sys_seconds kBegin = sys_days(year(0) / 1 / 1),
+                          kEnd = sys_days(year(10000) / 1 / 1);
+    if (time < kBegin || time >= kEnd) time = {};
     const auto day = floor<days>(time);
     const year_month_day date(day);
     const hh_mm_ss clock(time - day);
-    constexpr std::string_view kDays = "SunMonTueWedThuFriSat";
-    constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
     std::array<char, 64> rest;
     std::snprintf(rest.data(), rest.size(), " %2u %02d:%02d:%02d %04d", unsigned(date.day()),
                   int(clock.hours().count()), int(clock.minutes().count()),
                   int(clock.seconds().count()), int(date.year()));
-    return std::string(kDays.substr(3 * weekday(day).c_encoding(), 3)) + " " +
+    return std::string(kWeekdays.substr(3 * weekday(day).c_encoding(), 3)) + " " +
            std::string(kMonths.substr(3 * (unsigned(date.month()) - 1), 3)) + rest.data();
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 
+#include "face/message/date.h"
 #include "face/message/no_mail.h"
 #include "foundation/bytes/ByteSet.h"
 #include "foundation/bytes/bytes.h"
@@ -95,8 +96,8 @@ public:
         if (hasFormOf(word, kDays)) return ++m_days, true;
         if (hasFormOf(word, kNumericDates)) return ++m_dates, true;
         if (hasFormOf(word.substr(0, 19), kMomentStarts)) return ++m_times, ++m_dates, true;
-        if (isNameOf(word, "SunMonTueWedThuFriSat")) return ++m_weekdays, true;
-        if (isNameOf(word, "JanFebMarAprMayJunJulAugSepOctNovDec")) return ++m_months, true;
+        if (isNameOf(word, kWeekdays)) return ++m_weekdays, true;
+        if (isNameOf(word, kMonths)) return ++m_months, true;
         return isZone(word) && ++m_zones <= 3;
     }
 

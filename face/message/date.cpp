@@ -116,9 +116,6 @@ int takeMinutes(Tokens& tokens) {
 
 bool isWithin(int value, int last) { return value >= 0 && value <= last; }
 
-constexpr std::string_view kWeekdays = "MonTueWedThuFriSatSun";
-constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
-
 int monthOf(Token name) { return 1 + indexIn(kMonths, 3, name); }
 
 struct Pieces {

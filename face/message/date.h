@@ -10,6 +10,10 @@
 
 namespace mimetree::inner {
 
+// Three letters each.
+inline constexpr std::string_view kWeekdays = "SunMonTueWedThuFriSat";
+inline constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+
 // RFC 5322 3.3, with the obsolete forms of 4.3; nothing for any other text.  The name of the
 // weekday is not compared with the date.
 std::optional<Date> parseDate(std::string_view text);

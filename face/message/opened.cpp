@@ -114,16 +114,18 @@ Result<OpenedParts> OpenedParts::of(const Message& message, Nested nested) noexc
     });
 }
 
-std::span<const OpenedPart> OpenedParts::list() const noexcept { return m_state->list; }
+std::span<const OpenedPart> OpenedParts::list() const noexcept {
+    if (!m_state) return {};
+    return m_state->list;
+}
 
 const OpenedPart* OpenedParts::find(std::string_view number) const noexcept {
-    if (number.empty()) return m_state->list.data();
-    const auto found =
-        std::find_if(m_state->list.begin(), m_state->list.end(),
-                     [&](const OpenedPart& part) { return part.number == number; });
-    if (found != m_state->list.end()) return &*found;
-    const bool isLeaf = m_state->list.front().part.children().empty();
-    return isLeaf && number == "1" ? m_state->list.data() : nullptr;
+    const std::span<const OpenedPart> all = list();
+    const auto found = std::find_if(
+        all.begin(), all.end(), [&](const OpenedPart& part) { return part.number == number; });
+    if (found != all.end()) return &*found;
+    const bool isLeaf = !all.empty() && all.front().part.children().empty();
+    return isLeaf && number == "1" ? all.data() : nullptr;
 }
 
 }  // namespace mimetree

@@ -36,7 +36,7 @@ struct OpenedPart {
 // Whether messages within a message are looked into.
 enum class Nested { opened, closed };
 
-// The list of them; it keeps the messages within.
+// The list of them; it keeps the messages within.  What was moved from is empty.
 class MIMETREE_API OpenedParts {
 public:
     // What was handed out is good as long as the message and this are.
@@ -48,7 +48,7 @@ public:
     OpenedParts& operator=(OpenedParts&&) noexcept;
     ~OpenedParts();
 
-    // In reading order, a part before those within it; never empty.
+    // In reading order, a part before those within it, the outermost root first.
     std::span<const OpenedPart> list() const noexcept;
     auto begin() const noexcept { return list().begin(); }
     auto end() const noexcept { return list().end(); }

@@ -11,8 +11,12 @@ class Mimetree < Formula
   depends_on "cli11" => :build
   depends_on "cmake" => :build
   depends_on "nlohmann-json" => :build
+  depends_on "nettle"
+  depends_on "re2"
+  depends_on "tbb"
 
   uses_from_macos "libxml2"
+  uses_from_macos "zlib"
 
   def install
     system "cmake", "-S", ".", "-B", "build",

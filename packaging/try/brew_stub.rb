@@ -7,7 +7,7 @@ class Formula
   class << self
     attr_reader :test_steps
 
-    %i[desc homepage url sha256 license depends_on].each { |name| define_method(name) { |*| nil } }
+    %i[desc homepage url sha256 license depends_on uses_from_macos].each { |name| define_method(name) { |*| nil } }
     def test(&steps) = @test_steps = steps
   end
 
