@@ -254,7 +254,9 @@ std::string contentId(std::string_view id) {
 // -- Made-up values
 
 std::string dateOf(sys_seconds time, minutes zone) {
-    constexpr sys_days kFirst = year(1900) / 1 / 1, kEnd = year(10000) / 1 / 1;
+    // In seconds: those are 64 bits wide everywhere.
+    constexpr sys_seconds kFirst = sys_days(year(1900) / 1 / 1),
+                          kEnd = sys_days(year(10000) / 1 / 1);
     if (abs(zone) >= days(1)) fail("the zone of the date is out of range");
     // Compared without a sum, which might overflow.
     if (time < kFirst - zone || time >= kEnd - zone) fail("the date is out of range");

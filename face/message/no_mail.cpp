@@ -25,7 +25,7 @@ constexpr size_t kFront = 16384;
 bool isBreak(char c) { return c == '\r' || c == '\n'; }
 
 std::string_view lineOf(std::string_view text) {
-    return {text.begin(), std::find_if(text.begin(), text.end(), isBreak)};
+    return text.substr(0, size_t(std::find_if(text.begin(), text.end(), isBreak) - text.begin()));
 }
 
 std::string_view behindLine(std::string_view text) {

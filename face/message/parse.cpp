@@ -69,7 +69,7 @@ Result<Root> load(std::string_view mail, ParseOptions options, LogBase& log) {
 // The source is what the caller has, or, unless that is null, what is in `own`.
 Result<std::unique_ptr<Tree>> makeTree(std::string_view mail, DataBuffer* own, ParseOptions options,
                                        LogBase& log) {
-    if (mail.size() >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
+    if (uint64_t{mail.size()} >= kTooLarge) return Error(Errc::too_large, "larger than 4 GiB");
     DataBuffer utf8;
     if (const int codePage = codePageByMark(mail)) {
         makeUtf8(mail, codePage, utf8);

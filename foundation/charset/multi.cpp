@@ -172,11 +172,13 @@ uint32_t gb18030Of(char32_t c) {
            (pointer / 10 % 126 << 8) + pointer % 10;
 }
 
-constexpr ReadyCodes kGb18030Ready(kGbIndex, kGbCodes, [](unsigned code) { return code; });
+READY_CONSTEXPR const ReadyCodes kGb18030Ready(kGbIndex, kGbCodes,
+                                               [](unsigned code) { return code; });
 
 // All but the euro sign.
-constexpr ReadyCodes kWindowsGbReady(kGbIndex, kGbCodes,
-                                     [](unsigned code) { return code == 0xA2E3 ? 0 : code; });
+READY_CONSTEXPR const ReadyCodes kWindowsGbReady(kGbIndex, kGbCodes, [](unsigned code) {
+    return code == 0xA2E3 ? 0 : code;
+});
 uint32_t windowsGbOf(char32_t c) { return c == kEuro ? 0x80 : gb18030Of(c); }
 
 // Many readers of GBK have no euro sign.
@@ -199,7 +201,7 @@ struct Ks {
 };
 
 uint32_t uhcOf(char32_t c) { return kKs.of(c); }
-constexpr ReadyCodes kUhcReady(kKsIndex, kKsCodes, [](unsigned code) { return code; });
+READY_CONSTEXPR const ReadyCodes kUhcReady(kKsIndex, kKsCodes, [](unsigned code) { return code; });
 
 // KS X 1001 is the part of 949 in which both bytes are high.
 uint32_t eucKrOf(char32_t c) { return ifGr(uhcOf(c)); }
@@ -214,7 +216,7 @@ struct Composed {
 constexpr Composed kComposed[] = {
     {0x8862, 0xCA, 0x304}, {0x8864, 0xCA, 0x30C}, {0x88A3, 0xEA, 0x304}, {0x88A5, 0xEA, 0x30C}};
 
-constexpr ReadyPairs kBig5Pairs([](unsigned lead, unsigned trail) {
+READY_CONSTEXPR const ReadyPairs kBig5Pairs([](unsigned lead, unsigned trail) {
     return gridCell(kBig5Cells, lead, trail);
 });
 
@@ -243,8 +245,9 @@ struct Big5 {
 uint32_t big5HkscsOf(char32_t c) { return kBig5.of(c); }
 
 // All but the row in which the letters of kComposed are.
-constexpr ReadyCodes kBig5Ready(kBig5Index, kBig5Codes,
-                                [](unsigned code) { return code >> 8 == 0x88 ? 0 : code; });
+READY_CONSTEXPR const ReadyCodes kBig5Ready(kBig5Index, kBig5Codes, [](unsigned code) {
+    return code >> 8 == 0x88 ? 0 : code;
+});
 
 // 950: many readers of Big5 know no others, and from 0xC6A1 to 0xC8FE vendors differ.
 uint32_t big5Of(char32_t c) {
@@ -292,7 +295,7 @@ constexpr char32_t jisForm(char32_t c) {
     return c;
 }
 
-constexpr ReadyPairs kShiftJisPairs([](unsigned lead, unsigned trail) -> unsigned {
+READY_CONSTEXPR const ReadyPairs kShiftJisPairs([](unsigned lead, unsigned trail) -> unsigned {
     const unsigned row = lead < 0xA0 ? lead - 0x81 : lead - 0xC1;
     if (row >= 60 || (lead >= 0xA0 && row < 31) || trail > 0xFC || trail == 0x7F) return 0;
     return kJisCells[row * 188 + trail - (trail < 0x7F ? 0x40 : 0x41)];
@@ -315,7 +318,8 @@ struct ShiftJis {
     }
 };
 
-constexpr ReadyCodes kShiftJisReady(kJisIndex, kJisCodes, [](unsigned code) { return code; });
+READY_CONSTEXPR const ReadyCodes kShiftJisReady(kJisIndex, kJisCodes,
+                                                [](unsigned code) { return code; });
 
 uint32_t shiftJisCode(char32_t c) {
     if (c == 0x80) return 0x80;
@@ -361,7 +365,7 @@ struct EucJp {
 
 constexpr bool isVendorRow(uint32_t code) { return code >> 8 == 0x2D || code >> 8 > 0x74; }
 
-constexpr ReadyCodes kEucJpReady(kJisIndex, kJisCodes, [](unsigned shiftJis) {
+READY_CONSTEXPR const ReadyCodes kEucJpReady(kJisIndex, kJisCodes, [](unsigned shiftJis) {
     const uint32_t code = jis0208Of(shiftJis);
     return code == 0 || isVendorRow(code) ? 0 : code | 0x8080;
 });
@@ -408,13 +412,13 @@ constexpr Codec kCodecs[] = {
 
 CodecList multiByteCodecs() { return {kCodecs, std::size(kCodecs)}; }
 
-constexpr ReadyPairs kGbPairs([](unsigned lead, unsigned trail) {
+READY_CONSTEXPR const ReadyPairs kGbPairs([](unsigned lead, unsigned trail) {
     return gridCell(kGbCells, lead, trail);
 });
-constexpr ReadyPairs kKsPairs([](unsigned lead, unsigned trail) {
+READY_CONSTEXPR const ReadyPairs kKsPairs([](unsigned lead, unsigned trail) {
     return gridCell(kKsCells, lead, trail);
 });
-constexpr ReadyPairs kJisPairs([](unsigned lead, unsigned trail) -> char32_t {
+READY_CONSTEXPR const ReadyPairs kJisPairs([](unsigned lead, unsigned trail) -> char32_t {
     if (!isGr(lead) || !isGr(trail)) return 0;
     return jisForm(kJisCells[(lead - 0xA1) * kRows + trail - 0xA1]);
 });

@@ -29,11 +29,19 @@ constexpr Ready makeReady(char32_t c) {
     return ready;
 }
 
+// Made by the compiler; but a WebAssembly module, which is fetched, makes its own while it is
+// loaded.
+#if defined(__wasm__)
+#define READY_CONSTEXPR
+#else
+#define READY_CONSTEXPR constexpr
+#endif
+
 // The pairs of a charset by both bytes, but for the highest bit of the first.
 struct ReadyPairs {
     // `pointOf` gives the character of a pair, or 0.
     template <class PointOf>
-    constexpr explicit ReadyPairs(PointOf pointOf) {
+    READY_CONSTEXPR explicit ReadyPairs(PointOf pointOf) {
         for (unsigned lead = 0x81; lead <= 0xFE; ++lead)
             for (unsigned trail = 0x40; trail <= 0xFE; ++trail)
                 at[(lead & 0x7F) << 8 | trail] = makeReady(pointOf(lead, trail));
@@ -271,8 +279,8 @@ template <size_t Codes>
 struct ReadyCodes {
     // From tables by page and place; `written` gives the code that is written for one, or 0.
     template <size_t Pages, class Written>
-    constexpr ReadyCodes(const uint16_t (&index)[Pages], const uint16_t (&codes)[Codes],
-                         Written written) {
+    READY_CONSTEXPR ReadyCodes(const uint16_t (&index)[Pages], const uint16_t (&codes)[Codes],
+                               Written written) {
         static_assert(Pages >= 1024 && Codes <= 0x10000);
         for (size_t page = 0; page < 1024; ++page)
             (page < 32 ? narrow[page] : wide[(page & 0x3C0) << 2 | 0x80 | (page & 0x3F)]) =
