@@ -4,7 +4,7 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test amalgamate package portable bench stress docs peers fuzz coverage equality \
+.PHONY: build run test web amalgamate package portable bench stress docs peers fuzz coverage equality \
     check-all packages clean
 
 build: packages
@@ -27,7 +27,13 @@ run: packages
 	done; echo "Written back and read again, it is the same."
 
 test: python-packages build
+	@$(MAKE) --no-print-directory web || echo "the package for browsers and Node is skipped"
 	ctest --preset release
+
+# The package for browsers and Node, and the page that needs no server: build/web.
+web:
+	@cmake/install-packages.sh web $(if $(shell command -v npm),,npm) || echo "going on without"
+	web/build.sh
 
 # The library as two files, mimetree.h and mimetree.cpp: g++ -std=c++20 -O2 -c mimetree.cpp
 amalgamate: packages
