@@ -421,6 +421,35 @@ TEST(Memory, FaceLooksThrough) {
     });
 }
 
+// Takes bytes without memory of its own.
+struct FixedSink final : mimetree::ByteSink {
+    explicit FixedSink(std::string& to) : text(&to) {}
+    int write(std::string_view bytes) noexcept override { return text->append(bytes), 0; }
+    std::string* text;
+};
+
+// A From line is the message's, or nothing of it is written; no file is passed over.
+TEST(Memory, FaceWritesAnMbox) {
+    using namespace mimetree;
+    const std::string mail =
+        "Return-Path: <somebody.with.a.long.name@example.org>\r\nReceived: by a host whose name is "
+        "long; Thu, 5 Nov 2026 10:00:00 +0000\r\n\r\nFrom here\r\nbegin 644 a long name of a "
+        "file.txt\r\n#86)C\r\n`\r\nend\r\n";
+    expectAllOrNothing([&] {
+        std::string written;
+        written.reserve(1000);
+        auto sink = std::make_unique<FixedSink>(written);
+        g_alsoNew = true;
+        auto box = MboxWriter::to(std::move(sink), "name");
+        const bool isAdded = box && box->add(mail);
+        const Result<Message> m = Message::parse(mail);
+        const auto found = m ? embedded_files(m->root()) : m.error();
+        g_alsoNew = false;
+        return outcome(isAdded && found, [&] { return written + found->at(0).name; }) +
+               (isAdded || written.empty() ? "" : "written");
+    });
+}
+
 // A mail of so many bytes: `unit` time and again behind `front`; and what it may take at most,
 // in bytes a byte.
 struct Growing {

@@ -2,6 +2,7 @@
 // MboxWriter: a message is its From line, its lines with "From " quoted, and a blank line.
 
 #include <cerrno>
+#include <new>
 
 #include "face/files/read_file.h"
 #include "face/mailbox/content_length.h"
@@ -46,11 +47,23 @@ std::string_view markOf(std::string_view mail) {
 }  // namespace
 
 struct MboxWriter::State {
+    void put(std::string_view mail);
+
     std::unique_ptr<ByteSink> sink;
     FileSink* file;  // the sink, if it is one
     const std::string name;
     std::string text;  // of a message; its memory is used again
 };
+
+// All of it is there before any of it is written.
+void MboxWriter::State::put(std::string_view mail) {
+    const inner::MemoryWatch watch;
+    text = inner::fromLineOf(mail);
+    text.append(markOf(mail)) += '\n';
+    inner::appendQuoted(text, mail);
+    text += hasEnd(mail) ? "\n" : "\n\n";
+    if (watch.wasRefused()) throw std::bad_alloc();
+}
 
 MboxWriter::MboxWriter(std::unique_ptr<State> state) noexcept : m_state(std::move(state)) {}
 MboxWriter::MboxWriter(MboxWriter&&) noexcept = default;
@@ -78,12 +91,8 @@ Result<MboxWriter> MboxWriter::to(std::unique_ptr<ByteSink> sink, std::string_vi
 Result<void> MboxWriter::add(std::string_view mail) noexcept {
     return inner::attempt([&]() -> Result<void> {
         if (!m_state) return Error(Errc::invalid_argument, "the mbox is closed");
-        std::string& text = m_state->text;
-        text = inner::fromLineOf(mail);
-        text.append(markOf(mail)) += '\n';
-        inner::appendQuoted(text, mail);
-        text += hasEnd(mail) ? "\n" : "\n\n";
-        const int error = m_state->sink->write(text);
+        m_state->put(mail);
+        const int error = m_state->sink->write(m_state->text);
         return error ? inner::systemError(m_state->name, error) : Result<void>();
     });
 }
