@@ -290,7 +290,10 @@ TEST(FaceMessage, FilesWithinATextInUuencode) {
     const auto namesIn = [](const Message& m) {
         std::string names;
         const auto files = embedded_files(m.root());
-        for (const EmbeddedFile& found : *files) names += found.name + "=" + found.bytes + " ";
+        for (const EmbeddedFile& found : *files) {
+            names += found.name + "=" + found.bytes + " ";
+            EXPECT_TRUE(found.lines.starts_with("begin 644") && found.lines.ends_with("\nend\n"));
+        }
         return names;
     };
     EXPECT_EQ(namesIn(parsed(plain(none + "hello\n" + file + "so\n" + file))),

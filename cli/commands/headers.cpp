@@ -3,6 +3,7 @@
 // them, or the values of some for scripts.
 
 #include <algorithm>
+#include <optional>
 
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
@@ -13,17 +14,19 @@
 namespace {
 
 using mimetree::Header;
+using mimetree::Part;
 
 struct HeadersOptions {
+    std::optional<std::string> part;
     bool raw = false;
     std::vector<std::string> names;  // --get
     bool nul = false;
 };
 
 // RFC 5322 3.6: the fields that hold lists of addresses.
-constexpr const char* kAddressLists[] = {"From",      "Reply-To",  "To",         "Cc",
-                                         "Bcc",       "Resent-To", "Resent-Cc",  "Resent-Bcc",
-                                         "Mail-Followup-To"};
+constexpr const char* kAddressLists[] = {"From",      "Reply-To",   "To",
+                                         "Cc",        "Bcc",        "Resent-To",
+                                         "Resent-Cc", "Resent-Bcc", "Mail-Followup-To"};
 
 // Longer lists stand one address a line.
 constexpr size_t kLongLine = 78;
@@ -92,9 +95,9 @@ void showDecoded(const Header& field, Output& out) {
     out.write(text + "\n");
 }
 
-void showRaw(const InputMessage& message, int index, Output& out) {
+void showRaw(MimeMessage2& node, int index, Output& out) {
     StringBuffer field;
-    message.root.m_mimeHeader.getFieldText(index, field);
+    node.m_mimeHeader.getFieldText(index, field);
     field.append("\r\n");
     out.writeContent(view(field));
 }
@@ -106,10 +109,10 @@ void showValue(const Header& field, const HeadersOptions& options, Output& out) 
     else out.write((options.raw ? manyLines(value) : oneLine(value)) + "\n");
 }
 
-ExitStatus showValues(const InputMessage& message, const HeadersOptions& options, Output& out) {
+ExitStatus showValues(const Part& part, const HeadersOptions& options, Output& out) {
     bool isFound = false;
     for (const std::string& name : options.names)
-        for (const Header& field : message.mail.headers()) {
+        for (const Header& field : part.headers()) {
             if (!isName(field.name, name)) continue;
             showValue(field, options, out);
             isFound = true;
@@ -117,15 +120,25 @@ ExitStatus showValues(const InputMessage& message, const HeadersOptions& options
     return isFound ? kDone : kFailed;
 }
 
-ExitStatus showHeaders(const InputMessage& message, const HeadersOptions& options, Output& out) {
-    if (!options.names.empty()) return showValues(message, options, out);
+ExitStatus showFields(const Part& part, const HeadersOptions& options, Output& out) {
+    if (!options.names.empty()) return showValues(part, options, out);
     if (options.raw) {
-        for (int i = 0; i < message.root.getNumHeaderFields() && out.good(); ++i)
-            showRaw(message, i, out);
+        for (int i = 0; i < part.node().getNumHeaderFields() && out.good(); ++i)
+            showRaw(part.node(), i, out);
     } else {
-        for (const Header& field : message.mail.headers()) showDecoded(field, out);
+        for (const Header& field : part.headers()) showDecoded(field, out);
     }
     return kDone;
+}
+
+// RFC 3501 6.4.5: the header of a part that is a message is that of the message within it.
+ExitStatus showHeaders(const InputMessage& message, const HeadersOptions& options, Output& out) {
+    if (!options.part) return showFields(message.mail.root(), options, out);
+    const mimetree::OpenedParts parts = message.opened();
+    if (const mimetree::OpenedPart* at = parts.find(*options.part))
+        return showFields(at[at->is_opened ? 1 : 0].part, options, out);
+    out.error("no part " + *options.part + " in " + message.name);
+    return kBadUsage;
 }
 
 }  // namespace
@@ -133,6 +146,9 @@ ExitStatus showHeaders(const InputMessage& message, const HeadersOptions& option
 Run addHeaders(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<HeadersOptions>();
     addMessages(app, common);
+    addClosed(app, common);
+    addPart(app, options->part,
+            "of the part with this number; of the message that it is, unless --closed");
     app.add_flag("--raw", options->raw, "as stored, neither decoded nor unfolded");
     CLI::Option* get =
         app.add_option("--get", options->names, "only the values of this field, one a line")
@@ -143,7 +159,8 @@ Run addHeaders(CLI::App& app, CommonOptions& common) {
         ->needs(get);
     app.footer(
         "Lists of addresses that are longer than a line stand one address a line.  --get may be\n"
-        "given several times; fields that a message has not give no line, and the status is 1 when\n"
+        "given several times; fields that a message has not give no line, and the status is 1 "
+        "when\n"
         "it has none of them.");
     return [options, &common](Output& out) {
         const Heading heading = options->names.empty() ? Heading::Name : Heading::None;

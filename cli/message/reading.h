@@ -8,6 +8,9 @@
 #include "cli/message/places.h"
 #include "cli/text/html.h"
 
+// The text of a part without the files that stand in it in uuencode, which are attachments.
+std::string textWithoutFiles(const mimetree::Part& part);
+
 class Reading {
 public:
     // `columns`: of the lines that are made out of HTML.
@@ -16,7 +19,7 @@ public:
 
     const Places& places() const { return m_places; }
 
-    // UTF-8 as it came, or made out of HTML; empty where the part shows no text.
+    // UTF-8 as it came but for files in it, or made out of HTML; empty where the part shows no text.
     std::string textOf(const mimetree::OpenedPart& at);
 
     // "[image: NAME]" for a picture that stands between texts; empty for any other part.

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "cli/message/files.h"
+#include "cli/message/reading.h"
 #include "cli/report/frame.h"
 #include "cli/report/markup.h"
 #include "cli/report/style.h"
@@ -74,17 +75,23 @@ private:
         m_sink(isOutermost ? "<section>\n<h2>Message</h2>\n"
                            : "<section>\n<h2>Message within: " + placeOf(at) + "</h2>\n");
         writeHeader(*at.message);
-        if (!at.message->text().empty()) {
-            m_sink("<h3>Text</h3>\n<pre lang=\"\" dir=\"auto\">");
-            m_sink(markupLines(at.message->text()));
-            m_sink("</pre>\n");
-        }
+        writeText(*at.message);
         if (!at.message->html().empty()) {
             m_sink(
                 "<h3>HTML</h3>\n<p>Shown without scripts, forms, links and anything remote.</p>\n");
             writeFrame(*at.message, m_sink);
         }
         m_sink("</section>\n");
+    }
+
+    void writeText(const Message& message) {
+        std::string text;
+        for (const mimetree::Part& part : message.body_parts(mimetree::TextKind::plain))
+            if (part.type() != "text/html") text += textWithoutFiles(part);
+        if (text.empty()) return;
+        m_sink("<h3>Text</h3>\n<pre lang=\"\" dir=\"auto\">");
+        m_sink(markupLines(text));
+        m_sink("</pre>\n");
     }
 
     // Of the part that the message is.

@@ -96,7 +96,7 @@ Result<std::vector<EmbeddedFile>> embedded_files(const Part& part) noexcept {
             std::string name = inner::safeName(inner::uuName(file));
             if (name.empty()) name = "file-" + std::to_string(found.size() + 1) + ".bin";
             if (auto bytes = inner::uudecoded(file))
-                found.push_back({inner::fittedName(name, ""), *std::move(bytes)});
+                found.push_back({inner::fittedName(name, ""), *std::move(bytes), file});
         }
         return found;
     });

@@ -8,6 +8,7 @@
 //     end
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mimetree/message.hpp"
@@ -18,6 +19,8 @@ namespace mimetree {
 struct EmbeddedFile {
     std::string name;   // as safe as Part::name()
     std::string bytes;  // decoded
+    // From its begin line through the end of its last: within Part::text(), which keeps them.
+    std::string_view lines;
 };
 
 // Those in the text of a part, in their order; none in what is no plain text, or is a file itself.

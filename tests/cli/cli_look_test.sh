@@ -88,6 +88,32 @@ for command in "tree --why" "show --no-pager" body headers "headers --raw" "head
     ok "harmless: $command: all are looked at" [ "$(wc -l <out)" -gt 30 ]
 done
 
+# --- files in a text are attachments, and parts and messages within have headers
+
+cat >within <<'MAIL'
+Content-Type: message/rfc822
+Subject: outer
+
+Subject: inner
+
+above
+begin 644 a.txt
+#86)C
+`
+end
+below
+MAIL
+run body within
+ok "body: a text without the files in it" is "$(cat out)" $'above\r\nbelow\r'
+run show within
+ok "show: the same, and tells of them" is "$(tail -5 out | tr -s ' ')" \
+    $'above\nbelow\n\nAttachments:\n 1.1 a.txt uuencoded 3 B'
+run headers --part 1 --get Subject within
+ok "headers --part: of the message that it is" is "$(cat out)" inner
+run headers --part 1 --closed --raw within
+ok "headers --part: or its own" is "$(tail -1 out)" $'Subject: outer\r'
+fails 2 "no part 3 in within" headers --part 3 within
+
 # --- show, and HTML as text
 
 cat >html <<'MAIL'
