@@ -4,8 +4,8 @@
 FILE ?= examples/welcome.eml
 mimetree := build/release/cli/mimetree
 
-.PHONY: build run test web amalgamate package portable bench stress docs peers fuzz coverage equality \
-    check-all packages clean
+.PHONY: build run test web amalgamate package portable bench bench-archive stress docs peers fuzz \
+    coverage equality check-all packages clean
 
 build: packages
 	@cmake --preset release >/dev/null
@@ -52,9 +52,16 @@ portable:
 	@cmake/install-packages.sh build portable
 	packaging/portable.sh . build/portable $(PORTABLE)
 
-# Measures the engine beside other libraries; writes docs/benchmarks.md.
+# Measures the engine beside other libraries; writes docs/benchmarks.md, but for what the next does.
 bench: peers
 	python3 bench/compare.py build/bench docs
+
+# Measures the program over 100,000 mails beside others; takes half an hour and 4 GB of disk.
+bench-archive: packages
+	@cmake/install-packages.sh bench
+	@cmake --preset release >/dev/null
+	cmake --build --preset release --target mimetree-cli
+	python3 bench/archive_compare.py $(mimetree) docs
 
 # Attacks it beside the same libraries; writes docs/robustness.md.
 stress: peers

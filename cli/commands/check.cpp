@@ -173,7 +173,7 @@ std::string textOf(const std::string& name, const std::vector<Finding>& findings
 }
 
 InTurn check(const InputMessage& message, const CheckOptions& options, Sarif& sarif, Output& out) {
-    auto findings = mimetree::findings(message.mail);
+    auto findings = mimetree::findings(message.mail, message.nested);
     if (!findings) throw std::bad_alloc();
     const ExitStatus status = statusOf(*findings);
     if (!options.sarif) {
@@ -203,6 +203,7 @@ Run addCheck(CLI::App& app, CommonOptions& common) {
     const auto options = std::make_shared<CheckOptions>();
     addMessages(app, common);
     app.get_option("FILE")->required(false);
+    addClosed(app, common);
     CLI::Option* const json =
         app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.add_flag("--sarif", options->sarif, "one SARIF 2.1.0 document, for CI systems")

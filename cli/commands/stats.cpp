@@ -143,7 +143,7 @@ Seen look(const InputMessage& message) {
                 {file.bytes.size(), std::move(file.name), std::string(file.type), message.name});
         });
     }
-    const auto findings = mimetree::findings(message.mail);
+    const auto findings = mimetree::findings(message.mail, message.nested);
     if (!findings) throw std::bad_alloc();
     for (const mimetree::Finding& finding : *findings)
         seen.findings.insert(std::string(finding.id) + " " + std::string(finding.name));

@@ -9,10 +9,9 @@
 //     cli/input/     FILE arguments and what they name, as a stream of messages
 //     cli/message/   the parts of a message, messages within messages included
 //     cli/report/    the page that html writes
-//     cli/text/      HTML as text
-//     cli/terminal/  widths of text, rows that fit, the pager
+//     cli/text/      HTML as text, patterns in texts
+//     cli/terminal/  widths of text, rows that fit, the pager, the progress line
 //     cli/output/    writing, checked; escaping; colours; error lines
-//     cli/terminal/  what only a terminal is shown: the progress line
 //
 // A source has the shape
 //

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 #include <new>
-#include <new>
 #include <string>
 
 #include "cli/commands/table.h"
@@ -116,7 +115,7 @@ private:
 
     // The worst of each part.
     void findFindings() {
-        const auto list = mimetree::findings(m_message.mail);
+        const auto list = mimetree::findings(m_message.mail, m_message.nested);
         if (!list) throw std::bad_alloc();
         for (const mimetree::Finding& finding : *list) {
             mimetree::Severity& worst = m_worst.try_emplace(finding.part, finding.severity)

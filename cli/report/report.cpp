@@ -164,7 +164,7 @@ private:
     }
 
     void writeFindings() {
-        const auto found = mimetree::findings(m_message.mail);
+        const auto found = mimetree::findings(m_message.mail, m_message.nested);
         if (!found) throw std::bad_alloc();
         if (found->empty()) return;
         openTable("Findings", {"Finding", "Severity", "Part", "Line", "What"});

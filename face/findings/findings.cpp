@@ -26,12 +26,13 @@ void walkThrough(const Origin& origin, Report& report, std::vector<Origin>& foun
     Walk(*message, origin, report).run(found);
 }
 
-std::vector<Finding> findingsOf(const Message& message, std::string_view source) {
+std::vector<Finding> findingsOf(const Message& message, std::string_view source, Nested nested) {
     Report report;
     std::vector<Origin> level, next;
     Origin origin;
     origin.text = source;
     Walk(message, origin, report).run(next);
+    if (nested == Nested::closed) next.clear();
     while (!next.empty() && next.front().depth <= kMaxDepth) {
         level.swap(next);
         next.clear();
@@ -41,20 +42,20 @@ std::vector<Finding> findingsOf(const Message& message, std::string_view source)
 }
 
 // The message as it would be written, read again: the places are those in its bytes.
-Result<std::vector<Finding>> findingsOfWritten(const Message& message) {
+Result<std::vector<Finding>> findingsOfWritten(const Message& message, Nested nested) {
     const Result<std::string> written = message.write();
     if (!written) return written.error();
     const auto again = Message::parse(*written, {.source = SourceBytes::borrow});
     if (!again) return std::vector<Finding>();
-    return findingsOf(*again, *written);
+    return findingsOf(*again, *written, nested);
 }
 
 }  // namespace
 
-Result<std::vector<Finding>> findings(const Message& message) noexcept {
+Result<std::vector<Finding>> findings(const Message& message, Nested nested) noexcept {
     return inner::attempt([&]() -> Result<std::vector<Finding>> {
-        if (message.source().empty()) return findingsOfWritten(message);
-        return findingsOf(message, message.source());
+        if (message.source().empty()) return findingsOfWritten(message, nested);
+        return findingsOf(message, message.source(), nested);
     });
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "face/findings/count.h"
 #include "face/findings/entity.h"
 
 namespace mimetree::inner::check {
@@ -12,27 +13,25 @@ namespace {
 
 struct LineCount {
     size_t crlf = 0, lf = 0, cr = 0;
-    const char* firstLf = nullptr;
-    const char* firstCrlf = nullptr;
 };
 
 LineCount countLines(std::string_view text) {
+    const auto isCrlf = [](const char* p) { return (p[0] == '\r') & (p[1] == '\n'); };
     LineCount count;
-    const char* p = text.data();
-    const char* const end = p + text.size();
-    while (p != end) {
-        const auto* const lf =
-            static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
-        if (!lf) break;
-        const bool isCrlf = lf != text.data() && lf[-1] == '\r';
-        const char*& first = isCrlf ? count.firstCrlf : count.firstLf;
-        if (!first) first = lf;
-        ++(isCrlf ? count.crlf : count.lf);
-        p = lf + 1;
-    }
-    count.cr = static_cast<size_t>(std::count(text.begin(), text.end(), '\r')) - count.crlf;
+    count.crlf = countPlaces(text, isCrlf, 1);
+    count.lf = countOf(text, '\n') - count.crlf;
+    count.cr = countOf(text, '\r') - count.crlf;
     return count;
 }
+
+// There is one.
+const char* firstBareLf(std::string_view text) {
+    size_t at = text.find('\n');
+    while (at > 0 && text[at - 1] == '\r') at = text.find('\n', at + 1);
+    return text.data() + at;
+}
+
+bool hasCr(std::string_view text) { return std::memchr(text.data(), '\r', text.size()) != nullptr; }
 
 // Other messages stand in the text of this one, unless they were encoded.
 bool hasOwnText(const Entity& e) {
@@ -43,15 +42,16 @@ bool hasOwnText(const Entity& e) {
 
 // A file with LF throughout is how mail is stored, and no finding.
 void mixedLineEnds(const Entity& e, Report& report) {
-    if (!hasOwnText(e)) return;
+    if (!hasOwnText(e) || !hasCr(e.whole)) return;
     const LineCount count = countLines(e.whole);
     if (count.crlf == 0 || count.lf == 0) return;
-    report(count.lf <= count.crlf ? count.firstLf : count.firstCrlf, count.crlf,
+    const char* const firstCrlf = e.whole.data() + e.whole.find("\r\n") + 1;
+    report(count.lf <= count.crlf ? firstBareLf(e.whole) : firstCrlf, count.crlf,
            " lines end with CRLF and ", count.lf, " with LF alone");
 }
 
 void bareCarriageReturn(const Entity& e, Report& report) {
-    if (!hasOwnText(e) || std::memchr(e.whole.data(), '\r', e.whole.size()) == nullptr) return;
+    if (!hasOwnText(e) || !hasCr(e.whole)) return;
     const size_t cr = countLines(e.whole).cr;
     if (cr == 0) return;
     const char* p = e.whole.data();

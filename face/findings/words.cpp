@@ -97,7 +97,7 @@ private:
 template <class Take>
 void eachWord(const Entity& e, const Take& take) {
     for (const Field& field : e.fields) {
-        if (field.name.empty() ||
+        if (field.name.empty() || field.value.find("=?") == field.value.npos ||
             grammarOf(field.name.data(), field.name.size()) == FieldGrammar::Opaque)
             continue;
         Words words(field.value);

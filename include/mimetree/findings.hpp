@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "mimetree/message.hpp"
+#include "mimetree/opened.hpp"
 #include "mimetree/result.hpp"
 
 namespace mimetree {
@@ -67,7 +68,8 @@ struct Finding {
 };
 
 // What is wrong with the message, in the order of the places.  Messages within it are opened to a
-// depth of 32.  An error only when memory is exhausted.
-MIMETREE_API Result<std::vector<Finding>> findings(const Message& message) noexcept;
+// depth of 32, unless they are to stay closed.  An error only when memory is exhausted.
+MIMETREE_API Result<std::vector<Finding>> findings(const Message& message,
+                                                   Nested nested = Nested::opened) noexcept;
 
 }  // namespace mimetree

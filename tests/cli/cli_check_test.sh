@@ -21,6 +21,12 @@ ok "several: critical" has 'a b.eml:4: critical MT014 repeated-from: '
 run check good.eml missing.eml
 ok "what cannot be read" is "$status" 1
 
+(printf "${head}Content-Type: message/rfc822\n\n" && cat warned.eml) >within.eml
+run check within.eml
+ok "within a message" is "$status $(grep -c 'MT009.*(part 1.1)' out)" "3 1"
+run check --closed within.eml
+ok "within a message that stays shut" is "$status $(wc -c <out)" "0 0"
+
 run check --json warned.eml
 ok "json: facts" python3 -c 'import json; f, = json.load(open("out"))["findings"]
 assert (f["id"], f["line"], f["severity"], f["more"]) == ("MT009", 4, "warning", 0), f'

@@ -66,6 +66,16 @@ run tree names
 export LC_ALL=C.UTF-8
 ok "tree: ASCII lines where the locale is" has '|- 2 application/octet-stream'
 
+# --- what check finds, and files that stand in a text
+
+printf '%s\n' 'From: a@b' 'From: c@d' 'Content-Type: multipart/mixed; boundary=b' '' \
+    '--b' 'A : 1' '' 'begin 644 plan.txt' '#86)C' '`' 'end' '--b' '' 'x' '--b--' >found
+run tree found
+ok "tree: critical findings are marked" grep -q '^multipart/mixed.*!!$' out
+ok "tree: so are warnings" grep -q '1 text/plain.* ● body  *!$' out
+ok "tree: and nothing else" is "$(grep -c '!' out)" 2
+ok "tree: a uuencoded file" grep -q '└─ uuencoded  *3 B  ◆ attached  *plan.txt$' out
+
 # --- every rule has its place in the questions, and samples of the mails
 
 run tree --why "$samples"
