@@ -112,7 +112,7 @@ constexpr Command kCommands[] = {
      "FILE",
      "The message as XML",
      {{"To a file", "mimetree to-xml mail.eml > mail.xml"},
-      {"Asked by XPath", "mimetree to-xml mail.eml | xmllint --xpath '//header/subject/text()' -"},
+      {"Asked by XPath", "mimetree to-xml mail.eml | xmllint --xpath '//header/From/address/addr/text()' -"},
       {"There and back", "mimetree to-xml mail.eml | mimetree from-xml - > again.eml"}},
      addToXml},
     {"from-xml",
