@@ -335,13 +335,16 @@ TEST(Memory, C) {
             add(mt_part_header(part, "Content-Disposition"));
         }
         add(mt_message_address_name(message, "From", 0));
+        char* const from = mt_message_addresses(message, "From");
+        add(from);
         size_t size = 0;
         char* const xml = mt_message_to_xml(message, &size);
         mt_message* const again = mt_message_from_xml(xml, size);
-        const bool isWhole = xml && again && mt_message_ok(message) && mt_mbox_status(box) == MT_OK;
+        const bool isWhole = from && xml && again && mt_message_ok(message) && mt_mbox_status(box) == MT_OK;
         add(xml);
         add(mt_message_text(again, nullptr));
         const bool isRead = isWhole && mt_message_ok(again);
+        mt_free(from);
         mt_free(xml);
         mt_message_free(again);
         mt_message_free(message);

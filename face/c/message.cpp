@@ -124,7 +124,7 @@ const char* mt_message_address_name(const mt_message* message, const char* field
 
 char* mt_message_addresses(const mt_message* message, const char* field) {
     if (!message) return refuseNull(), nullptr;
-    return give(mimetree::Result(addressesOf(message, field).text()));
+    return give(attempt([&] { return mimetree::Result(addressesOf(message, field).text()); }));
 }
 
 // -- What is in it

@@ -66,6 +66,7 @@ std::string Addresses::text() const noexcept {
         }
         return text;
     } catch (...) {
+        inner::MemoryWatch::noteRefusal();
         return {};
     }
 }
