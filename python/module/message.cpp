@@ -10,29 +10,25 @@ namespace {
 // What a member function of Message gives.
 template <auto Get>
 py::object of(const Given<Held>& self) {
-    Turn turn(*self);
-    py::object value = toPython((self->message.*Get)());
-    checkMemory(*self);
-    return value;
+    return ask(*self, [&] { return toPython((self->message.*Get)()); });
 }
 
 template <auto Get>
 py::object named(const Given<Held>& self, const py::str& name) {
-    Turn turn(*self);
-    return toPython((self->message.*Get)(utf8(name)));
+    return ask(*self, [&] { return toPython((self->message.*Get)(utf8(name))); });
 }
 
 template <auto Get>
 py::tuple partsOf(const Given<Held>& self) {
-    Turn turn(*self);
-    return toPython(self, (self->message.*Get)());
+    return ask(*self, [&] { return toPython(self, (self->message.*Get)()); });
 }
 
 template <auto Get>
 py::object foundPart(const Given<Held>& self, const py::str& key) {
-    Turn turn(*self);
-    const std::optional<Part> part = (self->message.*Get)(utf8(key));
-    return part ? toPython(self, *part) : py::none();
+    return ask(*self, [&] {
+        const std::optional<Part> part = (self->message.*Get)(utf8(key));
+        return part ? toPython(self, *part) : py::none();
+    });
 }
 
 py::object root(const Given<Held>& self) {
@@ -43,8 +39,8 @@ py::object root(const Given<Held>& self) {
 py::tuple bodyParts(const Given<Held>& self, const py::str& preferred) {
     const std::string kind = utf8(preferred);
     if (kind != "plain" && kind != "html") throw py::value_error("neither \"plain\" nor \"html\"");
-    Turn turn(*self);
-    return toPython(self, self->message.body_parts(kind == "html" ? TextKind::html : TextKind::plain));
+    const TextKind which = kind == "html" ? TextKind::html : TextKind::plain;
+    return ask(*self, [&] { return toPython(self, self->message.body_parts(which)); });
 }
 
 // -- Changes

@@ -56,6 +56,15 @@ private:
 // Raises MemoryError where it has run out behind an answer.
 void checkMemory(const Held& held);
 
+// What `f`, which asks the message something, gives when it is this thread's turn.
+template <class F>
+auto ask(Held& held, F&& f) {
+    Turn turn(held);
+    auto value = f();
+    checkMemory(held);
+    return value;
+}
+
 // -- As Python has it
 
 inline py::object toPython(std::string_view value) { return text(value); }

@@ -10,27 +10,21 @@ namespace {
 // What a member function of Part gives.
 template <auto Get>
 py::object of(const Given<HeldPart>& self) {
-    Turn turn(*self->held);
-    py::object value = toPython((self->get().*Get)());
-    checkMemory(*self->held);
-    return value;
+    return ask(*self->held, [&] { return toPython((self->get().*Get)()); });
 }
 
 template <auto Get>
 py::object viewOf(const Given<HeldPart>& self) {
-    Turn turn(*self->held);
-    return toPython(self->held, (self->get().*Get)());
+    return ask(*self->held, [&] { return toPython(self->held, (self->get().*Get)()); });
 }
 
 template <auto Get>
 py::object named(const Given<HeldPart>& self, const py::str& name) {
-    Turn turn(*self->held);
-    return toPython((self->get().*Get)(utf8(name)));
+    return ask(*self->held, [&] { return toPython((self->get().*Get)(utf8(name))); });
 }
 
 py::tuple children(const Given<HeldPart>& self) {
-    Turn turn(*self->held);
-    return toPython(self->held, self->get().children());
+    return ask(*self->held, [&] { return toPython(self->held, self->get().children()); });
 }
 
 HeldPtr message(const Given<HeldPart>& self) {
@@ -59,9 +53,10 @@ py::str save(const Given<HeldPart>& self, const py::object& directory) {
 }
 
 py::bytes copied(const Given<HeldPart>& self) {
-    Turn turn(*self->held);
-    const std::span<const std::byte> data = self->get().bytes();
-    return bytes({reinterpret_cast<const char*>(data.data()), data.size()});
+    return ask(*self->held, [&] {
+        const std::span<const std::byte> data = self->get().bytes();
+        return bytes({reinterpret_cast<const char*>(data.data()), data.size()});
+    });
 }
 
 py::str repr(const Given<HeldPart>& self) {

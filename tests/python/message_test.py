@@ -12,6 +12,8 @@ import io
 import os
 import pathlib
 import pickle
+import subprocess
+import sys
 import tempfile
 import threading
 import unittest
@@ -152,6 +154,21 @@ class ErrorsTest(unittest.TestCase):
         mimetree.parse(broken)
         with self.assertRaises(mimetree.DamagedError):
             mimetree.parse(broken, strict=True)
+
+
+    @unittest.skipUnless(os.path.exists("/proc/self/statm"), "the size of the process is not known")
+    def test_memory_that_ran_out_is_no_missing_field(self):
+        code = """
+import mimetree, resource
+mail = mimetree.parse(b"X-Big: " + b"a" * 60000000 + b"\\n\\n")
+used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (used + 30000000, -1))
+try:
+    mail.header("X-Big")
+except MemoryError:
+    print("out of memory")
+"""
+        self.assertEqual(subprocess.check_output([sys.executable, "-c", code]), b"out of memory\n")
 
 
 class LifetimesTest(unittest.TestCase):
