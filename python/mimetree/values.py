@@ -65,6 +65,8 @@ class EmbeddedFile(NamedTuple):
     """As safe as Part.name."""
     bytes: bytes
     """Decoded."""
+    lines: str
+    """From its begin line through the end of its last, as Part.text has them."""
 
 
 class OpenedPart(NamedTuple):

@@ -117,15 +117,17 @@ py::object source(const Given<Held>& self) {
     return toPython(self, std::as_bytes(std::span(self->message.source())));
 }
 
-py::object findingsOf(const Given<Held>& self) {
+Nested nestedIf(bool nested) { return nested ? Nested::opened : Nested::closed; }
+
+py::object findingsOf(const Given<Held>& self, bool nested) {
     Turn turn(*self);
-    return toPython(taken(aside([&] { return findings(self->message); })));
+    return toPython(taken(aside([&] { return findings(self->message, nestedIf(nested)); })));
 }
 
 py::object openedParts(const Given<Held>& self, bool nested) {
     Turn turn(*self);
-    const Nested which = nested ? Nested::opened : Nested::closed;
-    return toPython(self, taken(aside([&] { return OpenedParts::of(self->message, which); })));
+    return toPython(
+        self, taken(aside([&] { return OpenedParts::of(self->message, nestedIf(nested)); })));
 }
 
 py::tuple reduce(const Given<Held>& self) {
@@ -198,7 +200,9 @@ void addChanges(py::class_<Held, HeldPtr>& message) {
         .def_property_readonly("source", &source,
                                "The bytes that it was read from, as a memoryview; empty for a message "
                                "that was made or changed.")
-        .def("findings", &findingsOf, "What is wrong with the message, in the order of the places.")
+        .def("findings", &findingsOf, py::kw_only(), py::arg("nested") = true,
+             "What is wrong with the message, and with those within unless not `nested`, in the order of "
+             "the places.")
         .def("as_bytes", &write, "The message as bytes, with CRLF.")
         .def("__bytes__", &write)
         .def("__reduce__", &reduce)

@@ -61,7 +61,7 @@ py::object toPython(const std::vector<EmbeddedFile>& files) {
     const py::object EmbeddedFile = named("EmbeddedFile");
     py::list list;
     for (const mimetree::EmbeddedFile& one : files)
-        list.append(EmbeddedFile(text(one.name), bytes(one.bytes)));
+        list.append(EmbeddedFile(text(one.name), bytes(one.bytes), text(one.lines)));
     return py::tuple(list);
 }
 

@@ -113,14 +113,15 @@ class ReadingTest(unittest.TestCase):
 
 
     def test_messages_within_are_changed_by_themselves(self):
-        inside = b"Subject: in\n\nbegin 644 a/b.txt\n#86)C\n`\nend\n"
+        inside = b"Subject: in\nno field\n\nbegin 644 a/b.txt\n#86)C\n`\nend\n"
         mail = mimetree.parse(b"Subject: out\nContent-Type: message/rfc822\n\n" + inside)
+        self.assertLess(len(mail.findings(nested=False)), len(mail.findings()))
         opened = mail.opened_parts()
         self.assertEqual([opened.find(number) for number in ("", "1", "1.1", "2")], [*opened[:1], *opened, None])
         at = opened[1]
         del mail, opened
         gc.collect()
-        self.assertEqual(at.part.embedded_files(), (("b.txt", b"abc"),))
+        self.assertEqual(at.part.embedded_files(), (("b.txt", b"abc", at.part.text),))
         at.message.set_header("Subject", "new")
         self.assertRaises(mimetree.StaleError, at.part.embedded_files)
         self.assertEqual(pickle.loads(pickle.dumps(at.message)).subject, "new")
