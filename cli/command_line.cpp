@@ -11,6 +11,7 @@
 
 #include "cli/input/gzip.h"
 #include "cli/input/jobs.h"
+#include "cli/message/tnef.h"
 #include "cli/output/sha256.h"
 #include "cli/text/html.h"
 #include "cli/text/pattern.h"
@@ -34,6 +35,7 @@ std::string versionText() {
         {jobsLibrary(), "oneTBB"},
         {htmlLibrary(), "libxml2"},
         {std::string(digestLibrary()), "nettle"},
+        {std::string(tnefLibrary()), "libytnef"},
         {patternLibrary(), "RE2"}};
     for (const auto& [found, name] : libraries) {
         std::string& list = found.empty() ? without : with;

@@ -148,6 +148,8 @@ const struct {
     {"message-id-malformed", "^From: a@example.org|Message-ID: a b||a|"},
     {"from-missing", "^Subject: a||a|"},
     {"address-malformed", "Cc: nobody||a|"},
+    {"winmail-dat", "Content-Type: application/octet-stream; name=winmail.dat|"
+                    "Content-Transfer-Encoding: base64||eJ8+IgEA|"},
     {"name-looks-like-address", "Cc: \"pay@bank.example\" <eve@example.org>||a|"},
 };
 

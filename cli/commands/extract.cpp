@@ -113,11 +113,10 @@ Run addExtract(CLI::App& app, CommonOptions& common) {
     app.add_flag("--json", options->json, "one JSON document a message, one line each");
     app.footer(
         "Parts count as attachments that say so, that are no text, or that have a file name and\n"
-        "are not the message's own text; so do messages within the message, and what is attached "
-        "to\n"
-        "those, and files that stand uuencoded in a text.  A part goes to one file in DIR, never "
-        "elsewhere, over\n"
-        "a file that is there or through a symbolic link: a name in use becomes \"name (2).ext\".\n"
-        "Text keeps its charset, and files have the date of the message.");
+        "are not the message's own text; so do messages within the message, and what is attached\n"
+        "to those, and files that stand uuencoded in a text or in a winmail.dat.  A part goes to\n"
+        "one file in DIR, never elsewhere, over a file that is there or through a symbolic link: a\n"
+        "name in use becomes \"name (2).ext\".  Text keeps its charset, and files have the date of\n"
+        "the message.");
     return [options, &common](Output& out) { return extract(common, *options, out); };
 }

@@ -9,12 +9,12 @@
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
+#include "cli/message/contained.h"
 #include "cli/message/reading.h"
 #include "cli/terminal/fill.h"
 #include "cli/terminal/grid.h"
 #include "cli/terminal/size.h"
 #include "cli/terminal/width.h"
-#include "mimetree/embedded.hpp"
 
 namespace {
 
@@ -63,7 +63,8 @@ public:
             showText(m_reading.textOf(at));
             showText(m_reading.pictureOf(at));
             if (isFile(at)) addFile(at);
-            addEmbedded(at);
+            for (const ContainedFile& file : containedFiles(at.part))
+                addRow(at, file.name, file.how, file.bytes.size());
         }
         if (m_reading.missesHtml()) showText("[HTML, which this build cannot show: body --html]");
         showText(m_reading.linkLines());
@@ -97,7 +98,8 @@ private:
     void showField(std::string_view name, const std::string& value) {
         if (value.empty()) return;
         const std::string label = padded(std::string(name) + ":", 9);
-        const size_t columns = m_out.screen().isTerminal ? m_out.screen().columns : std::string::npos;
+        const size_t columns =
+            m_out.screen().isTerminal ? m_out.screen().columns : std::string::npos;
         std::string lines;
         fill(oneLine(value), columns, label, std::string(label.size(), ' '), lines);
         m_out.write(m_out.coloured(Colour::Cyan, lines.substr(0, label.size())) +
@@ -124,14 +126,6 @@ private:
     void addFile(const OpenedPart& at) {
         const std::string_view name = at.part.declared_name();
         addRow(at, name.empty() ? at.part.name() : name, at.part.type(), at.part.bytes().size());
-    }
-
-    // Files that stand uuencoded in a text.
-    void addEmbedded(const OpenedPart& at) {
-        const auto files = mimetree::embedded_files(at.part);
-        if (!files) throw std::bad_alloc();
-        for (const mimetree::EmbeddedFile& file : *files)
-            addRow(at, file.name, "uuencoded", file.bytes.size());
     }
 
     void addRow(const OpenedPart& at, std::string_view name, std::string_view type, size_t size) {

@@ -10,11 +10,11 @@
 #include "cli/commands/table.h"
 #include "cli/input/arguments.h"
 #include "cli/input/messages.h"
+#include "cli/message/contained.h"
 #include "cli/message/json_document.h"
 #include "cli/message/places.h"
 #include "cli/terminal/grid.h"
 #include "cli/terminal/size.h"
-#include "mimetree/embedded.hpp"
 #include "mimetree/findings.hpp"
 
 namespace {
@@ -102,7 +102,7 @@ public:
                 m_isOpen[at.depth - 1] = m_lastChildren[*at.parent] != i;
             }
             grid.add(cellsOf(at), m_options.why ? noteOf(at) : std::string());
-            addEmbedded(at, grid);
+            addContained(at, grid);
         }
         grid.write(m_out);
     }
@@ -118,8 +118,8 @@ private:
         const auto list = mimetree::findings(m_message.mail, m_message.nested);
         if (!list) throw std::bad_alloc();
         for (const mimetree::Finding& finding : *list) {
-            mimetree::Severity& worst = m_worst.try_emplace(finding.part, finding.severity)
-                                            .first->second;
+            mimetree::Severity& worst =
+                m_worst.try_emplace(finding.part, finding.severity).first->second;
             worst = std::max(worst, finding.severity);
         }
     }
@@ -132,15 +132,13 @@ private:
         return {"", isWarning ? "!" : "", "", Colour::Yellow};
     }
 
-    // Files that stand uuencoded in a text.
-    void addEmbedded(const OpenedPart& at, Grid& grid) const {
-        const auto files = mimetree::embedded_files(at.part);
-        if (!files) throw std::bad_alloc();
-        for (const mimetree::EmbeddedFile& file : *files) {
-            const bool isLast = &file == &files->back();
+    void addContained(const OpenedPart& at, Grid& grid) const {
+        const std::vector<ContainedFile> files = containedFiles(at.part);
+        for (const ContainedFile& file : files) {
+            const bool isLast = &file == &files.back();
             const std::string lead = linesAbove(std::min(at.depth, m_levels)) +
                                      (isLast ? m_guides.last : m_guides.branch);
-            grid.add({{lead, "uuencoded", "", Colour::None},
+            grid.add({{lead, std::string(file.how), "", Colour::None},
                       {},
                       {},
                       {"", humanSize(file.bytes.size()), "", Colour::None},
@@ -170,16 +168,16 @@ private:
         const std::string number = at.number.empty() ? "" : at.number + " ";
         if (at.depth > m_levels)
             return linesAbove(m_levels) + "(depth " + std::to_string(at.depth) + ") " + number;
-        return linesAbove(at.depth - 1) + (m_isOpen[at.depth - 1] ? m_guides.branch : m_guides.last) +
-               number;
+        return linesAbove(at.depth - 1) +
+               (m_isOpen[at.depth - 1] ? m_guides.branch : m_guides.last) + number;
     }
 
     // A charset matters for texts, and a coding where it changes the bytes.
     std::vector<Cell> cellsOf(const OpenedPart& at) const {
         const Part& part = at.part;
         const bool isLeaf = part.children().empty();
-        const bool isPlain = part.encoding() == "7bit" || part.encoding() == "8bit" ||
-                             part.encoding() == "binary";
+        const bool isPlain =
+            part.encoding() == "7bit" || part.encoding() == "8bit" || part.encoding() == "binary";
         return {
             {leadOf(at), cellText(part.type()), cellText(part.type()), colourOf(part.type())},
             {"", isLeaf && part.is_text() ? cellText(part.charset()) : "", "", Colour::None},
@@ -214,10 +212,10 @@ private:
     const TreeOptions& m_options;
     Output& m_out;
     const Guides& m_guides;
-    const unsigned m_levels;              // that are drawn
+    const unsigned m_levels;                            // that are drawn
     std::map<std::string, mimetree::Severity> m_worst;  // finding, by part
-    std::vector<size_t> m_lastChildren;   // of each part; 0 without any
-    std::vector<bool> m_isOpen;           // whether more follows on each level
+    std::vector<size_t> m_lastChildren;                 // of each part; 0 without any
+    std::vector<bool> m_isOpen;                         // whether more follows on each level
 };
 
 ExitStatus showTree(const InputMessage& message, const TreeOptions& options, Output& out) {
@@ -238,7 +236,8 @@ Run addTree(CLI::App& app, CommonOptions& common) {
         ->excludes(json);
     app.footer(
         "Marked are the body (what a reader shows), variants of it (the HTML beside the text),\n"
-        "what is inline (pictures in the text) and what is attached; \"!\" and \"!!\" tell of warnings\n"
+        "what is inline (pictures in the text) and what is attached; \"!\" and \"!!\" tell of "
+        "warnings\n"
         "and of critical findings of check.  On a terminal, lines are\n"
         "made to fit: charset and coding go first, then names are cut in the middle.\n"
         "\n"

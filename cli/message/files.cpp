@@ -4,7 +4,7 @@
 
 #include <new>
 
-#include "mimetree/embedded.hpp"
+#include "cli/message/contained.h"
 
 namespace {
 
@@ -27,6 +27,6 @@ void forEachFile(const mimetree::Part& part, Wanted wanted, const std::function<
     if (!part.children().empty()) return;
     if (wanted == Wanted::AllLeaves || isFile(part))
         take({part.type(), std::string(part.name()), orOutOfMemory(part.file_bytes())});
-    for (mimetree::EmbeddedFile& file : orOutOfMemory(mimetree::embedded_files(part)))
+    for (ContainedFile& file : containedFiles(part))
         take({"application/octet-stream", std::move(file.name), std::move(file.bytes)});
 }

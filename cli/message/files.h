@@ -16,5 +16,5 @@ struct File {
 
 enum class Wanted { Files, AllLeaves };
 
-// The part itself, and those in uuencode in its text.
+// The part itself, and those contained in it.
 void forEachFile(const mimetree::Part& part, Wanted wanted, const std::function<void(File)>& take);

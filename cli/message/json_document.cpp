@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What `tree --json` and `json` print: what the tree shows and more, as one document a message.  The nodes
-// stand in a flat list with their depth and parent, since a writer of nested JSON recurses, and a
-// message may nest deeper than the call stack goes.
+// What `tree --json` and `json` print: what the tree shows and more, as one document a message. The
+// nodes stand in a flat list with their depth and parent, since a writer of nested JSON recurses,
+// and a message may nest deeper than the call stack goes.
 
 #include "cli/message/json_document.h"
 

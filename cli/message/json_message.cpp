@@ -25,9 +25,9 @@ struct AddressMember {
     const char* field;
 };
 
-constexpr AddressMember kAddressMembers[] = {{"from", "From"},        {"sender", "Sender"},
-                                             {"replyTo", "Reply-To"}, {"to", "To"},
-                                             {"cc", "Cc"},            {"bcc", "Bcc"}};
+constexpr AddressMember kAddressMembers[] = {
+    {"from", "From"}, {"sender", "Sender"}, {"replyTo", "Reply-To"},
+    {"to", "To"},     {"cc", "Cc"},         {"bcc", "Bcc"}};
 
 // RFC 3339 5.6, which is ISO 8601; null for years that it has no form for.
 Json timeOf(sys_seconds time, minutes zone, bool isZoneKnown) {

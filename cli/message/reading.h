@@ -19,7 +19,8 @@ public:
 
     const Places& places() const { return m_places; }
 
-    // UTF-8 as it came but for files in it, or made out of HTML; empty where the part shows no text.
+    // UTF-8 as it came but for files in it, or made out of HTML; empty where the part shows no
+    // text.
     std::string textOf(const mimetree::OpenedPart& at);
 
     // "[image: NAME]" for a picture that stands between texts; empty for any other part.

@@ -89,7 +89,7 @@ Check boundaryMissing, boundaryNotFound, boundaryOtherForm, delimiterInLine, bou
 Check paramRepeated, boundaryRepeated, nameConflict, pieceMissing, pieceRepeated,
     contentTypeMalformed;
 // names.cpp
-Check nameAgainstType, doubleExtension, nameWithPath, nameWithControl, nameWithBidi;
+Check nameAgainstType, doubleExtension, nameWithPath, nameWithControl, nameWithBidi, winmailDat;
 // structure.cpp
 Check signedParts, singleAlternative, nestedDeep;
 // message.cpp

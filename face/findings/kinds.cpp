@@ -334,6 +334,12 @@ constexpr Row kRows[] = {
       "The display name of a mailbox is or holds an address of another domain. Many readers "
       "show the name alone, so that the mail seems to come from there."},
      nameLooksLikeAddress},
+    {{75, "MT075", "winmail-dat", kInfo, "RFC 2046 5.1.3",
+      "Outlook put what is attached into one file of its own form (TNEF), winmail.dat, in place of "
+      "a multipart. Few other "
+      "readers open it, so that attachments are not seen, and what looks for harmful ones may not "
+      "see them either."},
+     winmailDat},
 };
 
 // Whoever has a number finds the row by it.

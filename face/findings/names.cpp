@@ -6,6 +6,7 @@
 
 #include "face/files/harm.h"
 #include "face/findings/entity.h"
+#include "face/message/tnef.h"
 #include "face/message/tree.h"
 #include "foundation/zqMimeTypes.h"
 
@@ -107,6 +108,12 @@ void nameWithControl(const Entity& e, Report& report) {
 void nameWithBidi(const Entity& e, Report& report) {
     tellCharacters(e, report, "characters that turn the direction of text",
                    [](char32_t c) { return isHarmful(c) && !isControl(c); });
+}
+
+void winmailDat(const Entity& e, Report& report) {
+    if (e.isLeaf() && isTnef(e.part))
+        report(namePlace(e), "attachments may stand within Outlook's own container ",
+               Quoted(nameOf(e)));
 }
 
 }  // namespace mimetree::inner::check
