@@ -34,6 +34,7 @@ test: python-packages build
 web:
 	@cmake/install-packages.sh web $(if $(shell command -v npm),,npm) || echo "going on without"
 	web/build.sh
+	tests/web/fetch.sh || echo "going on without the browser's driver: the tests of the page are skipped"
 
 # The library as two files, mimetree.h and mimetree.cpp: g++ -std=c++20 -O2 -c mimetree.cpp
 amalgamate: packages

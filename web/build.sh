@@ -13,3 +13,4 @@ cmake --build build/web
 cd build/web
 rm -f ./*.tgz
 npm pack --silent ./package
+node ../../web/page/join.mjs package mimetree.html

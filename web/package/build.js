@@ -8,16 +8,16 @@ import { Tree } from "./tree.js";
 const listOf = (value) => (Array.isArray(value) ? value : [value]);
 
 // Addresses as texts ("Ann Other <ann@example.org>, bob@example.org"), as { name, address }, or a list.
-const addresses = (role, add) => (builder, value) => {
+const addMailboxes = (role, add) => (builder, value) => {
   for (const one of listOf(value)) {
     if (typeof one === "string") lend([one], (at) => wasm[add](builder, at));
     else lend([one.name ?? "", one.address], (name, address) => wasm.mt_builder_address(builder, role, name, address));
   }
 };
 
-const text = (set) => (builder, value) => lend([value], (at) => wasm[set](builder, at));
+const setText = (set) => (builder, value) => lend([value], (at) => wasm[set](builder, at));
 
-const files = (add, name) => (builder, value) => {
+const addFiles = (add, name) => (builder, value) => {
   for (const file of listOf(value)) {
     const bytes = viewOf(file.bytes);
     lend([bytes, file[name], file.type], (at, ...rest) => wasm[add](builder, at, bytes.length, ...rest));
@@ -36,21 +36,21 @@ function addHeaders(builder, fields) {
 }
 
 const STEPS = {
-  from: addresses(0, "mt_builder_from"),
-  to: addresses(1, "mt_builder_to"),
-  cc: addresses(2, "mt_builder_cc"),
-  bcc: addresses(3, "mt_builder_bcc"),
-  replyTo: addresses(4, "mt_builder_reply_to"),
-  subject: text("mt_builder_subject"),
+  from: addMailboxes(0, "mt_builder_from"),
+  to: addMailboxes(1, "mt_builder_to"),
+  cc: addMailboxes(2, "mt_builder_cc"),
+  bcc: addMailboxes(3, "mt_builder_bcc"),
+  replyTo: addMailboxes(4, "mt_builder_reply_to"),
+  subject: setText("mt_builder_subject"),
   date: setDate,
-  messageId: text("mt_builder_message_id"),
+  messageId: setText("mt_builder_message_id"),
   headers: addHeaders,
-  text: text("mt_builder_text"),
-  html: text("mt_builder_html"),
-  attachments: files("mt_builder_attach_bytes", "name"),
-  inline: files("mt_builder_inline_bytes", "cid"),
-  charset: text("mt_builder_charset"),
-  encoding: text("mt_builder_encoding"),
+  text: setText("mt_builder_text"),
+  html: setText("mt_builder_html"),
+  attachments: addFiles("mt_builder_attach_bytes", "name"),
+  inline: addFiles("mt_builder_inline_bytes", "cid"),
+  charset: setText("mt_builder_charset"),
+  encoding: setText("mt_builder_encoding"),
 };
 
 export function buildMessage(mail) {

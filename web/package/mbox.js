@@ -5,8 +5,8 @@ import { check, checkCode, put, sizedBytes, sizedText, textAt, wasm } from "./en
 import { MimetreeError } from "./errors.js";
 import { messageOf } from "./message.js";
 
-const KINDS = { automatic: 0, rd: 1, o: 2, "content-length": 3, none: 4 };
-const collected = new FinalizationRegistry((address) => wasm.free(address));
+const MBOX_KINDS = { automatic: 0, rd: 1, o: 2, "content-length": 3, none: 4 };
+const unheld = new FinalizationRegistry((address) => wasm.free(address));
 
 /** A message as it stands in the mailbox, and where. */
 class RawMessage {
@@ -29,11 +29,11 @@ export class Mbox {
   #kind;
 
   constructor(bytes, kind = "automatic") {
-    this.#kind = KINDS[kind];
+    this.#kind = MBOX_KINDS[kind];
     if (this.#kind === undefined) throw new TypeError(`no kind of mbox: ${kind}`);
     this.#address = put(bytes);
     this.#size = bytes.length;
-    collected.register(this, this.#address, this);
+    unheld.register(this, this.#address, this);
   }
 
   *raw() {
@@ -52,7 +52,7 @@ export class Mbox {
   }
 
   dispose() {
-    collected.unregister(this);
+    unheld.unregister(this);
     wasm.free(this.#address);
     this.#address = 0;
   }
