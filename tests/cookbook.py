@@ -3,7 +3,7 @@
 """Keeps docs/cookbook.md true: makes one program of its code in a language, and compares what the
 programs print with what it says that they do.
 
-usage: cookbook.py write COOKBOOK LANGUAGE SOURCE [PAGE]     (cpp, c or python)
+usage: cookbook.py write COOKBOOK LANGUAGE SOURCE [PAGE]     (cpp, c, python or js)
        cookbook.py check COOKBOOK MAILS PROGRAM...
 
 C++ or C of another PAGE stands behind the same lines, and only has to run.
@@ -15,6 +15,13 @@ import subprocess
 import sys
 import tempfile
 
+# Scripts: a comment, what prints the end of a task, and what keeps its names its own.
+SCRIPTS = {
+    "python": ("#", 'print("--", flush=True)', "{}"),
+    "js": ("//", 'console.log("--");', "{{\n{}\n}}"),
+}
+INTERPRETERS = {"py": [sys.executable], "mjs": ["node"]}
+
 
 def blocks(cookbook, language):
     """Each block of that language with the line in front of it."""
@@ -25,8 +32,8 @@ def blocks(cookbook, language):
 
 
 def write(cookbook, language, source, page=None):
-    if language == "python":
-        return write_python(cookbook, source)
+    if language in SCRIPTS:
+        return write_script(cookbook, language, source)
     (_, frame), *tasks = blocks(cookbook, language)
     tasks = list(blocks(page, language)) if page else tasks
     nothing = "void" if language == "c" else ""
@@ -39,12 +46,13 @@ def write(cookbook, language, source, page=None):
         file.write(f"\nint main({nothing}) {{ return {calls}; }}\n")
 
 
-def write_python(cookbook, source):
-    (_, frame), *tasks = blocks(cookbook, "python")
+def write_script(cookbook, language, source):
+    comment, end, indent = SCRIPTS[language]
+    (_, frame), *tasks = blocks(cookbook, language)
     with open(source, "w", encoding="ascii") as file:
         file.write(frame)
         for line, code in tasks:
-            file.write(f'\n\n# {cookbook}:{line}\n{code}print("--", flush=True)\n')
+            file.write(f"\n\n{comment} {cookbook}:{line}\n{indent.format(code + end)}\n")
 
 
 def check(cookbook, mails, *programs):
@@ -52,7 +60,7 @@ def check(cookbook, mails, *programs):
     for program in programs:
         with tempfile.TemporaryDirectory() as work:
             shutil.copytree(mails, work, dirs_exist_ok=True)
-            command = [sys.executable] * program.endswith(".py") + [program]
+            command = [*INTERPRETERS.get(program.rpartition(".")[2], []), program]
             done = subprocess.run(command, cwd=work, capture_output=True, check=False)
         printed = done.stdout.decode().replace("\r", "").split("--\n")[:-1]
         for number, (is_, should) in enumerate(zip(printed, wanted), 1):

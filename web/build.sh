@@ -13,4 +13,6 @@ cmake --build build/web
 cd build/web
 rm -f ./*.tgz
 npm pack --silent ./package
+mkdir -p node_modules && ln -sfn ../package node_modules/mimetree  # for examples and measurements
+rm -rf examples && cp -r ../../examples/javascript examples
 node ../../web/page/join.mjs package mimetree.html

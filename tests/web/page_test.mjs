@@ -14,7 +14,7 @@ import { built, fetched, mimetree, root, samples } from "./support.mjs";
 const driver = await fetched("puppeteer-core");
 const browserAt = "/usr/bin/chromium";
 if (!driver || !existsSync(browserAt)) {
-  console.log("skipped: no puppeteer-core in build/web, or no chromium");
+  console.log("skipped: no puppeteer-core in build/web/fetched, or no chromium");
   process.exit(77);
 }
 

@@ -11,10 +11,10 @@ export const root = path.resolve(import.meta.dirname ?? path.dirname(new URL(imp
 export const built = process.env.MIMETREE_WEB ?? path.join(root, "build/web");
 export const mimetree = await import(pathToFileURL(path.join(built, "package/index.js")));
 
-/** A package out of the registry, which web/build.sh fetched; undefined where it could not. */
+/** A package that fetch.sh fetched; undefined where it could not. */
 export async function fetched(name) {
   try {
-    return await import(pathToFileURL(createRequire(path.join(built, "/")).resolve(name)));
+    return await import(pathToFileURL(createRequire(path.join(built, "fetched/")).resolve(name)));
   } catch {
     return undefined;
   }
