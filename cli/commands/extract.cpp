@@ -85,7 +85,7 @@ private:
 ExitStatus extract(const CommonOptions& common, const ExtractOptions& options, Output& out) {
     const std::string& directory = common.output;
     if (isOutputRead(common)) {
-        out.error(directory, "would be read as well (see mimetree extract --help)");
+        out.error(directory, "would be read as well; name another directory");
         return kBadUsage;
     }
     Folder folder(directory, options.dryRun ? Folder::Mode::DryRun : Folder::Mode::Write);

@@ -141,7 +141,7 @@ ExitStatus splitInto(Target& target, const CommonOptions& common, Output& out) {
 ExitStatus split(const CommonOptions& common, bool isIntoFiles, Output& out) {
     const std::string& directory = common.output;
     if (isOutputRead(common)) {
-        out.error(directory, "would be read as well (see mimetree split --help)");
+        out.error(directory, "would be read as well; name another directory");
         return kBadUsage;
     }
     std::unique_ptr<Target> target;
