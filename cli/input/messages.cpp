@@ -126,19 +126,53 @@ private:
     InTurn m_inTurn;
 };
 
+// Messages that go through the pipeline together: one takes no longer than what it costs to hand it
+// on, and where another program takes a core away, more than a few of them wait behind it.
+class Batch : public Job {
+public:
+    // Limit: what is held of an archive; a message alone may be larger.
+    bool isFull() const { return m_bytes >= kMostBytes || m_jobs.size() >= kMostMessages; }
+    bool isEmpty() const { return m_jobs.empty(); }
+
+    void add(Loop& loop, RawMail mail) {
+        m_bytes += mail.bytes.size();
+        m_jobs.push_back(std::make_unique<MessageJob>(loop, std::move(mail)));
+    }
+
+    void work() override {
+        for (const auto& job : m_jobs) job->work();
+    }
+
+    // Each goes as soon as it was told of.
+    void finish() override {
+        for (auto& job : m_jobs) {
+            job->finish();
+            job.reset();
+        }
+    }
+
+private:
+    static constexpr size_t kMostBytes = size_t{256} << 10, kMostMessages = 64;
+
+    std::vector<std::unique_ptr<MessageJob>> m_jobs;
+    size_t m_bytes = 0;
+};
+
 // A message alone is worked on at once, and its output is not kept.
 ExitStatus runAll(Loop& loop) {
     MailReader& reader = loop.reader;
-    const auto next = [&]() -> std::unique_ptr<Job> {
-        RawMail mail;
-        if (!loop.out.good() || !reader.next(mail)) return nullptr;
-        return std::make_unique<MessageJob>(loop, std::move(mail));
+    const auto next = [&](RawMail& mail) { return loop.out.good() && reader.next(mail); };
+    const auto nextBatch = [&]() -> std::unique_ptr<Job> {
+        auto batch = std::make_unique<Batch>();
+        for (RawMail mail; !batch->isFull() && next(mail); mail = {})
+            batch->add(loop, std::move(mail));
+        return batch->isEmpty() ? nullptr : std::move(batch);
     };
     const unsigned threads = loop.common.jobs ? loop.common.jobs : mostThreads();
     if (threads > 1 && reader.areSeveral()) {
-        runJobs(next, threads);
+        runJobs(nextBatch, threads);
     } else {
-        while (const auto job = next()) static_cast<MessageJob&>(*job).run();
+        for (RawMail mail; next(mail); mail = {}) MessageJob(loop, std::move(mail)).run();
     }
     loop.progress.hide();
     if (const std::string text = reader.skipped(); !text.empty()) loop.out.error("skipped " + text);
