@@ -38,6 +38,27 @@ std::string localTime(const mimetree::Date& date) {
     return {text, size};
 }
 
+// In quotes where a name holds what would look like further addresses.
+std::string nameText(const std::string& name) {
+    if (name.find_first_of(",;<>\"@") == name.npos) return name;
+    std::string text = "\"";
+    for (char c : name) {
+        if (c == '"' || c == '\\') text += '\\';
+        text += c;
+    }
+    return text + '"';
+}
+
+std::string addressesText(const mimetree::Addresses& list) {
+    std::string text;
+    for (const mimetree::Address& one : list) {
+        if (!text.empty()) text += ", ";
+        if (one.name.empty()) text += one.address;
+        else text += nameText(one.name) + (one.address.empty() ? "" : " <" + one.address + ">");
+    }
+    return text;
+}
+
 // A carriage return would let the end of a line be written over its beginning.
 std::string withoutReturns(std::string_view text) {
     std::string lines;
@@ -78,9 +99,9 @@ private:
     void showHeader(const OpenedPart& at) {
         if (at.parent) showRule(m_parts[*at.parent]);
         const Message& message = *at.message;
-        showField("From", message.from().text());
-        showField("To", message.to().text());
-        showField("Cc", message.cc().text());
+        showField("From", addressesText(message.from()));
+        showField("To", addressesText(message.to()));
+        showField("Cc", addressesText(message.cc()));
         showField("Subject", std::string(message.subject()));
         const std::string written(message.header("Date").value_or(std::string_view()));
         const std::optional<mimetree::Date> date = message.date();

@@ -12,10 +12,12 @@ if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
     SOURCE_DATE_EPOCH=$(git -C "$source_dir" log -1 --format=%ct)
 fi
 export SOURCE_DATE_EPOCH
+# libytnef is under the GPL, which the packages are to be free of.
 CXXFLAGS="$(dpkg-buildflags --get CXXFLAGS) $(dpkg-buildflags --get CPPFLAGS)" \
     LDFLAGS=$(dpkg-buildflags --get LDFLAGS) \
     cmake -G Ninja -S "$source_dir" -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
-    -DMIMETREE_BUILD_TESTS=OFF -DMIMETREE_BUILD_PYTHON=ON -DCMAKE_INSTALL_PREFIX=/usr \
+    -DMIMETREE_BUILD_TESTS=OFF -DMIMETREE_BUILD_PYTHON=ON -DMIMETREE_YTNEF=OFF \
+    -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" >/dev/null
 cmake --build "$build"
 cd "$build"

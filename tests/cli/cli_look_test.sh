@@ -98,6 +98,11 @@ for command in "tree --why" "show --no-pager" body headers "headers --raw" "head
     ok "harmless: $command: all are looked at" [ "$(wc -l <out)" -gt 30 ]
 done
 
+printf '%s\n' 'From: "pay\" <a@b>, me" <eve@example.org>' 'To: "" <a@example.org>, b@example.org' '' text >names
+run show names
+ok "show: a name is no address" is "$(head -2 out | tr -s ' ')" \
+    $'From: "pay\\" <a@b>, me" <eve@example.org>\nTo: a@example.org, b@example.org'
+
 # --- files in a text are attachments, and parts and messages within have headers
 
 cat >within <<'MAIL'
