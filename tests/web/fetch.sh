@@ -8,5 +8,5 @@ cd "$here/../../build/web/fetched"
 cmp -s "$here/package.json" done.json && exit
 cp "$here/package.json" .
 PUPPETEER_SKIP_DOWNLOAD=1 timeout 300 npm install --prefix . --omit=optional --no-audit --no-fund \
-    --no-package-lock --loglevel=error
+    --no-package-lock --fetch-retries=1 --loglevel=error
 cp package.json done.json
