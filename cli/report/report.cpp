@@ -87,7 +87,10 @@ private:
     void writeText(const Message& message) {
         std::string text;
         for (const mimetree::Part& part : message.body_parts(mimetree::TextKind::plain))
-            if (part.type() != "text/html") text += textWithoutFiles(part);
+            if (part.type() != "text/html") {
+                if (!text.empty() && text.back() != '\n') text += '\n';
+                text += textWithoutFiles(part);
+            }
         if (text.empty()) return;
         m_sink("<h3>Text</h3>\n<pre lang=\"\" dir=\"auto\">");
         m_sink(markupLines(text));

@@ -268,4 +268,4 @@ class Page(unittest.TestCase):
         self.assertGreater(len(ran), 0)
 
 
-unittest.main(verbosity=1)
+unittest.main(verbosity=2)

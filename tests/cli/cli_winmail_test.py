@@ -54,4 +54,4 @@ class Winmail(unittest.TestCase):
         self.assertEqual(files_in(mail(b"\x78\x9f\x3e\x22") + mail(b"\x78\x9f\x3e")), [[], []])
 
 
-unittest.main(verbosity=1)
+unittest.main(verbosity=2)
