@@ -15,22 +15,31 @@ STUBS = {"curl": "cat mail.eml", "fetch-mail": "cat mail.eml", "xsltproc": "cat 
 
 
 class Folder:
+    """Sample mails, and the program in the path; a copy of it where there is one already."""
+
+    def __init__(self, model=None):
+        self.model = model
+
     def __enter__(self):
         self.name = tempfile.TemporaryDirectory()
-        self.path = pathlib.Path(self.name.name) / "work"
-        tools = pathlib.Path(self.name.name) / "bin"
+        self.path, self.tools = (pathlib.Path(self.name.name) / part for part in ("work", "bin"))
+        self.environment = dict(os.environ, LC_ALL="C.UTF-8", TZ="UTC", PATH=f"{self.tools}:{os.environ['PATH']}")
+        if self.model:
+            shutil.copytree(self.model.name.name, self.name.name, symlinks=True, dirs_exist_ok=True)
+        else:
+            self.make_mails()
+        return self
+
+    def make_mails(self):
         self.path.mkdir()
-        tools.mkdir()
-        (tools / "mimetree").symlink_to(PROGRAM)
-        self.tools = tools
-        self.environment = dict(os.environ, LC_ALL="C.UTF-8", TZ="UTC", PATH=f"{tools}:{os.environ['PATH']}")
+        self.tools.mkdir()
+        (self.tools / "mimetree").symlink_to(PROGRAM)
         shutil.copy(HERE / "recipes.mbox", self.path / "archive.mbox")
         self.run("mimetree split archive.mbox -o Maildir; mimetree split --files archive.mbox -o mails")
         sent = (self.path / "mails/00000001.eml").read_bytes()
         for name in "mail.eml", "sent.eml", "damaged.eml", "old.eml":
             (self.path / name).write_bytes(sent)
         (self.path / "received.eml").write_bytes(sent.replace(b"Subject: ", b"Subject: [list] ").replace(b"\n", b"\r\n"))
-        return self
 
     def add_what_examples_name(self):
         for name, does in STUBS.items():
@@ -40,7 +49,7 @@ class Folder:
         for name in "plan.txt", "plan.pdf", "page.html", "logo.png", "rules.xsl":
             (self.path / name).write_text("some text\n")
         self.run("mimetree to-xml mail.eml > mail.xml; cp archive.mbox 2023.mbox; cp archive.mbox 2024.mbox;"
-                 "cat 202?.mbox 202?.mbox > archive.mbox; gzip -k archive.mbox; mv Maildir M; cp -r M Maildir")
+                 "cat 202?.mbox 202?.mbox > archive.mbox; gzip -k archive.mbox")
 
     def run(self, script):
         return subprocess.run(["sh", "-euc", script], cwd=self.path, env=self.environment,
@@ -50,19 +59,18 @@ class Folder:
         self.name.cleanup()
 
 
-def recipe_fails(script, wanted):
+def recipe_fails(model, script, wanted):
     missing = [tool for tool in ("jq", "sqlite3") if re.search(rf"\b{tool} ", script) and not shutil.which(tool)]
     if missing:
         print(f"skipped: no {missing[0]} here")
         return False
-    with Folder() as folder:
+    with Folder(model) as folder:
         done = folder.run(script)
     return (done.stdout, done.stderr, done.returncode) != (wanted, "", 0) and done
 
 
-def example_fails(line):
-    with Folder() as folder:
-        folder.add_what_examples_name()
+def example_fails(model, line):
+    with Folder(model) as folder:
         if line.endswith("-o archive.mbox"):
             (folder.path / "archive.mbox").unlink()
         done = folder.run(line)
@@ -81,8 +89,10 @@ def examples():
 
 recipes = RECIPE.findall(PAGE)
 assert len(recipes) == PAGE.count("\n## ") == 12
-failed = [(name, done) for name, script, wanted in recipes if (done := recipe_fails(script, wanted))]
-failed += [(line, done) for line in examples() if (done := example_fails(line))]
+with Folder() as model:
+    failed = [(name, done) for name, script, wanted in recipes if (done := recipe_fails(model, script, wanted))]
+    model.add_what_examples_name()
+    failed += [(line, done) for line in examples() if (done := example_fails(model, line))]
 for name, done in failed:
     print(f"{name}: status {done.returncode}\n{done.stdout}{done.stderr}")
 sys.exit(bool(failed))
