@@ -2,7 +2,9 @@
 # Whatever FILE may be: mbox files, Maildirs, MH folders, plain directories, pipes, gzip, odd names,
 # no mail at all; and many messages at once.
 # usage: cli_input_test.py PROGRAM
-import gzip, json, os, pathlib, pty, random, resource, subprocess, sys, tempfile, unittest, zlib
+import gzip, json, os, pathlib, pty, random, subprocess, sys, tempfile, unittest, zlib
+
+from limits import with_memory
 
 TOOL = str(pathlib.Path(sys.argv.pop(1)).resolve())
 WITH = subprocess.run([TOOL, "--version"], capture_output=True, text=True).stdout
@@ -87,8 +89,7 @@ class Input(unittest.TestCase):
         packer = zlib.compressobj(9, wbits=31)
         zeros = b"A" * (1 << 20)
         bomb = packer.compress(mail(1)) + b"".join(packer.compress(zeros) for _ in range(1500))
-        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
-        done = run("tree", self.write("bomb", bomb + packer.flush()), preexec_fn=limit)
+        done = run("tree", self.write("bomb", bomb + packer.flush()), **with_memory(TOOL, 1 << 30))
         self.assertEqual((done.returncode, done.stderr.count(b"\n")), (1, 1))
         self.assertIn(b"more than a hundredfold", done.stderr)
 
@@ -165,8 +166,7 @@ class Input(unittest.TestCase):
         with open("large.mbox", "wb") as file:
             for i in range(3000):
                 file.write(mbox([mail(i, "some text\n" * 10000)]))
-        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (400 << 20, 400 << 20))
-        done = run("headers", "--jobs", "2", "large.mbox", preexec_fn=limit)
+        done = run("headers", "--jobs", "2", "large.mbox", **with_memory(TOOL, 400 << 20))
         self.assertEqual((done.returncode, done.stdout.count(b"\nSubject: ")), (0, 3000))
 
     def test_closed_pipe_is_silent(self):

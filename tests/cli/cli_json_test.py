@@ -2,7 +2,9 @@
 # What `json` prints: as docs/json.schema.json says for every sample mail, with what tree --json and
 # extract say, and right where Python can tell.
 # usage: cli_json_test.py PROGRAM
-import base64, hashlib, json, os, pathlib, resource, subprocess, sys, tempfile, unittest
+import base64, hashlib, json, os, pathlib, subprocess, sys, tempfile, unittest
+
+from limits import with_memory
 
 TOOL = str(pathlib.Path(sys.argv.pop(1)).resolve())
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -131,8 +133,7 @@ class Json(unittest.TestCase):
         with tempfile.NamedTemporaryFile() as mail:
             mail.write(b"Content-Type: image/png\nContent-Transfer-Encoding: base64\n\n" + b"QUJD" * (size // 4))
             mail.flush()
-            limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (5 * size, 5 * size))
-            done = run("json", "--with", ALL, mail.name, preexec_fn=limit)
+            done = run("json", "--with", ALL, mail.name, **with_memory(TOOL, 5 * size))
             self.assertEqual((done.returncode, done.stderr), (0, b""))
             self.assertGreater(len(done.stdout), size)
 
