@@ -59,12 +59,12 @@ def walk(seed, steps, pool):
                 pool.append(mimetree.MboxWriter(dice.choice([io.BytesIO, io.StringIO])()))
                 pool.append(mimetree.parse(some_mail(dice)))
             value = one_step(dice, pool)
+            pool.extend(one for one in (value if isinstance(value, (list, tuple)) else [value])
+                        if isinstance(one, CLASSES + (memoryview,)))
+            while len(pool) > 30:
+                pool[dice.randrange(30)] = pool.pop()
         except RAISED:
-            continue
-        pool.extend(one for one in (value if isinstance(value, (list, tuple)) else [value])
-                    if isinstance(one, CLASSES + (memoryview,)))
-        while len(pool) > 30:
-            pool[dice.randrange(30)] = pool.pop()
+            pass
 
 
 class OrderTest(unittest.TestCase):
