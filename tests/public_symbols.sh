@@ -13,7 +13,7 @@ names_in() {
 names=$(names_in foundation/*.h mime/*.h include/mimetree/*.h)
 face="|mimetree::(detail::)?($(names_in include/mimetree/*.hpp))(::.*|\(.*|)"
 case $2 in
-*.a) symbols=$(nm -gC --defined-only "$2") own='|([^(]+ )?mimetree::.*' ;;
+*.a) symbols=$(nm -gC --defined-only "$2") own='|([^(]+ |decltype \(.*\) )?mimetree::.*' ;;
 *) symbols=$(nm -DC --defined-only "$2") own=$face ;;
 esac
 # Address and type, then the name; instances of std:: templates belong to the standard library.
