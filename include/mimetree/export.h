@@ -20,4 +20,12 @@
 #endif
 #endif
 
+/* MIMETREE_ENUM marks the enumerations for which callers in C may hand in any number, as C++ has to
+   be told. */
+#ifdef __cplusplus
+#define MIMETREE_ENUM : unsigned
+#else
+#define MIMETREE_ENUM
+#endif
+
 #endif

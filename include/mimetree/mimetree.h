@@ -41,12 +41,8 @@
 #include "mimetree/export.h"
 #include "mimetree/version.h"
 
-/* A caller in C may hand in any number, which C++ has to be told of. */
 #ifdef __cplusplus
-#define MT_ANY_NUMBER : unsigned
 extern "C" {
-#else
-#define MT_ANY_NUMBER
 #endif
 
 /* -- Errors and memory --------------------------------------------------------------------- */
@@ -156,7 +152,7 @@ MIMETREE_API const char* mt_message_text(const mt_message* message, size_t* size
 MIMETREE_API const char* mt_message_html(const mt_message* message, size_t* size);
 
 /** The form of a text: plain or HTML. */
-typedef enum mt_text_kind MT_ANY_NUMBER {
+typedef enum mt_text_kind MIMETREE_ENUM {
     MT_PLAIN = 0, /**< text/plain and the like */
     MT_HTML = 1   /**< text/html */
 } mt_text_kind;
@@ -411,7 +407,7 @@ MIMETREE_API void mt_builder_bcc(mt_builder* builder, const char* mailboxes);
 MIMETREE_API void mt_builder_reply_to(mt_builder* builder, const char* mailboxes);
 
 /** Where an address stands. */
-typedef enum mt_role MT_ANY_NUMBER {
+typedef enum mt_role MIMETREE_ENUM {
     MT_FROM,    /**< From */
     MT_TO,      /**< To */
     MT_CC,      /**< Cc */
@@ -472,7 +468,7 @@ MIMETREE_API mt_message* mt_builder_build(mt_builder* builder);
 typedef struct mt_mbox mt_mbox;
 
 /** How an mbox tells messages apart, and what it did to lines of text that begin with "From ". */
-typedef enum mt_mbox_kind MT_ANY_NUMBER {
+typedef enum mt_mbox_kind MIMETREE_ENUM {
     MT_MBOX_AUTOMATIC = 0, /**< each by itself: by Content-Length where that fits, else rd */
     MT_MBOX_RD = 1,        /**< ">" in front of any number of ">" and "From ": one is taken away */
     MT_MBOX_O = 2,         /**< ">" in front of "From " alone: taken away */
@@ -576,8 +572,6 @@ MIMETREE_API const char* mt_maildir_flags(const mt_maildir* box);
 
 /** The current message parsed, a new one, which the caller frees. */
 MIMETREE_API mt_message* mt_maildir_message(const mt_maildir* box, unsigned options);
-
-#undef MT_ANY_NUMBER
 
 #ifdef __cplusplus
 }
