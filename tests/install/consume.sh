@@ -14,7 +14,7 @@ install_and_move() {
     local build=$work/build-$shared stage=$work/stage-$shared
     rm -rf "$prefix" "$stage"
     cmake -G Ninja -S "$source_dir" -B "$build" -DBUILD_SHARED_LIBS="$shared" \
-        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG= -DMIMETREE_BUILD_TESTS=OFF >/dev/null
+        -DCMAKE_BUILD_TYPE=Release -DMIMETREE_BUILD_TESTS=OFF >/dev/null
     cmake --build "$build"
     cmake --install "$build" --prefix "$stage" >/dev/null
     mv "$stage" "$prefix"
