@@ -35,8 +35,7 @@ WORDS = ("the of report meeting invoice please find attached regards plan budget
 SCRIPT = pathlib.Path(__file__).parent / "peers" / "email" / "read_archive.py"
 NOTE = """\
 Written by `make bench-archive`: %s generated mails, %s MB, as an mbox and as a Maildir; %s, %d cores of an
-%s that had other work to do, too, so the best of %d runs; CPU is user and system time for a thousand
-mails. Two mails in five are plain text, the others have HTML beside it, and a fifth have a file; most texts
+%s, the best of %d runs; CPU is user and system time for a thousand mails. Two mails in five are plain text, the others have HTML beside it, and a fifth have a file; most texts
 are encoded.
 
 Rows with a star are of the first %s mails: ripmime, munpack and mshow take a process a mail, and Python its
