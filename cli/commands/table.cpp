@@ -32,7 +32,7 @@ constexpr Command kCommands[] = {
      "The text that a reader shows, or any part, decoded",
      {{"The text, from HTML if need be", "mimetree body mail.eml"},
       {"The HTML, in UTF-8", "mimetree body --html mail.eml > mail.html"},
-      {"Any one, by its number", "mimetree body --part 1.2 mail.eml > part"}},
+      {"Any one, by its number", "mimetree body --part 2 mail.eml > part"}},
      addBody},
     {"json",
      "FILE...",

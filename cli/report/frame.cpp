@@ -16,6 +16,9 @@ namespace bytes = mimetree::inner::bytes;
 
 namespace {
 
+// Limit: of a URL, which might not end.  RFC 5322 2.1.1: what it names is no longer than a line.
+constexpr size_t kLongestUrl = 3 * 998;
+
 struct Renamed {
     std::string_view tag, as;
 };
@@ -70,10 +73,10 @@ private:
         constexpr std::string_view kScheme = "cid:", kBefore = "\"'=( \t\r\n";
         if (!startsWith(m_html.substr(m_at), kScheme)) return false;
         if (m_at == 0 || kBefore.find(m_html[m_at - 1]) == kBefore.npos) return false;
-        const size_t begin = m_at + kScheme.size();
-        const size_t end = std::min(m_html.find_first_of("\"'()<> \t\r\n", begin), m_html.size());
-        if (!m_pictures.write(m_html.substr(begin, end - begin), m_sink)) return false;
-        m_at = end;
+        const std::string_view rest = m_html.substr(m_at + kScheme.size(), kLongestUrl);
+        const std::string_view url = rest.substr(0, rest.find_first_of("\"'()<> \t\r\n"));
+        if (!m_pictures.write(url, m_sink)) return false;
+        m_at += kScheme.size() + url.size();
         return true;
     }
 

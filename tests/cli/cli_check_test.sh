@@ -23,7 +23,7 @@ ok "what cannot be read" is "$status" 1
 
 (printf "${head}Content-Type: message/rfc822\n\n" && cat warned.eml) >within.eml
 run check within.eml
-ok "within a message" is "$status $(grep -c 'MT009.*(part 1.1)' out)" "3 1"
+ok "within a message" is "$status $(grep -c 'MT009.*\<1\.1)' out)" "3 1"
 run check --closed within.eml
 ok "within a message that stays shut" is "$status $(wc -c <out)" "0 0"
 
